@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "console/Connection.h"
+#include "console/NetworkNames.h"
+#include "console/PortControls.h"
+#include "console/SessionLog.h"
+#include "link/ErrorBoundary.h"
+#include "link/VornComm.h"
+#include "link/publicvars.h"
+#include "protocol/RecvDecode.h"
+#include "protocol/VornCommands.h"
+
+#include <QCoroTask>
+#include <QObject>
+
+#include <memory>
+
+namespace vantrel {
+
+class Dialogs;
+
+/// Everything behind the main window: the session, the link, the protocol and the handlers of its
+/// controls. Runs without a window as well as with one.
+///
+/// The owner calls Timer1() every 100 ms, and the handlers as the user acts; each handler runs
+/// inside the error boundary and returns at once, its waits going on by themselves.
+class Console : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Where the console's socket points until a network name is chosen.
+    static constexpr const char *DefaultHost = "192.168.1.10";
+
+    /// `dialogs` must outlive the console.
+    Console(Dialogs &dialogs, std::unique_ptr<Transport> serial, std::unique_ptr<Transport> tcp);
+    ~Console() override;
+
+    /// The start-up sequence; `namesFile` is the path of the network names file. `loaded` is
+    /// emitted at its end.
+    void load(const QString &namesFile);
+
+    /// One tick of the main timer, 100 ms.
+    void Timer1();
+
+    /// Ends every wait; nothing that is waiting goes on working afterwards.
+    void shutDown();
+
+    // Handlers, by control
+    void connectClicked();
+    void automodeClicked();
+    void networkNameClicked();
+    void clearClicked();
+    void fileNewClicked();
+    void fileCloseClicked();
+    void descriptorViewerClicked();
+    /// Closes an open log with its footer. The window closes itself after it.
+    void exitClicked();
+
+    /// Runs a handler without waits inside the error boundary.
+    template <typename Handler>
+    void act(Handler &&handler)
+    {
+        m_errors.runNow(std::forward<Handler>(handler));
+    }
+
+    Session &session() { return m_session; }
+    VornComm &link() { return m_link; }
+    VornCommands &commands() { return m_commands; }
+    PortControls &ports() { return m_ports; }
+    NetworkNames &names() { return m_names; }
+    SessionLog &log() { return m_log; }
+    ErrorBoundary &errors() { return m_errors; }
+
+signals:
+    void loaded();
+    /// "<New>" was chosen: the dialog `frmNewIP` is to be shown.
+    void newNetworkNameWanted();
+    /// The descriptor viewer may be shown.
+    void descriptorViewerWanted();
+
+private:
+    void setUpControls();
+    QCoro::Task<> loadNames(QString namesFile);
+    QCoro::Task<> refuseDescriptorViewer();
+    void redrawResponses();
+    void countDown();
+
+    Dialogs &m_dialogs;
+    Session m_session;
+    ErrorBoundary m_errors;
+    VornComm m_link;
+    VornCommands m_commands;
+    RecvDecode m_decoder;
+    Connection m_connection;
+    PortControls m_ports;
+    SessionLog m_log;
+    NetworkNames m_names;
+};
+
+} // namespace vantrel

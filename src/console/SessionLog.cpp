@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/SessionLog.h"
+
+#include "link/Dialogs.h"
+#include "link/ErrorBoundary.h"
+#include "link/RuntimeError.h"
+#include "link/Utils.h"
+#include "link/publicvars.h"
+
+#include <QFileInfo>
+#include <QLocale>
+
+namespace vantrel {
+
+namespace {
+
+constexpr const char *Rule = "%%%%%";
+constexpr const char *LineEnd = "\r\n";
+
+std::string_view view(const QByteArray &bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+
+/// Time and date in the system's short formats, in plain blanks: some locales part them by others.
+QByteArray shortStamp(const QDateTime &now)
+{
+    const QLocale locale = QLocale::system();
+    QString stamp = locale.toString(now.time(), QLocale::ShortFormat) + QLatin1Char(' ') +
+                    locale.toString(now.date(), QLocale::ShortFormat);
+    stamp.replace(QChar(QChar::Nbsp), QLatin1Char(' '));
+    stamp.replace(QChar(0x202F), QLatin1Char(' '));
+    return stamp.toLatin1();
+}
+
+} // namespace
+
+SessionLog::SessionLog(Session &session, Dialogs &dialogs, ErrorBoundary &errors,
+                       std::function<QDateTime()> now)
+    : m_session(session), m_dialogs(dialogs), m_errors(errors), m_now(std::move(now))
+{
+    m_session.logFailed = [this](const QString &reason) { writeFailed(reason); };
+}
+
+QCoro::Task<> SessionLog::fileNew()
+{
+    Control &FileNew = m_session.Main.FileNew;
+    FileNew.setEnabled(false);
+    const QString path = co_await m_dialogs.fileDialog(
+        {FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
+         QStringLiteral("Log Files|*.log"), QStringLiteral("log"), QStringLiteral("*.log")});
+    if (path.isEmpty())
+        FileNew.setEnabled(true);
+    else
+        start(path);
+}
+
+void SessionLog::start(const QString &path)
+{
+    if (const auto reason = m_session.log.open(path)) {
+        showClosed();
+        throw RuntimeError::file(*reason, path);
+    }
+    m_path = path;
+    const QByteArray header = stamp("%% Log File Started: ") + LineEnd;
+    m_session.log.write(view(header + LineEnd));
+    m_session.LogBytes = static_cast<qint32>(header.size()) + 2;
+    m_session.Logging = true;
+
+    MainControls &main = m_session.Main;
+    main.FileNew.setEnabled(false);
+    main.LogInfo.setText(QStringLiteral("Logging: ") + QFileInfo(path).fileName());
+    main.LogSizeInfo.setText(logSizeText(m_session.LogBytes));
+    main.FileClose.setEnabled(true);
+    main.LogFrame.setVisible(true);
+}
+
+void SessionLog::fileClose()
+{
+    m_session.Main.FileClose.setEnabled(false);
+    m_session.Logging = false;
+    m_session.log.write(view(LineEnd + stamp("%% Log File Ended: ") + LineEnd));
+    const bool complete = m_session.log.close();
+    showClosed();
+    if (!complete)
+        throw RuntimeError::file(m_session.log.error(), m_path);
+}
+
+void SessionLog::flush()
+{
+    if (m_session.Logging && !m_session.log.flush())
+        writeFailed(m_session.log.error());
+}
+
+void SessionLog::writeFailed(const QString &reason)
+{
+    m_session.Logging = false;
+    m_session.log.close();
+    showClosed();
+    m_errors.report(RuntimeError::file(reason, m_path));
+}
+
+void SessionLog::showClosed()
+{
+    MainControls &main = m_session.Main;
+    main.FileClose.setEnabled(false);
+    main.FileNew.setEnabled(true);
+    main.LogFrame.setVisible(false);
+}
+
+/// Three lines, the last without its line end.
+QByteArray SessionLog::stamp(const char *title) const
+{
+    return QByteArray(Rule) + LineEnd + title + shortStamp(m_now()) + LineEnd + Rule;
+}
+
+} // namespace vantrel

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QDateTime>
+#include <QString>
+
+#include <functional>
+
+namespace vantrel {
+
+struct Session;
+class Dialogs;
+class ErrorBoundary;
+
+/// The session log file: everything that reaches the response pane, while a file is open.
+class SessionLog
+{
+public:
+    /// `now` is the clock of header and footer.
+    SessionLog(Session &session, Dialogs &dialogs, ErrorBoundary &errors,
+               std::function<QDateTime()> now = &QDateTime::currentDateTime);
+
+    /// Menu item `FileNew`: asks for a file and starts it.
+    QCoro::Task<> fileNew();
+    /// Menu item `FileClose`: ends the file with its footer.
+    void fileClose();
+
+    /// Opens the log on `path`, replacing what was there. Throws RuntimeError when it cannot.
+    void start(const QString &path);
+
+    /// Hands what was gathered to the system; called at every tick.
+    void flush();
+
+private:
+    void writeFailed(const QString &reason);
+    void showClosed();
+    QByteArray stamp(const char *title) const;
+
+    Session &m_session;
+    Dialogs &m_dialogs;
+    ErrorBoundary &m_errors;
+    std::function<QDateTime()> m_now;
+    QString m_path;
+};
+
+} // namespace vantrel

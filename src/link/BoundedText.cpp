@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/BoundedText.h"
+
+#include <algorithm>
+
+namespace vantrel {
+
+void BoundedText::append(std::string_view text)
+{
+    m_tail.append(text.data(), static_cast<qsizetype>(text.size()));
+    m_cut = m_cut || m_tail.size() > Limit;
+    if (m_tail.size() > 2 * Limit)
+        m_tail = m_tail.last(Limit);
+}
+
+void BoundedText::clear()
+{
+    m_tail.clear();
+    m_cut = false;
+}
+
+qsizetype BoundedText::size() const
+{
+    return m_cut ? static_cast<qsizetype>(Marker.size()) + Limit : m_tail.size();
+}
+
+QByteArray BoundedText::text() const
+{
+    if (!m_cut)
+        return m_tail;
+    return QByteArray(Marker.data(), Marker.size()) + m_tail.last(Limit);
+}
+
+} // namespace vantrel

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QFlags>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace vantrel {
+
+/// A colour of 8 bits a part.
+struct Colour
+{
+    quint8 red = 0;
+    quint8 green = 0;
+    quint8 blue = 0;
+
+    /// From a colour value whose lowest byte is red (255 is red, 0xFFFF80 a light cyan).
+    static constexpr Colour fromBlueGreenRed(quint32 value)
+    {
+        return {static_cast<quint8>(value), static_cast<quint8>(value >> 8U),
+                static_cast<quint8>(value >> 16U)};
+    }
+
+    bool operator==(const Colour &) const = default;
+};
+
+/// One control of the main window as a plain value.
+///
+/// Decoders and handlers read and set these; the window binds each to the widget (or action) whose
+/// object name is name(). An aspect that core has never set belongs to the form: the binder loads
+/// the form's value with adopt...(), so captions stand in one place only.
+class Control : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Aspect : quint16 {
+        Text = 0x01, ///< caption, label text or field contents
+        ToolTip = 0x02,
+        Enabled = 0x04,
+        Visible = 0x08,
+        Checked = 0x10, ///< check boxes and options
+        Colour = 0x20,  ///< background; nullopt is the palette's own
+        Items = 0x40,   ///< entries of a drop-down list
+        Index = 0x80,   ///< chosen entry of a drop-down list, -1 for none
+    };
+    Q_DECLARE_FLAGS(Aspects, Aspect)
+
+    /// Adds itself to `registry`, which the owner of the controls keeps.
+    Control(QList<Control *> &registry, const char *name);
+
+    QString name() const { return objectName(); }
+    const QString &text() const { return m_text; }
+    const QString &toolTip() const { return m_toolTip; }
+    bool isEnabled() const { return m_enabled; }
+    bool isVisible() const { return m_visible; }
+    bool isChecked() const { return m_checked; }
+    std::optional<Colour> colour() const { return m_colour; }
+    const QStringList &items() const { return m_items; }
+    int index() const { return m_index; }
+
+    void setText(const QString &text);
+    void setToolTip(const QString &toolTip);
+    void setEnabled(bool enabled);
+    void setVisible(bool visible);
+    void setChecked(bool checked);
+    void setColour(std::optional<Colour> colour);
+    void setItems(const QStringList &items);
+    void insertItem(int position, const QString &item);
+    void setIndex(int index);
+
+    /// Adds to the end of the text; told by appended() instead of changed(), so that a long pane
+    /// need not be handed over whole.
+    void appendText(const QString &text);
+
+    /// Aspects that core has set at least once.
+    Aspects ownedAspects() const { return m_owned; }
+
+    /// Takes over what the form shows or what the user has just done, without a notice.
+    void adoptText(const QString &text) { m_text = text; }
+    void adoptToolTip(const QString &toolTip) { m_toolTip = toolTip; }
+    void adoptChecked(bool checked) { m_checked = checked; }
+    void adoptIndex(int index) { m_index = index; }
+
+signals:
+    void changed(vantrel::Control::Aspect aspect);
+    void appended(const QString &text);
+
+private:
+    template <typename Value>
+    void set(Value &member, const Value &value, Aspect aspect);
+
+    QString m_text;
+    QString m_toolTip;
+    QStringList m_items;
+    std::optional<Colour> m_colour;
+    int m_index = -1;
+    Aspects m_owned;
+    bool m_enabled = true;
+    bool m_visible = true;
+    bool m_checked = false;
+};
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(Control::Aspects)
+
+} // namespace vantrel

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Wire.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+
+#include <cstring>
+
+namespace vantrel {
+
+/// States of the receive de-framer, as RxState holds them between reads.
+namespace RxStates {
+constexpr qint16 Hunting = 0;    ///< outside a packet
+constexpr qint16 EscOutside = 1; ///< ESC seen outside a packet
+constexpr qint16 InBody = 2;     ///< inside a body
+constexpr qint16 EscInBody = 3;  ///< ESC seen inside a body
+constexpr qint16 Complete = 4;   ///< a packet is complete and being handed over
+} // namespace RxStates
+
+/// Cuts a byte stream into packets. `state` and `body` carry what is unfinished from call to call;
+/// onPacket() is called with each complete body in `body`, which stays there until the next packet
+/// starts.
+///
+/// - An ESC after an ESC outside a packet starts nothing: ESC ESC "S" is discarded.
+/// - ESC "S" inside a body starts the packet anew.
+/// - ESC and any byte but ESC, "S" and "E" inside a body yields that byte alone.
+/// - Bytes between packets are discarded; an empty body is a packet.
+template <typename OnPacket>
+void deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&onPacket)
+{
+    const char *at = bytes.data();
+    const char *const end = at + bytes.size();
+    const auto untilEsc = [end](const char *from) {
+        const void *found = std::memchr(from, wire::Esc, static_cast<size_t>(end - from));
+        return found ? static_cast<const char *>(found) : end;
+    };
+
+    while (at != end) {
+        switch (state) {
+        case RxStates::Hunting:
+            at = untilEsc(at);
+            if (at != end) {
+                ++at;
+                state = RxStates::EscOutside;
+            }
+            break;
+        case RxStates::EscOutside:
+            state = RxStates::Hunting;
+            if (*at++ == wire::Start) {
+                body.resize(0);
+                state = RxStates::InBody;
+            }
+            break;
+        case RxStates::InBody: {
+            const char *const esc = untilEsc(at);
+            body.append(at, esc - at);
+            at = esc;
+            if (at != end) {
+                ++at;
+                state = RxStates::EscInBody;
+            }
+            break;
+        }
+        case RxStates::EscInBody: {
+            const char byte = *at++;
+            state = RxStates::InBody;
+            if (byte == wire::Start) {
+                body.resize(0);
+            } else if (byte == wire::End) {
+                state = RxStates::Complete;
+                onPacket();
+                state = RxStates::Hunting;
+            } else {
+                body.append(byte);
+            }
+            break;
+        }
+        default: // a corrupted state; the byte is lost
+            ++at;
+            state = RxStates::Hunting;
+        }
+    }
+}
+
+} // namespace vantrel

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/LogFile.h"
+
+namespace vantrel {
+
+namespace {
+constexpr qsizetype PieceSize = 64 * 1024;
+}
+
+std::optional<QString> LogFile::open(const QString &path)
+{
+    m_gathered.clear();
+    m_file.setFileName(path);
+    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        return m_file.errorString();
+    return std::nullopt;
+}
+
+bool LogFile::write(std::string_view bytes)
+{
+    m_gathered.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    return m_gathered.size() < PieceSize || flush();
+}
+
+bool LogFile::flush()
+{
+    qsizetype done = 0;
+    while (done < m_gathered.size()) {
+        const qint64 written =
+            m_file.write(m_gathered.constData() + done, m_gathered.size() - done);
+        if (written <= 0)
+            break;
+        done += written;
+    }
+    const bool complete = done == m_gathered.size();
+    m_gathered.resize(0);
+    return complete;
+}
+
+bool LogFile::close()
+{
+    const bool complete = flush();
+    m_file.close();
+    return complete;
+}
+
+} // namespace vantrel

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+
+#include <optional>
+#include <string_view>
+
+namespace vantrel {
+
+/// The session log on disk: bytes as given, gathered in memory and written in large pieces.
+class LogFile
+{
+public:
+    /// Creates the file, or empties it. Returns why that failed, in the system's words.
+    std::optional<QString> open(const QString &path);
+
+    /// Takes the bytes. Returns false when they or earlier ones could not be written; error() says
+    /// why.
+    bool write(std::string_view bytes);
+
+    /// Hands everything gathered so far to the system. Returns false as write() does.
+    bool flush();
+
+    /// Flushes and closes. Returns false when the last bytes could not be written.
+    bool close();
+
+    QString error() const { return m_file.errorString(); }
+
+private:
+    QFile m_file;
+    QByteArray m_gathered;
+};
+
+} // namespace vantrel

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/SerialTransport.h"
+
+#include <QTimer>
+
+#include <algorithm>
+
+namespace vantrel {
+
+namespace {
+
+QSerialPort::Parity parityOf(const QByteArray &letter)
+{
+    if (letter == "e")
+        return QSerialPort::EvenParity;
+    return letter == "o" ? QSerialPort::OddParity : QSerialPort::NoParity;
+}
+
+/// The line has lost its device, as opposed to one command that the device did not like.
+bool meansDeviceLost(QSerialPort::SerialPortError error)
+{
+    switch (error) {
+    case QSerialPort::ResourceError:
+    case QSerialPort::ReadError:
+    case QSerialPort::WriteError:
+    case QSerialPort::DeviceNotFoundError:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+SerialTransport::SerialTransport()
+{
+    connect(&m_port, &QSerialPort::readyRead, this, &Transport::bytesArrived);
+    connect(&m_port, &QSerialPort::errorOccurred, this, &SerialTransport::onError);
+}
+
+std::optional<QString> SerialTransport::open(const Endpoint &endpoint)
+{
+    close();
+    m_port.setPortName(endpoint.address);
+    setLineSettings(endpoint.settings);
+    if (!m_port.open(QIODevice::ReadWrite))
+        return m_port.errorString();
+    return std::nullopt;
+}
+
+void SerialTransport::close()
+{
+    if (!m_port.isOpen())
+        return;
+    m_port.flush();
+    m_port.close();
+}
+
+bool SerialTransport::isConnected() const
+{
+    return m_port.isOpen();
+}
+
+void SerialTransport::setLineSettings(const QByteArray &settings)
+{
+    const QList<QByteArray> fields = settings.trimmed().split(',');
+    if (fields.size() != 4)
+        return;
+    m_port.setBaudRate(fields[0].toInt());
+    m_port.setParity(parityOf(fields[1]));
+    m_port.setDataBits(static_cast<QSerialPort::DataBits>(fields[2].toInt()));
+    m_port.setStopBits(static_cast<QSerialPort::StopBits>(fields[3].toInt()));
+}
+
+void SerialTransport::write(const QByteArray &bytes)
+{
+    m_port.write(bytes);
+}
+
+qint64 SerialTransport::read(char *buffer, qint64 capacity)
+{
+    return m_port.isOpen() ? std::max<qint64>(0, m_port.read(buffer, capacity)) : 0;
+}
+
+void SerialTransport::onError(QSerialPort::SerialPortError error)
+{
+    if (!meansDeviceLost(error) || !m_port.isOpen())
+        return;
+    // The port is in the middle of its own notification; it can be closed once that has returned.
+    QTimer::singleShot(0, this, [this] {
+        if (m_port.error() != QSerialPort::NoError)
+            m_port.close();
+    });
+}
+
+} // namespace vantrel

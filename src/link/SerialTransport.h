@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Transport.h"
+
+#include <QSerialPort>
+
+namespace vantrel {
+
+/// A serial port. When its device vanishes (adapter pulled) the port closes silently and
+/// isConnected() turns false; it never emits failed().
+class SerialTransport : public Transport
+{
+    Q_OBJECT
+
+public:
+    SerialTransport();
+
+    std::optional<QString> open(const Endpoint &endpoint) override;
+    void close() override;
+    bool isConnected() const override;
+    void setLineSettings(const QByteArray &settings) override;
+    void write(const QByteArray &bytes) override;
+    qint64 read(char *buffer, qint64 capacity) override;
+
+private:
+    void onError(QSerialPort::SerialPortError error);
+
+    QSerialPort m_port;
+};
+
+} // namespace vantrel

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Transport.h"
+
+#include <QTcpSocket>
+
+namespace vantrel {
+
+/// A TCP client socket. Proxies of the system are not used: a tester is on the bench's network.
+class TcpTransport : public Transport
+{
+    Q_OBJECT
+
+public:
+    TcpTransport();
+
+    std::optional<QString> open(const Endpoint &endpoint) override;
+    void close() override;
+    bool isConnected() const override;
+    void setLineSettings(const QByteArray & /*settings*/) override {}
+    void write(const QByteArray &bytes) override;
+    qint64 read(char *buffer, qint64 capacity) override;
+
+private:
+    void onError();
+
+    QTcpSocket m_socket;
+};
+
+} // namespace vantrel

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+namespace vantrel {
+
+/// Where a transport opens to. A serial port uses `address` (the device) and `settings`; a socket
+/// uses `address` (host name or IP address) and `port`.
+struct Endpoint
+{
+    QString address;
+    quint16 port = 0;
+    QByteArray
+        settings; ///< line settings, " 19200,n,8,1": rate in baud, parity, data and stop bits
+};
+
+/// A byte pipe to the tester. Nothing blocks and nothing throws.
+class Transport : public QObject
+{
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    /// Opens, or starts to (a socket connects in the background). Returns why it cannot be opened,
+    /// or nothing when it was.
+    virtual std::optional<QString> open(const Endpoint &endpoint) = 0;
+    virtual void close() = 0;
+
+    /// Open and able to carry bytes; false while a connect is under way.
+    virtual bool isConnected() const = 0;
+
+    /// Changes the line settings of an open serial port; nothing for other transports.
+    virtual void setLineSettings(const QByteArray &settings) = 0;
+
+    virtual void write(const QByteArray &bytes) = 0;
+
+    /// Takes up to `capacity` of the bytes that are waiting; returns how many were taken.
+    virtual qint64 read(char *buffer, qint64 capacity) = 0;
+
+signals:
+    void bytesArrived();
+
+    /// The connection failed or was closed by the other side. A serial port never tells.
+    void failed(const QString &description);
+};
+
+} // namespace vantrel

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Transport.h"
+
+#include <QByteArray>
+#include <QObject>
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace vantrel {
+
+struct Session;
+
+/// Doubles every ESC of a body. The argument is consumed: it is empty afterwards.
+QByteArray StuffEscapes(QByteArray &body);
+
+/// The byte link to the one tester: serial port or TCP, baud search, framing both ways.
+class VornComm : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int SerialPortCount = 4;
+    static constexpr quint16 TesterPort = 7;
+
+    VornComm(Session &session, std::unique_ptr<Transport> serial, std::unique_ptr<Transport> tcp);
+    ~VornComm() override;
+
+    /// Device behind COM1 to COM4 (`number` 1 to 4): "/dev/ttyS0", "COM1".
+    void setSerialDevice(int number, const QString &device);
+
+    // Where the next OpenLink() goes to.
+    void setSerialPortNumber(int number) { m_serialPortNumber = number; }
+    void setRemoteHost(const QString &host) { m_remoteHost = host; }
+    void setRemotePort(quint16 port) { m_remotePort = port; }
+    int serialPortNumber() const { return m_serialPortNumber; }
+    QString remoteHost() const { return m_remoteHost; }
+
+    /// What runs for each complete packet; its body is in the session's RxPacket.
+    void setDispatcher(std::function<void()> dispatcher) { m_dispatch = std::move(dispatcher); }
+
+    /// Opens the transport that NetworkMode selects. Returns why it failed, or nothing. A TCP
+    /// connect goes on in the background.
+    std::optional<QString> OpenLink();
+    void CloseLink();
+
+    /// True when bytes can be sent now.
+    bool isConnected() const;
+
+    /// Moves the serial line to the next of the four searched rates.
+    void NextBaudRate();
+
+    /// Writes a framed packet in one call. Without an open link it says so in the command pane.
+    void SendPacket(const QByteArray &packet);
+
+    /// Takes all waiting bytes, dispatches each packet they complete, then lets the waits look.
+    void ReceiveBytes();
+
+    /// "( blank )rate,n,8,1" of the current BaudIndex.
+    QByteArray lineSettings() const;
+
+signals:
+    /// The socket failed, or the other side closed it.
+    void socketError(const QString &description);
+
+private:
+    Transport &current() const;
+
+    Session &m_session;
+    std::unique_ptr<Transport> MSComm1;   // serial port
+    std::unique_ptr<Transport> tcpClient; // socket
+    std::array<QString, SerialPortCount> m_serialDevices;
+    int m_serialPortNumber = 1;
+    QString m_remoteHost;
+    quint16 m_remotePort = TesterPort;
+    std::function<void()> m_dispatch;
+    QByteArray m_readBuffer;
+};
+
+} // namespace vantrel

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QCoroTask>
+
+#include <functional>
+#include <vector>
+
+namespace vantrel {
+
+/// How a wait ended.
+enum class WaitEnd {
+    Answered, ///< its flag was set
+    TimedOut, ///< the tick counter equalled its deadline
+    Closed,   ///< the program is closing
+};
+
+/// The wait primitive: `co_await waits.until(flag, deadline)`.
+///
+/// A deadline is a value of the tick counter (100 ms a tick, see TickWrap()) and is met by
+/// equality. check() runs after every tick and after every read of received bytes, so no tick is
+/// missed and a wait whose answer has come goes on at once, whatever other waits are pending.
+class Waits
+{
+    struct Pending
+    {
+        std::function<bool()> flag;
+        qint32 deadline = 0;
+        WaitEnd end = WaitEnd::Closed;
+        std::coroutine_handle<> waiter;
+    };
+
+public:
+    /// The awaitable that until() returns.
+    class Wait
+    {
+    public:
+        Wait(Waits &waits, std::function<bool()> flag, qint32 deadline);
+        bool await_ready();
+        void await_suspend(std::coroutine_handle<> waiter);
+        WaitEnd await_resume() const noexcept { return m_pending.end; }
+
+    private:
+        Waits &m_waits;
+        Pending m_pending;
+    };
+
+    /// `tickCount` is the session's counter; it must outlive this object.
+    explicit Waits(const qint32 &tickCount) : m_tickCount(tickCount) {}
+    Waits(const Waits &) = delete;
+    Waits &operator=(const Waits &) = delete;
+    ~Waits() { closeAll(); }
+
+    Wait until(std::function<bool()> flag, qint32 deadline);
+
+    /// Resumes every wait that has come to its end.
+    void check();
+
+    /// Ends every wait with Closed; later ones end so at once.
+    void closeAll();
+
+    int pendingCount() const { return static_cast<int>(m_pending.size()); }
+
+private:
+    bool hasEnded(Pending &pending) const;
+
+    const qint32 &m_tickCount;
+    std::vector<Pending *> m_pending; // each lives in its waiting coroutine's frame
+    bool m_closed = false;
+};
+
+} // namespace vantrel

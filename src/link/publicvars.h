@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/BoundedText.h"
+#include "link/Control.h"
+#include "link/LogFile.h"
+#include "link/Waits.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <array>
+#include <functional>
+
+namespace vantrel {
+
+/// The connection state, as LinkState holds it.
+namespace LinkStates {
+constexpr qint16 Closed = 0;
+constexpr qint16 Opened = 1;    ///< link opened, tester not yet probed
+constexpr qint16 Probing = 2;   ///< version query sent, no answer yet
+constexpr qint16 Running = 3;   ///< tester answered in normal operation
+constexpr qint16 Bootstrap = 4; ///< tester answered from its bootstrap loader
+} // namespace LinkStates
+
+/// The controls of the main window, as values. Each has the object name of its widget or action.
+struct MainControls
+{
+    QList<Control *> all; // first: every control below adds itself
+
+    // Comm Select
+    Control Comm1{all, "Comm1"}, Comm2{all, "Comm2"}, Comm3{all, "Comm3"}, Comm4{all, "Comm4"};
+    Control CommE{all, "CommE"};
+    Control cbNWName{all, "cbNWName"};
+    Control Connect{all, "Connect"};
+
+    // Vorn Port Status
+    Control conxsts{all, "conxsts"}, power{all, "power"}, vornstate{all, "vornstate"};
+    Control cbHSInhibit{all, "cbHSInhibit"};
+    Control Automode{all, "Automode"};
+
+    // USB Controls
+    Control USBReset{all, "USBReset"}, USBResume{all, "USBResume"}, Suspend{all, "Suspend"};
+    Control ClrResp{all, "ClrResp"};
+
+    // USB Vcc Control
+    Control VoltWin{all, "VoltWin"};
+    Control VoltSet{all, "VoltSet"};
+    Control VoltEnable{all, "VoltEnable"}, VoltDisable{all, "VoltDisable"};
+    Control Vcc_AR{all, "Vcc_AR"};
+    Control CurrWin{all, "CurrWin"};
+
+    // VornScript
+    Control ScriptLoad{all, "ScriptLoad"};
+    Control ScriptName{all, "ScriptName"};
+    Control ScriptIdx{all, "ScriptIdx"};
+    Control ScriptRun{all, "ScriptRun"};
+
+    // Log
+    Control LogFrame{all, "LogFrame"};
+    Control LogInfo{all, "LogInfo"}, LogSizeInfo{all, "LogSizeInfo"};
+
+    // Panes
+    Control CmdWin{all, "CmdWin"};
+    Control RespWin{all, "RespWin"};
+
+    // Menu items
+    Control FileNew{all, "FileNew"}, FileClose{all, "FileClose"};
+    Control UtilDR{all, "UtilDR"}, UtilDV{all, "UtilDV"}, UtilFM{all, "UtilFM"};
+    Control EZUSB{all, "EZUSB"};
+    Control mnuUtilFW{all, "mnuUtilFW"}, mnuUtilFTDI{all, "mnuUtilFTDI"};
+    Control mnuConfigureNetwork{all, "mnuConfigureNetwork"};
+};
+
+/// Everything that the parts of the console share, under its own name. There is one, made by the
+/// console and handed to whoever needs it. Nobody keeps a copy of a value across a wait.
+struct Session
+{
+    Session() = default;
+    Session(const Session &) = delete;
+    Session &operator=(const Session &) = delete;
+
+    // Link
+    qint16 LinkState = LinkStates::Closed;
+    bool NetworkMode = false;          ///< TCP, not serial; fixed for the life of one connection
+    QString RemoteHost;                ///< network name last chosen
+    std::array<qint32, 7> BaudTable{}; ///< baud; the search uses the first four
+    qint16 BaudIndex = 0;
+    QByteArray EscChar, PacketStart, PacketEnd, EscPair;
+    QByteArray TxPacket;     ///< last framed command
+    qint16 RxState = 0;      ///< de-framer state
+    QByteArray RxPacket;     ///< body being received; kept until the next packet starts
+    bool StatusSeen = false; ///< a version or port-status answer arrived since the last poll
+
+    // Tester
+    qint16 FirmwareMajor = -1;
+    qint16 FirmwareMinor = -2;
+    qint16 TesterRamK = -1; ///< KiB
+    qint16 TesterModel = 0; ///< 1 or 2; 0 until a tester has answered
+
+    // Time, in ticks of 100 ms
+    qint32 TickCount = 0;
+    qint16 TriggerHoldoff = 0; ///< counts down; trigger reports are ignored above 0
+    qint16 DescTimeout = 0;    ///< counts down for the descriptor viewer
+
+    // Vbus
+    float VbusVolts = 0; ///< last requested, in volts
+    QString VbusText;    ///< last sent, as shown
+
+    // Panes and log
+    BoundedText RespText;
+    bool RespDirty = false; ///< RespText changed since the pane was redrawn
+    bool Logging = false;
+    qint32 LogBytes = 0; ///< header and body, without the footer
+
+    // Exchanges
+    bool ScriptBusy = false; ///< a long exchange owns the link: no probing, no polling
+    bool ScriptDone = false;
+    bool ScriptError = false;
+    bool DescActive = false; ///< device-request replies go to the descriptor viewer
+    bool FtdiActive = false; ///< device-request replies go to the FTDI utility
+    bool FwBlockAck = false;
+    bool ConfigReadDone = false;
+    QByteArray ConfigReadData;
+    qint16 FlashStatus = 0;    ///< 0 none yet, 1 success, else failure
+    qint16 FlashSlotState = 0; ///< 0 disabled, 1 enabled, 255 undefined
+    QString FlashScriptName;
+    bool DataTimeStamps = false; ///< data reports carry a time stamp; nothing sets it yet
+    qint16 MaxPacketCode = 0;    ///< 0 = 8, 1 = 16, 2 = 32, 3 = 64 bytes
+    bool FullSpeedMode = false;
+
+    // Where replies go while DescActive or FtdiActive is set. The whole payload, code byte first;
+    // valid during the call only. Empty while no such window exists.
+    std::function<void(QByteArrayView payload)> descdecode;
+    std::function<void(QByteArrayView payload)> FTDIResp;
+    /// Ends a descriptor retrieval with a message.
+    std::function<void(const QString &message)> gd_abort;
+
+    /// Called when writing the log failed: tells the user once and closes the log. Must not throw.
+    std::function<void(const QString &reason)> logFailed;
+
+    MainControls Main;
+    LogFile log; ///< open while Logging
+    Waits waits{TickCount};
+};
+
+} // namespace vantrel
