@@ -100,9 +100,10 @@ QCoro::Task<> Connection::automodeClicked()
 {
     const bool on = m_session.Main.Automode.isChecked();
     m_commands.SendAutoMode(on);
-    if (!on)
+    if (!on) {
         co_await m_dialogs.messageBox({QStringLiteral("You Have DISABLED Automatic Mode"),
                                        QStringLiteral("Vantrel - Warning")});
+    }
 }
 
 QCoro::Task<> Connection::socketError(QString description)

@@ -23,8 +23,9 @@ QCoro::Task<> guarded(Dialogs &dialogs, std::function<QCoro::Task<>()> action)
     } catch (const RuntimeError &error) {
         escaped = error;
     }
-    if (escaped)
+    if (escaped) {
         co_await showError(dialogs, escaped->shortName());
+    }
 }
 
 } // namespace

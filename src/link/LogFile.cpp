@@ -4,7 +4,7 @@
 namespace vantrel {
 
 namespace {
-constexpr qsizetype PieceSize = 64 * 1024;
+constexpr qsizetype PieceSize = 65'536; // bytes
 }
 
 std::optional<QString> LogFile::open(const QString &path)

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/SerialTransport.h"
 
-#include <QTimer>
-
 #include <algorithm>
 
 namespace vantrel {
@@ -87,10 +85,13 @@ void SerialTransport::onError(QSerialPort::SerialPortError error)
     if (!meansDeviceLost(error) || !m_port.isOpen())
         return;
     // The port is in the middle of its own notification; it can be closed once that has returned.
-    QTimer::singleShot(0, this, [this] {
-        if (m_port.error() != QSerialPort::NoError)
-            m_port.close();
-    });
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (m_port.error() != QSerialPort::NoError)
+                m_port.close();
+        },
+        Qt::QueuedConnection);
 }
 
 } // namespace vantrel

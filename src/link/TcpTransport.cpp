@@ -9,7 +9,7 @@ namespace vantrel {
 
 namespace {
 // Bounds what one notification takes in, so that a flood never holds up the window.
-constexpr qint64 ReceiveLimit = 256 * 1024;
+constexpr qint64 ReceiveLimit = 262'144; // bytes
 } // namespace
 
 TcpTransport::TcpTransport()

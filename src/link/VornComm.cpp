@@ -9,7 +9,7 @@ namespace vantrel {
 
 namespace {
 constexpr qint16 LastSearchedRate = 3;
-constexpr qsizetype ReadSize = 64 * 1024;
+constexpr qsizetype ReadSize = 65'536;
 } // namespace
 
 QByteArray StuffEscapes(QByteArray &body)

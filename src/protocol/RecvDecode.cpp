@@ -193,12 +193,12 @@ void RecvDecode::DecodePortStatus(const ByteReader &packet)
     if (const char *speed = speedText(*status))
         main.conxsts.setText(QString::fromLatin1(speed));
 
-    const bool powered = *status & PortStatus::PowerOn;
+    const bool powered = (*status & PortStatus::PowerOn) != 0;
     main.power.setText(powered ? QStringLiteral("On") : QStringLiteral("Off"));
     main.VoltEnable.setEnabled(!powered);
     main.VoltDisable.setEnabled(powered);
 
-    const bool suspended = *status & PortStatus::Suspended;
+    const bool suspended = (*status & PortStatus::Suspended) != 0;
     main.vornstate.setText(suspended ? QStringLiteral("Suspended") : QStringLiteral("Active"));
     main.vornstate.setColour(suspended ? SuspendedColour : ActiveColour);
     main.USBResume.setEnabled(suspended);
