@@ -1,6 +1,8 @@
 add_library(vantrel_windows STATIC
   console/Binder.cpp
   console/DialogBoxes.cpp
+  console/ElidedLabel.cpp
+  console/FileDialog.cpp
   console/Main.cpp
   console/Main.ui
   console/frmNewIP.cpp

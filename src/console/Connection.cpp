@@ -61,8 +61,9 @@ QCoro::Task<> Connection::ConnectStuff()
         m_session.NetworkMode = true;
 
     if (m_link.OpenLink()) {
-        co_await m_dialogs.messageBox({QStringLiteral("Error Opening Communications Port"),
-                                       QStringLiteral("Vantrel - Error")});
+        const Message error{QStringLiteral("Error Opening Communications Port"),
+                            QStringLiteral("Vantrel - Error")};
+        co_await m_dialogs.messageBox(error);
         setSelectionEnabled(true);
         co_return;
     }
@@ -101,15 +102,17 @@ QCoro::Task<> Connection::automodeClicked()
     const bool on = m_session.Main.Automode.isChecked();
     m_commands.SendAutoMode(on);
     if (!on) {
-        co_await m_dialogs.messageBox({QStringLiteral("You Have DISABLED Automatic Mode"),
-                                       QStringLiteral("Vantrel - Warning")});
+        const Message warning{QStringLiteral("You Have DISABLED Automatic Mode"),
+                              QStringLiteral("Vantrel - Warning")};
+        co_await m_dialogs.messageBox(warning);
     }
 }
 
 QCoro::Task<> Connection::socketError(QString description)
 {
-    co_await m_dialogs.messageBox({QStringLiteral("Network Error Detected: ") + description,
-                                   QStringLiteral("Vantrel Communications Manager")});
+    const Message error{QStringLiteral("Network Error Detected: ") + description,
+                        QStringLiteral("Vantrel Communications Manager")};
+    co_await m_dialogs.messageBox(error);
     DoDisconnect();
 }
 

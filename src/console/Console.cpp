@@ -168,8 +168,9 @@ void Console::descriptorViewerClicked()
 
 QCoro::Task<> Console::refuseDescriptorViewer()
 {
-    co_await m_dialogs.messageBox({QStringLiteral("Descriptor Viewer Only works in Automatic Mode"),
-                                   QStringLiteral("Vantrel - Illegal Operation")});
+    const Message refusal{QStringLiteral("Descriptor Viewer Only works in Automatic Mode"),
+                          QStringLiteral("Vantrel - Illegal Operation")};
+    co_await m_dialogs.messageBox(refusal);
 }
 
 void Console::exitClicked()

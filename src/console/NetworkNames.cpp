@@ -146,8 +146,9 @@ QCoro::Task<> NetworkNames::load(QString path)
         if (QFile::exists(path)) {
             entries = parse(readWhole(path));
         } else {
-            co_await m_dialogs.messageBox({QStringLiteral("Creating Network Name File"),
-                                           QStringLiteral("Vantrel Initialization")});
+            const Message notice{QStringLiteral("Creating Network Name File"),
+                                 QStringLiteral("Vantrel Initialization")};
+            co_await m_dialogs.messageBox(notice);
             createEmpty(path);
         }
     } catch (const RuntimeError &error) {
@@ -192,12 +193,13 @@ void NetworkNames::cancelNew()
 
 QCoro::Task<bool> NetworkNames::add(QString name)
 {
-    const auto illegal = std::ranges::find_if(
-        name, [](QChar character) { return !LegalCharacters.contains(character); });
-    if (illegal != name.end()) {
-        co_await m_dialogs.messageBox(
-            {QStringLiteral("Illegal Character in Network Name: '") + *illegal + QLatin1Char('\''),
-             QStringLiteral("Error Adding Network Name")});
+    const auto *const illegal = std::ranges::find_if(
+        std::as_const(name), [](QChar character) { return !LegalCharacters.contains(character); });
+    if (illegal != name.cend()) {
+        const Message error{QStringLiteral("Illegal Character in Network Name: '") + *illegal +
+                                QLatin1Char('\''),
+                            QStringLiteral("Error Adding Network Name")};
+        co_await m_dialogs.messageBox(error);
         co_return false;
     }
 

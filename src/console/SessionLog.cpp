@@ -46,9 +46,10 @@ QCoro::Task<> SessionLog::fileNew()
 {
     Control &FileNew = m_session.Main.FileNew;
     FileNew.setEnabled(false);
-    const QString path = co_await m_dialogs.fileDialog(
-        {FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
-         QStringLiteral("Log Files|*.log"), QStringLiteral("log"), QStringLiteral("*.log")});
+    const FileChoice choice{FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
+                            QStringLiteral("Log Files|*.log"), QStringLiteral("log"),
+                            QStringLiteral("*.log")};
+    const QString path = co_await m_dialogs.fileDialog(choice);
     if (path.isEmpty())
         FileNew.setEnabled(true);
     else

@@ -35,6 +35,14 @@ public:
         return static_cast<quint16>(byte(position) << 8U | byte(position + 1));
     }
 
+    /// Low byte first, as USB has it.
+    std::optional<quint16> wordLowFirst(qsizetype position) const
+    {
+        if (position < 1 || position + 1 > m_payload.size())
+            return std::nullopt;
+        return static_cast<quint16>(byte(position + 1) << 8U | byte(position));
+    }
+
     /// Most significant byte first.
     std::optional<quint32> doubleWord(qsizetype position) const
     {

@@ -19,6 +19,14 @@ constexpr qint16 EscInBody = 3;  ///< ESC seen inside a body
 constexpr qint16 Complete = 4;   ///< a packet is complete and being handed over
 } // namespace RxStates
 
+/// Appends a run of body bytes: QByteArray::append() costs more than the copy of a short run.
+inline void appendRun(QByteArray &body, const char *from, qsizetype length)
+{
+    const qsizetype size = body.size();
+    body.resize(size + length);
+    std::memcpy(body.data() + size, from, static_cast<size_t>(length));
+}
+
 /// Cuts a byte stream into packets. `state` and `body` carry what is unfinished from call to call;
 /// onPacket() is called with each complete body in `body`, which stays there until the next packet
 /// starts.
@@ -40,7 +48,8 @@ void deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&o
     while (at != end) {
         switch (state) {
         case RxStates::Hunting:
-            at = untilEsc(at);
+            if (*at != wire::Esc) // it is, where one packet follows the other
+                at = untilEsc(at);
             if (at != end) {
                 ++at;
                 state = RxStates::EscOutside;
@@ -55,7 +64,7 @@ void deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&o
             break;
         case RxStates::InBody: {
             const char *const esc = untilEsc(at);
-            body.append(at, esc - at);
+            appendRun(body, at, esc - at);
             at = esc;
             if (at != end) {
                 ++at;

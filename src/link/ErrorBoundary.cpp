@@ -12,7 +12,8 @@ namespace {
 
 QCoro::Task<> showError(Dialogs &dialogs, QString shortName)
 {
-    co_await dialogs.messageBox({shortName, QStringLiteral("Vantrel - Error")});
+    const Message error{shortName, QStringLiteral("Vantrel - Error")};
+    co_await dialogs.messageBox(error);
 }
 
 QCoro::Task<> guarded(Dialogs &dialogs, std::function<QCoro::Task<>()> action)

@@ -33,6 +33,8 @@ bool LogFile::flush()
         done += written;
     }
     const bool complete = done == m_gathered.size();
+    if (!complete)
+        m_error = m_file.errorString();
     m_gathered.resize(0);
     return complete;
 }

@@ -27,11 +27,13 @@ public:
     /// Flushes and closes. Returns false when the last bytes could not be written.
     bool close();
 
-    QString error() const { return m_file.errorString(); }
+    /// Why writing failed; still known after close().
+    QString error() const { return m_error; }
 
 private:
     QFile m_file;
     QByteArray m_gathered;
+    QString m_error;
 };
 
 } // namespace vantrel

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/Program.h"
+
+#include "app/Tour.h"
+#include "link/SerialTransport.h"
+#include "link/TcpTransport.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+
+namespace vantrel {
+
+Program::Program(const Options &options)
+    : m_options(options),
+      m_console(m_dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
+      m_main(m_console)
+{
+    for (int number = 1; number <= VornComm::SerialPortCount; ++number) {
+        m_console.link().setSerialDevice(
+            number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
+    }
+    QObject::connect(&m_console, &Console::loaded, &m_main, [this] { applyOptions(); });
+}
+
+std::optional<QString> Program::start()
+{
+    if (m_options.simulatedModel) {
+        if (auto failure = startSimulator())
+            return failure;
+    }
+    const bool tour = !m_options.tourDirectory.isEmpty();
+    if (tour && !QDir().mkpath(m_options.tourDirectory))
+        return QStringLiteral("cannot make the folder ") + m_options.tourDirectory;
+
+    m_main.show();
+    m_console.load(namesFile());
+    if (tour)
+        takeTour();
+    return std::nullopt;
+}
+
+std::optional<QString> Program::startSimulator()
+{
+    const auto settings = *m_options.simulatedModel == 1 ? simulator::Settings::vorn1()
+                                                         : simulator::Settings::vorn2();
+    m_tester = simulator::makeDefaultTester(settings);
+    m_tester->setRecording(false); // it may run for days
+    m_testerEnd = std::make_unique<simulator::TcpEnd>(*m_tester);
+    if (!m_testerEnd->listen())
+        return QStringLiteral("the simulated tester found no free port");
+    return std::nullopt;
+}
+
+/// A tour makes its own, so that each begins with a first start and leaves the user's file alone.
+QString Program::namesFile() const
+{
+    if (m_options.tourDirectory.isEmpty()) {
+        return NetworkNames::filePath(
+            QCoreApplication::applicationDirPath(),
+            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
+    }
+    const QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
+    QFile::remove(path);
+    return path;
+}
+
+void Program::applyOptions()
+{
+    if (m_testerEnd)
+        selectNetwork(QStringLiteral("127.0.0.1"), m_testerEnd->port());
+    else if (!m_options.host.isEmpty())
+        selectNetwork(m_options.host, m_options.port);
+    else
+        m_console.link().setRemotePort(m_options.port);
+    if (m_options.connect)
+        m_console.connectClicked();
+}
+
+void Program::selectNetwork(const QString &host, quint16 port)
+{
+    MainControls &main = m_console.session().Main;
+    for (Control *option : {&main.Comm1, &main.Comm2, &main.Comm3, &main.Comm4})
+        option->setChecked(false);
+    main.CommE.setChecked(true);
+    m_console.names().offer(host);
+    m_console.link().setRemotePort(port);
+}
+
+QCoro::Task<> Program::takeTour()
+{
+    Tour tour(m_console, m_main, *m_tester, m_options.tourDirectory);
+    const int result = co_await tour.run();
+    m_main.close();
+    QApplication::exit(result);
+}
+
+} // namespace vantrel

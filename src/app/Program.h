@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/Options.h"
+#include "console/Console.h"
+#include "console/DialogBoxes.h"
+#include "console/Main.h"
+#include "simulator/TcpEnd.h"
+#include "simulator/Tester.h"
+
+#include <QCoroTask>
+
+#include <memory>
+#include <optional>
+
+namespace vantrel {
+
+/// The parts of the running program, joined.
+class Program
+{
+public:
+    explicit Program(const Options &options);
+
+    /// Shows the window and does what the options ask for. Nothing, or why the program cannot run.
+    std::optional<QString> start();
+
+private:
+    std::optional<QString> startSimulator();
+    QString namesFile() const;
+    void applyOptions();
+    void selectNetwork(const QString &host, quint16 port);
+    QCoro::Task<> takeTour();
+
+    Options m_options;
+    DialogBoxes m_dialogs;
+    Console m_console;
+    Main m_main;
+    std::unique_ptr<simulator::Tester> m_tester;
+    std::unique_ptr<simulator::TcpEnd> m_testerEnd;
+};
+
+} // namespace vantrel

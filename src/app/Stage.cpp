@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/Stage.h"
+
+#include "console/Console.h"
+#include "link/Utils.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTextStream>
+
+namespace vantrel {
+
+namespace {
+
+void print(const QString &line)
+{
+    QTextStream(stdout) << line << Qt::endl;
+}
+
+/// Each line of a pane's new text, behind a mark that says which pane.
+void printPane(const QString &mark, const QString &text)
+{
+    for (const QString &line : text.split(QStringLiteral("\r\n"))) {
+        if (!line.isEmpty())
+            print(mark + line);
+    }
+}
+
+void strike(QWidget &widget, int key, const QString &text = {})
+{
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, text);
+    QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier, text);
+    QApplication::sendEvent(&widget, &press);
+    QApplication::sendEvent(&widget, &release);
+}
+
+} // namespace
+
+Stage::Stage(Console &console, QWidget &mainWindow, const QString &directory)
+    : m_console(console), m_main(mainWindow), m_directory(directory)
+{
+    tellPanes();
+}
+
+void Stage::tellPanes()
+{
+    MainControls &main = m_console.session().Main;
+    QObject::connect(&main.CmdWin, &Control::appended, &m_main, [](const QString &text) {
+        printPane(QStringLiteral("    command  | "), text);
+    });
+    QObject::connect(&main.RespWin, &Control::changed, &m_main,
+                     [this, &main](Control::Aspect aspect) {
+                         if (aspect == Control::Aspect::Text)
+                             tellResponses(main.RespWin.text());
+                     });
+}
+
+void Stage::tellResponses(const QString &text)
+{
+    const bool continues = text.startsWith(m_toldResponses);
+    printPane(QStringLiteral("    response | "),
+              continues ? text.sliced(m_toldResponses.size()) : text);
+    m_toldResponses = text;
+}
+
+void Stage::say(const QString &title)
+{
+    print(QStringLiteral("* ") + title);
+    for (const QString &pane : {QStringLiteral("CmdWin"), QStringLiteral("RespWin")})
+        m_oldLines[pane] = linesOf(pane).size();
+}
+
+/// Complete lines, without what the last line end is followed by.
+QStringList Stage::linesOf(const QString &pane) const
+{
+    const auto *const edit = m_main.findChild<QPlainTextEdit *>(pane);
+    if (!edit)
+        throw TourFailure(QStringLiteral("no pane %1").arg(pane));
+    QStringList lines = edit->toPlainText().split(QLatin1Char('\n'));
+    if (lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
+}
+
+QWidget &Stage::find(const char *name) const
+{
+    const QString objectName = QString::fromLatin1(name);
+    QList<QWidget *> windows = QApplication::topLevelWidgets();
+    windows.prepend(&m_main);
+    if (QWidget *modal = QApplication::activeModalWidget())
+        windows.prepend(modal);
+    for (QWidget *window : windows) {
+        QWidget *widget = window->isVisible() ? window->findChild<QWidget *>(objectName) : nullptr;
+        if (!widget)
+            continue;
+        if (!widget->isEnabled())
+            throw TourFailure(QStringLiteral("%1 is disabled").arg(objectName));
+        return *widget;
+    }
+    throw TourFailure(QStringLiteral("no control %1").arg(objectName));
+}
+
+void Stage::press(const char *name)
+{
+    auto *const button = qobject_cast<QAbstractButton *>(&find(name));
+    if (!button)
+        throw TourFailure(QStringLiteral("%1 is no button").arg(QString::fromLatin1(name)));
+    button->setFocus(Qt::MouseFocusReason);
+    button->click();
+}
+
+void Stage::choose(const char *name)
+{
+    auto *const action = m_main.findChild<QAction *>(QString::fromLatin1(name));
+    if (!action || !action->isEnabled())
+        throw TourFailure(
+            QStringLiteral("menu item %1 cannot be chosen").arg(QString::fromLatin1(name)));
+    action->trigger();
+}
+
+void Stage::enter(const char *name, const QString &text)
+{
+    auto *const field = qobject_cast<QLineEdit *>(&find(name));
+    if (!field)
+        throw TourFailure(QStringLiteral("%1 is no entry field").arg(QString::fromLatin1(name)));
+    field->setFocus(Qt::MouseFocusReason);
+    field->selectAll();
+    for (const QChar character : text)
+        strike(*field, 0, character);
+    strike(*field, Qt::Key_Return, QStringLiteral("\r"));
+}
+
+void Stage::pick(const char *name, const QString &entry)
+{
+    auto *const list = qobject_cast<QComboBox *>(&find(name));
+    const int index = list ? list->findText(entry) : -1;
+    if (index < 0)
+        throw TourFailure(QStringLiteral("no entry \"%1\"").arg(entry));
+    list->setCurrentIndex(index);
+    emit list->activated(index);
+}
+
+QCoro::Task<> Stage::expect(QString what, std::function<bool()> condition, int ticks)
+{
+    Session &session = m_console.session();
+    const WaitEnd end = co_await session.waits.until(condition, deadlineIn(session, ticks));
+    if (end != WaitEnd::Answered)
+        throw TourFailure(QStringLiteral("expected: ") + what);
+    print(QStringLiteral("    seen: ") + what);
+}
+
+QCoro::Task<> Stage::expectText(QString name, QString text)
+{
+    const auto shows = [this, name, text] {
+        const QWidget *widget = m_main.findChild<QWidget *>(name);
+        return widget && widget->property("text").toString() == text;
+    };
+    co_await expect(QStringLiteral("%1 shows \"%2\"").arg(name, text), shows);
+}
+
+QCoro::Task<> Stage::expectLine(QString pane, QString line)
+{
+    const auto holds = [this, pane, line] {
+        return linesOf(pane).indexOf(line, m_oldLines.value(pane)) >= 0;
+    };
+    co_await expect(QStringLiteral("%1 has got \"%2\"").arg(pane, line), holds);
+}
+
+QCoro::Task<> Stage::expectBox(QString title, QString text, QString picture)
+{
+    co_await expectDialog(QStringLiteral("MessageBox"));
+    auto *const box = qobject_cast<QMessageBox *>(dialog(QStringLiteral("MessageBox")));
+    if (!box || box->windowTitle() != title || box->text() != text)
+        throw TourFailure(QStringLiteral("expected the box \"%1\": \"%2\"").arg(title, text));
+    print(QStringLiteral("    box      | %1: %2").arg(title, text));
+    if (!picture.isEmpty())
+        this->picture(picture, box);
+    box->button(QMessageBox::Ok)->click();
+    const auto closed = [this] { return !dialog(QStringLiteral("MessageBox")); };
+    co_await expect(QStringLiteral("the box has closed"), closed);
+}
+
+QCoro::Task<> Stage::answerFileDialog(QString path)
+{
+    co_await expectDialog(QStringLiteral("FileDial1"));
+    auto *const chooser = qobject_cast<QFileDialog *>(dialog(QStringLiteral("FileDial1")));
+    if (!chooser)
+        throw TourFailure(QStringLiteral("no file dialog"));
+    print(QStringLiteral("    dialog   | %1").arg(chooser->windowTitle()));
+    chooser->setDirectory(QFileInfo(path).path());
+    chooser->selectFile(QFileInfo(path).fileName());
+    auto *const buttons = chooser->findChild<QDialogButtonBox *>();
+    const bool saving = chooser->acceptMode() == QFileDialog::AcceptSave;
+    buttons->button(saving ? QDialogButtonBox::Save : QDialogButtonBox::Open)->click();
+}
+
+QCoro::Task<> Stage::expectDialog(QString name)
+{
+    const auto open = [this, name] { return dialog(name) != nullptr; };
+    co_await expect(QStringLiteral("%1 is open").arg(name), open);
+}
+
+QWidget *Stage::dialog(const QString &name) const
+{
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (window->objectName() == name && window->isVisible())
+            return window;
+    }
+    return nullptr;
+}
+
+void Stage::picture(const QString &name, QWidget *window)
+{
+    const QString path = m_directory + QLatin1Char('/') + name + QStringLiteral(".png");
+    if (!(window ? window : &m_main)->grab().save(path))
+        throw TourFailure(QStringLiteral("cannot write ") + path);
+    print(QStringLiteral("    picture  | ") + path);
+}
+
+} // namespace vantrel

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QCoroTask>
+#include <QHash>
+#include <QString>
+
+#include <exception>
+#include <functional>
+
+class QWidget;
+
+namespace vantrel {
+
+class Console;
+
+/// A step of the tour did not show what it should.
+class TourFailure : public std::exception
+{
+public:
+    explicit TourFailure(const QString &what) : m_what(what.toUtf8()) {}
+    const char *what() const noexcept override { return m_what.constData(); }
+
+private:
+    QByteArray m_what;
+};
+
+/// Drives the program's own windows as a user would, by the names of their controls, and tells on
+/// standard output what they show. Everything throws TourFailure when it cannot be done.
+class Stage
+{
+public:
+    /// Pictures go to `directory`, which must exist.
+    Stage(Console &console, QWidget &mainWindow, const QString &directory);
+
+    /// Announces a step. Lines that are expected from now on must be new ones.
+    void say(const QString &title);
+
+    /// Presses a button, option or check box of the main window or of an open dialog.
+    void press(const char *name);
+    /// Chooses a menu item.
+    void choose(const char *name);
+    /// Types over what an entry field holds, then presses Enter.
+    void enter(const char *name, const QString &text);
+    /// Chooses an entry of a drop-down list.
+    void pick(const char *name, const QString &entry);
+
+    /// Waits, `ticks` of 100 ms at most, until the condition holds.
+    QCoro::Task<> expect(QString what, std::function<bool()> condition, int ticks = 50);
+    /// Waits until the control of the main window shows the text.
+    QCoro::Task<> expectText(QString name, QString text);
+    /// Waits until a line has been added to the command pane or to the response pane since the step
+    /// was announced.
+    QCoro::Task<> expectLine(QString pane, QString line);
+    /// Waits for a message box, checks title and text, takes its picture if `picture` is not empty,
+    /// and presses OK.
+    QCoro::Task<> expectBox(QString title, QString text, QString picture = {});
+    /// Waits for the file dialog and answers it with the path.
+    QCoro::Task<> answerFileDialog(QString path);
+    /// Waits until a dialog of this name is open.
+    QCoro::Task<> expectDialog(QString name);
+
+    /// Saves a picture of the window as NAME.png and says so.
+    void picture(const QString &name, QWidget *window = nullptr);
+    QWidget *dialog(const QString &name) const;
+
+    QString directory() const { return m_directory; }
+
+private:
+    QWidget &find(const char *name) const;
+    QStringList linesOf(const QString &pane) const;
+    void tellPanes();
+    void tellResponses(const QString &text);
+
+    Console &m_console;
+    QWidget &m_main;
+    QString m_directory;
+    QString m_toldResponses;
+    QHash<QString, qsizetype> m_oldLines; // by pane, at the start of the step
+};
+
+} // namespace vantrel

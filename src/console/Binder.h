@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Control.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QWidget>
+
+namespace vantrel {
+
+/// Ties control values to the widgets and actions of a window that bear their names.
+///
+/// A value shows at once wherever core has set it; what core has not set yet is loaded from the
+/// form. What the user ticks, types or chooses is in the value before any handler that is connected
+/// to the same widget later than the binder. Values that core sets never look like user actions:
+/// handlers belong on clicked(), textEdited(), activated() and triggered().
+///
+/// A focused widget that core disables for a while has the focus back once it is enabled again,
+/// unless the user went elsewhere.
+class Binder : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Every control must have its widget or action. Both outlive the binder.
+    Binder(const QList<Control *> &controls, QWidget &window);
+
+    /// Names among `controls` that nothing in the window bears.
+    static QStringList unbound(const QList<Control *> &controls, const QWidget &window);
+
+private:
+    void bind(Control &control, QObject &face);
+    void show(const Control &control, QObject &face, Control::Aspect aspect);
+    void setEnabled(QObject &face, bool enabled);
+
+    QWidget &m_window;
+    QPointer<QWidget> m_displaced; // had the focus when it was disabled
+    QPointer<QWidget> m_standIn;   // has had the focus since
+};
+
+} // namespace vantrel

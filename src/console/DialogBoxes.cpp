@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/DialogBoxes.h"
+
+#include "console/FileDialog.h"
+#include "link/OneShot.h"
+
+#include <QApplication>
+#include <QMainWindow>
+#include <QMessageBox>
+
+namespace vantrel {
+
+namespace {
+
+Answer closedAnswer(Message::Buttons buttons)
+{
+    return buttons == Message::Buttons::YesNo ? Answer::No : Answer::Ok;
+}
+
+QMessageBox *makeBox(const Message &message, QWidget *parent)
+{
+    const bool question = message.buttons == Message::Buttons::YesNo;
+    auto *box = new QMessageBox(question ? QMessageBox::Question : QMessageBox::NoIcon,
+                                message.title, {}, QMessageBox::NoButton, parent);
+    box->setObjectName(QStringLiteral("MessageBox"));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setTextFormat(Qt::PlainText);
+    box->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    box->setText(message.text);
+    box->setStandardButtons(question ? QMessageBox::Yes | QMessageBox::No : QMessageBox::Ok);
+    box->setEscapeButton(question ? QMessageBox::No : QMessageBox::Ok);
+    return box;
+}
+
+QWidget *windowBelow()
+{
+    // The active window may be a dialog that has just been answered and is about to go.
+    QWidget *active = QApplication::activeWindow();
+    if (active && active->isVisible())
+        return active;
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (qobject_cast<QMainWindow *>(window))
+            return window;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+QCoro::Task<Answer> DialogBoxes::messageBox(Message message)
+{
+    const Answer ifClosed = closedAnswer(message.buttons);
+    QWidget *below = windowBelow();
+    if (!below)
+        co_return ifClosed;
+
+    QMessageBox *box = makeBox(message, below);
+    const OneShot<Answer> answer;
+    QObject::connect(box, &QMessageBox::finished, box, [answer, ifClosed](int button) {
+        answer.resolve(button == QMessageBox::Yes ? Answer::Yes : ifClosed);
+    });
+    QObject::connect(box, &QObject::destroyed, [answer, ifClosed] { answer.resolve(ifClosed); });
+    box->open();
+    co_return co_await answer;
+}
+
+QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
+{
+    QWidget *below = windowBelow();
+    if (!below)
+        co_return QString();
+
+    auto *dialog = new FileDialog(choice, below);
+    const OneShot<QString> path;
+    QObject::connect(dialog, &QFileDialog::finished, dialog, [dialog, path](int result) {
+        path.resolve(result == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString());
+    });
+    QObject::connect(dialog, &QObject::destroyed, [path] { path.resolve({}); });
+    dialog->open();
+    co_return co_await path;
+}
+
+} // namespace vantrel

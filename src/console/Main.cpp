@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/Main.h"
+
+#include "console/Binder.h"
+#include "console/Console.h"
+#include "console/frmNewIP.h"
+#include "link/Version.h"
+#include "ui_Main.h"
+
+#include <QCloseEvent>
+#include <QFontDatabase>
+#include <QPointer>
+#include <QScreen>
+
+#include <algorithm>
+#include <ranges>
+
+namespace vantrel {
+
+namespace {
+
+constexpr int TickMilliseconds = 100;
+constexpr int StripRows = 5;
+
+/// Makes the field as wide as its widest text, so that nothing moves when the text changes.
+template <typename Field>
+void reserve(Field &field, const QString &widest)
+{
+    const QString text = field.text();
+    field.setText(widest);
+    field.setMinimumWidth(field.sizeHint().width());
+    field.setText(text);
+}
+
+void reserveEntry(QLineEdit &field, const QString &widest)
+{
+    const int margins = field.sizeHint().width() - 17 * field.fontMetrics().horizontalAdvance(u'x');
+    field.setMinimumWidth(field.fontMetrics().horizontalAdvance(widest) + margins);
+}
+
+} // namespace
+
+Main::Main(Console &console)
+    : m_console(console), m_ui(std::make_unique<Ui::Main>()), m_Timer1(new QTimer(this))
+{
+    m_ui->setupUi(this);
+    setWindowTitle(QStringLiteral("Vantrel v%1.%2.%3")
+                       .arg(version::Major)
+                       .arg(version::Minor)
+                       .arg(version::Revision));
+    arrange();
+
+    m_binder = std::make_unique<Binder>(console.session().Main.all, *this);
+    connectConnection();
+    connectPortControls();
+    connectMenus();
+
+    m_frmNewIP = new frmNewIP(console, this);
+    connect(&console, &Console::newNetworkNameWanted, m_frmNewIP, &frmNewIP::ask);
+
+    m_Timer1->setObjectName(QStringLiteral("Timer1"));
+    m_Timer1->setTimerType(Qt::PreciseTimer);
+    connect(m_Timer1, &QTimer::timeout, &console, &Console::Timer1);
+    m_Timer1->start(TickMilliseconds);
+}
+
+Main::~Main()
+{
+    closeOtherWindows();
+}
+
+void Main::connectConnection()
+{
+    connect(m_ui->Connect, &QPushButton::clicked, &m_console, &Console::connectClicked);
+    connect(m_ui->cbNWName, &QComboBox::activated, &m_console, &Console::networkNameClicked);
+    connect(m_ui->Automode, &QCheckBox::clicked, &m_console, &Console::automodeClicked);
+    connect(m_ui->ClrResp, &QPushButton::clicked, &m_console, &Console::clearClicked);
+}
+
+void Main::connectPortControls()
+{
+    connect(m_ui->VoltWin, &QLineEdit::textEdited, this,
+            [this] { m_console.act([this] { m_console.ports().voltWinChanged(); }); });
+    connect(m_ui->VoltWin, &QLineEdit::editingFinished, this,
+            [this] { m_console.act([this] { m_console.ports().voltWinLostFocus(); }); });
+    onClick(m_ui->VoltEnable, &PortControls::voltEnableClicked);
+    onClick(m_ui->VoltDisable, &PortControls::voltDisableClicked);
+    onClick(m_ui->Vcc_AR, &PortControls::vccAutoRecoveryClicked);
+    onClick(m_ui->cbHSInhibit, &PortControls::highSpeedInhibitClicked);
+    onClick(m_ui->USBReset, &PortControls::usbResetClicked);
+    onClick(m_ui->Suspend, &PortControls::suspendClicked);
+    onClick(m_ui->USBResume, &PortControls::usbResumeClicked);
+}
+
+void Main::connectMenus()
+{
+    connect(m_ui->FileNew, &QAction::triggered, &m_console, &Console::fileNewClicked);
+    connect(m_ui->FileClose, &QAction::triggered, &m_console, &Console::fileCloseClicked);
+    connect(m_ui->Exit, &QAction::triggered, this, [this] {
+        m_console.exitClicked();
+        close();
+    });
+    connect(m_ui->UtilDV, &QAction::triggered, &m_console, &Console::descriptorViewerClicked);
+}
+
+void Main::onClick(QAbstractButton *button, void (PortControls::*handler)())
+{
+    connect(button, &QAbstractButton::clicked, this, [this, handler] {
+        m_console.act([this, handler] { (m_console.ports().*handler)(); });
+    });
+}
+
+/// What the form cannot say: sizes that follow from fonts and screen.
+void Main::arrange()
+{
+    const QFont fixedWidth = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    m_ui->CmdWin->setFont(fixedWidth);
+    m_ui->RespWin->setFont(fixedWidth);
+    m_ui->splitter->setStretchFactor(0, 1);
+    m_ui->splitter->setStretchFactor(1, 4);
+    m_ui->cbNWName->setPlaceholderText(QString::fromLatin1(Console::DefaultHost));
+
+    reserve(*m_ui->conxsts, QStringLiteral("<Unknown>"));
+    reserve(*m_ui->power, QStringLiteral("Off"));
+    reserve(*m_ui->vornstate, QStringLiteral("Suspended"));
+    reserve(*m_ui->ScriptIdx, QStringLiteral("VN_End @ 65535"));
+    reserveEntry(*m_ui->VoltWin, QStringLiteral("5.00"));
+    reserveEntry(*m_ui->CurrWin, QStringLiteral(" 999.99 mA"));
+
+    // The rows of all groups stand in line.
+    const int rowHeight =
+        std::max({m_ui->Connect->sizeHint().height(), m_ui->cbNWName->sizeHint().height(),
+                  m_ui->VoltWin->sizeHint().height()});
+    for (QGridLayout *grid :
+         {m_ui->CommGrid, m_ui->StatusGrid, m_ui->UsbGrid, m_ui->VoltsGrid, m_ui->ScriptGrid}) {
+        for (int row = 0; row < StripRows; ++row)
+            grid->setRowMinimumHeight(row, rowHeight);
+        grid->setRowStretch(StripRows, 1);
+    }
+    resize(QSize(1040, 720).boundedTo(screen()->availableSize() * 0.95));
+}
+
+void Main::closeEvent(QCloseEvent *event)
+{
+    m_Timer1->stop();
+    m_console.shutDown();
+    closeOtherWindows();
+    QMainWindow::closeEvent(event);
+}
+
+void Main::closeOtherWindows()
+{
+    QList<QPointer<QWidget>> windows;
+    for (QWidget *widget : findChildren<QWidget *>()) {
+        if (widget->isWindow() && widget->isVisible())
+            windows.append(widget);
+    }
+    // A dialog stands behind its parent in the list and closes before it.
+    for (const QPointer<QWidget> &window : windows | std::views::reverse) {
+        if (window)
+            window->close();
+    }
+}
+
+} // namespace vantrel

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/Bench.h"
+#include "simulator/PtyEnd.h"
+#include "support/Hex.h"
+
+#include <QTest>
+
+using namespace vantrel;
+using namespace vantrel::test;
+
+namespace {
+
+/// A bench with a tester at the far end of a pseudo-terminal that stands for COM1's cable.
+struct SerialBench : Bench
+{
+    explicit SerialBench(int baud)
+        : tester(simulator::makeDefaultTester(simulator::Settings::vorn1())), end(*tester, baud)
+    {
+        const QString device = directory.filePath(QStringLiteral("tty"));
+        if (!end.open(device))
+            qFatal("no pseudo-terminal");
+        console.link().setSerialDevice(1, device);
+    }
+
+    /// One-second steps until the tester has answered, at most `steps`; how many it took.
+    int stepsToAnswer(int steps)
+    {
+        for (int step = 1; step <= steps; ++step) {
+            second();
+            if (QTest::qWaitFor([this] { return session().LinkState >= LinkStates::Running; }, 300))
+                return step;
+        }
+        return -1;
+    }
+
+    std::unique_ptr<simulator::Tester> tester;
+    simulator::PtyEnd end;
+};
+
+} // namespace
+
+class tst_serial : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void findsTheRate_data();
+    void findsTheRate();
+    void nextConnectStartsAtTheRateFound();
+    void missingDevice();
+    void silenceMovesOn();
+    void pulledAdapterComesBack();
+    void stuffedBytesBothWays();
+};
+
+void tst_serial::findsTheRate_data()
+{
+    QTest::addColumn<int>("baud");
+    QTest::addColumn<int>("probe");
+    QTest::newRow("19200") << 19200 << 1;
+    QTest::newRow("38400") << 38400 << 2;
+    QTest::newRow("57600") << 57600 << 3;
+    QTest::newRow("115200") << 115200 << 4;
+}
+
+void tst_serial::findsTheRate()
+{
+    QFETCH(int, baud);
+    QFETCH(int, probe);
+    SerialBench bench(baud);
+    bench.console.connectClicked();
+    QCOMPARE(bench.session().LinkState, LinkStates::Opened);
+    QCOMPARE(bench.stepsToAnswer(5), probe);
+    QCOMPARE(bench.session().LinkState, LinkStates::Running);
+    QVERIFY(bench.commandLineSeen("** Vorn 1 Firmware Revision  2 . 17"));
+    QCOMPARE(bench.commandLineCount("Connecting..."), 1);
+}
+
+void tst_serial::nextConnectStartsAtTheRateFound()
+{
+    SerialBench bench(57600);
+    bench.console.connectClicked();
+    QCOMPARE(bench.stepsToAnswer(5), 3);
+    bench.console.connectClicked();
+    QCOMPARE(bench.session().LinkState, LinkStates::Closed);
+    bench.console.connectClicked();
+    QCOMPARE(bench.stepsToAnswer(5), 1);
+}
+
+void tst_serial::missingDevice()
+{
+    Bench bench;
+    bench.console.link().setSerialDevice(1, bench.directory.filePath(QStringLiteral("nothing")));
+    bench.console.connectClicked();
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Error Opening Communications Port"));
+    QCOMPARE(bench.session().LinkState, LinkStates::Closed);
+    QVERIFY(bench.main().Comm1.isEnabled());
+    QCOMPARE(bench.main().Connect.text(), QStringLiteral("Connect"));
+}
+
+void tst_serial::silenceMovesOn()
+{
+    SerialBench bench(19200);
+    bench.console.connectClicked();
+    QCOMPARE(bench.stepsToAnswer(1), 1);
+    bench.tester->faults().silence.all = true;
+    bench.session().StatusSeen = false;
+    bench.second();
+    QCOMPARE(bench.commandLineCount("Connecting..."), 2);
+    bench.second(); // probes at 38400
+    QCOMPARE(bench.console.link().lineSettings(), QByteArray(" 38400,n,8,1"));
+    bench.tester->faults().silence.all = false;
+    QCOMPARE(bench.stepsToAnswer(5), 3); // 57600, 115200, 19200
+}
+
+void tst_serial::pulledAdapterComesBack()
+{
+    SerialBench bench(19200);
+    bench.console.connectClicked();
+    QCOMPARE(bench.stepsToAnswer(1), 1);
+
+    bench.end.unplug();
+    QTRY_VERIFY(!bench.console.link().isConnected());
+    bench.session().StatusSeen = false;
+    bench.second();
+    QCOMPARE(bench.session().LinkState, LinkStates::Probing);
+    const QString paneBefore = bench.main().CmdWin.text();
+    bench.second();
+    bench.second();
+    QCOMPARE(bench.main().CmdWin.text(), paneBefore); // probing in vain, without a word
+    QVERIFY(bench.dialogs.messages.isEmpty());
+
+    bench.end.plug();
+    QVERIFY(bench.stepsToAnswer(5) > 0);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    bench.second();
+    QTRY_COMPARE(bench.main().power.text(), QStringLiteral("On"));
+}
+
+void tst_serial::stuffedBytesBothWays()
+{
+    SerialBench bench(19200);
+    bench.console.connectClicked();
+    QCOMPARE(bench.stepsToAnswer(1), 1);
+
+    QByteArray block = "1b 80 06 1b00 1b1b 1b00"_hex;
+    bench.console.commands().SendDeviceRequest(block);
+    QTRY_VERIFY(bench.tester->commandsSeen().contains("01 1b 80 06 1b00 1b1b 1b00"_hex));
+    bench.tester->reportMessage("1b 11 13 0a 0d 7f 04 03 1b"_hex);
+    QTRY_VERIFY(bench.responses().contains("*** Message -- \r\n 1B 11 13 0A 0D 7F 04 03 1B \r\n"));
+}
+
+QTEST_GUILESS_MAIN(tst_serial)
+#include "tst_serial.moc"
