@@ -123,6 +123,7 @@ void Console::shutDown()
 {
     m_session.waits.closeAll();
     m_link.CloseLink();
+    m_log.flush();
 }
 
 void Console::connectClicked()

@@ -22,20 +22,19 @@ namespace {
 constexpr int TickMilliseconds = 100;
 constexpr int StripRows = 5;
 
-/// Makes the field as wide as its widest text, so that nothing moves when the text changes.
-template <typename Field>
-void reserve(Field &field, const QString &widest)
+/// Makes the label as wide as its widest text, so that nothing moves when the text changes.
+void reserve(QLabel &label, const QString &widest)
 {
-    const QString text = field.text();
-    field.setText(widest);
-    field.setMinimumWidth(field.sizeHint().width());
-    field.setText(text);
+    const QString text = label.text();
+    label.setText(widest);
+    label.setMinimumWidth(label.sizeHint().width());
+    label.setText(text);
 }
 
-void reserveEntry(QLineEdit &field, const QString &widest)
+void reserve(QLineEdit &field, const QString &widest)
 {
-    const int margins = field.sizeHint().width() - 17 * field.fontMetrics().horizontalAdvance(u'x');
-    field.setMinimumWidth(field.fontMetrics().horizontalAdvance(widest) + margins);
+    field.setMinimumWidth(field.minimumSizeHint().width() +
+                          field.fontMetrics().horizontalAdvance(widest));
 }
 
 } // namespace
@@ -66,7 +65,8 @@ Main::Main(Console &console)
 
 Main::~Main()
 {
-    closeOtherWindows();
+    shutDown();
+    hide(); // the focus leaves its field while there is still a window to handle that
 }
 
 void Main::connectConnection()
@@ -81,8 +81,7 @@ void Main::connectPortControls()
 {
     connect(m_ui->VoltWin, &QLineEdit::textEdited, this,
             [this] { m_console.act([this] { m_console.ports().voltWinChanged(); }); });
-    connect(m_ui->VoltWin, &QLineEdit::editingFinished, this,
-            [this] { m_console.act([this] { m_console.ports().voltWinLostFocus(); }); });
+    connect(m_ui->VoltWin, &QLineEdit::editingFinished, this, &Main::voltWinLeft);
     onClick(m_ui->VoltEnable, &PortControls::voltEnableClicked);
     onClick(m_ui->VoltDisable, &PortControls::voltDisableClicked);
     onClick(m_ui->Vcc_AR, &PortControls::vccAutoRecoveryClicked);
@@ -90,6 +89,16 @@ void Main::connectPortControls()
     onClick(m_ui->USBReset, &PortControls::usbResetClicked);
     onClick(m_ui->Suspend, &PortControls::suspendClicked);
     onClick(m_ui->USBResume, &PortControls::usbResumeClicked);
+}
+
+void Main::voltWinLeft()
+{
+    const bool setPressed = m_ui->VoltSet->hasFocus() && QGuiApplication::mouseButtons();
+    m_console.act([this] { m_console.ports().voltWinLostFocus(); });
+    // Sending disables the button under the mouse. The button next to it, which may be VoltDisable,
+    // is no place for the focus then.
+    if (setPressed && !m_ui->VoltSet->isEnabled())
+        m_ui->VoltWin->setFocus();
 }
 
 void Main::connectMenus()
@@ -110,6 +119,23 @@ void Main::onClick(QAbstractButton *button, void (PortControls::*handler)())
     });
 }
 
+void Main::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        colourReadOnlyFields();
+}
+
+/// Fields that only show have the window's colour, fields that take an entry the palette's.
+void Main::colourReadOnlyFields()
+{
+    for (QLineEdit *field : {m_ui->CurrWin, m_ui->ScriptName}) {
+        QPalette colours;
+        colours.setBrush(QPalette::Base, palette().window());
+        field->setPalette(colours);
+    }
+}
+
 /// What the form cannot say: sizes that follow from fonts and screen.
 void Main::arrange()
 {
@@ -124,8 +150,10 @@ void Main::arrange()
     reserve(*m_ui->power, QStringLiteral("Off"));
     reserve(*m_ui->vornstate, QStringLiteral("Suspended"));
     reserve(*m_ui->ScriptIdx, QStringLiteral("VN_End @ 65535"));
-    reserveEntry(*m_ui->VoltWin, QStringLiteral("5.00"));
-    reserveEntry(*m_ui->CurrWin, QStringLiteral(" 999.99 mA"));
+    reserve(*m_ui->VoltWin, QStringLiteral("5.00"));
+    reserve(*m_ui->CurrWin, QStringLiteral(" 999.99 mA"));
+
+    colourReadOnlyFields();
 
     // The rows of all groups stand in line.
     const int rowHeight =
@@ -142,10 +170,15 @@ void Main::arrange()
 
 void Main::closeEvent(QCloseEvent *event)
 {
+    shutDown();
+    QMainWindow::closeEvent(event);
+}
+
+void Main::shutDown()
+{
     m_Timer1->stop();
     m_console.shutDown();
     closeOtherWindows();
-    QMainWindow::closeEvent(event);
 }
 
 void Main::closeOtherWindows()

@@ -34,6 +34,7 @@ public:
     ~Main() override;
 
 protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
@@ -41,7 +42,10 @@ private:
     void connectPortControls();
     void connectMenus();
     void onClick(QAbstractButton *button, void (PortControls::*handler)());
+    void voltWinLeft();
     void arrange();
+    void colourReadOnlyFields();
+    void shutDown();
     void closeOtherWindows();
 
     Console &m_console;

@@ -86,6 +86,17 @@ private:
     qsizetype m_at = 0;
 };
 
+/// The first character, whole, that no network name may hold.
+std::optional<QString> firstIllegal(const QString &name)
+{
+    for (const char32_t character : name.toStdU32String()) {
+        const QString text = QString::fromUcs4(&character, 1);
+        if (!LegalCharacters.contains(text))
+            return text;
+    }
+    return std::nullopt;
+}
+
 void createEmpty(const QString &path)
 {
     QFile file(path);
@@ -193,10 +204,8 @@ void NetworkNames::cancelNew()
 
 QCoro::Task<bool> NetworkNames::add(QString name)
 {
-    const auto *const illegal = std::ranges::find_if(
-        std::as_const(name), [](QChar character) { return !LegalCharacters.contains(character); });
-    if (illegal != name.cend()) {
-        const Message error{QStringLiteral("Illegal Character in Network Name: '") + *illegal +
+    if (const auto character = firstIllegal(name)) {
+        const Message error{QStringLiteral("Illegal Character in Network Name: '") + *character +
                                 QLatin1Char('\''),
                             QStringLiteral("Error Adding Network Name")};
         co_await m_dialogs.messageBox(error);

@@ -14,6 +14,11 @@ namespace vantrel {
 class LogFile
 {
 public:
+    LogFile() = default;
+    LogFile(const LogFile &) = delete;
+    LogFile &operator=(const LogFile &) = delete;
+    ~LogFile() { close(); }
+
     /// Creates the file, or empties it. Returns why that failed, in the system's words.
     std::optional<QString> open(const QString &path);
 
