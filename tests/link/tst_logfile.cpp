@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/LogFile.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
+using namespace vantrel;
+
+namespace {
+
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
+
+#ifdef Q_OS_UNIX
+/// No file may grow beyond the limit while this lives, as on a full disk.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t limit)
+    {
+        m_previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_previous);
+        const rlimit lowered{limit, m_previous.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &lowered);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_previous);
+        std::signal(SIGXFSZ, m_previousHandler);
+    }
+
+private:
+    rlimit m_previous{};
+    void (*m_previousHandler)(int) = nullptr;
+};
+#endif
+
+} // namespace
+
+/// The session log on disk.
+class TestLogFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { QVERIFY(m_directory.isValid()); }
+
+    void bytesAsGiven();
+    void replacesWhatWasThere();
+    void flushedBytesCanBeRead();
+    void muchText();
+    void usableAgain();
+    void cannotOpen_data();
+    void cannotOpen();
+    void nothingGatheredNothingWritten();
+    void nothingLostWithoutClose();
+#ifdef Q_OS_UNIX
+    void diskFullAtFlush();
+    void diskFullAtClose();
+    void diskFullInMidText();
+    void keepsWhatWasWritten();
+#endif
+
+private:
+    QTemporaryDir m_directory;
+    QString m_path = m_directory.filePath(QStringLiteral("session.log"));
+};
+
+void TestLogFile::bytesAsGiven()
+{
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    const char bytes[] = {'a', '\0', '\r', '\n', '\n', '\xFF', '\x80'};
+    QVERIFY(log.write({bytes, sizeof bytes}));
+    QVERIFY(log.write("end"));
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray(bytes, sizeof bytes) + "end");
+}
+
+void TestLogFile::replacesWhatWasThere()
+{
+    QFile old(m_path);
+    QVERIFY(old.open(QIODevice::WriteOnly));
+    old.write("a much longer text than the new one");
+    old.close();
+
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QCOMPARE(contentsOf(m_path), QByteArray());
+    QVERIFY(log.write("new"));
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray("new"));
+}
+
+void TestLogFile::flushedBytesCanBeRead()
+{
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QVERIFY(log.write("one\r\n"));
+    QVERIFY(log.flush());
+    QCOMPARE(contentsOf(m_path), QByteArray("one\r\n"));
+    QVERIFY(log.write("two\r\n"));
+    QVERIFY(log.flush());
+    QVERIFY(log.flush());
+    QCOMPARE(contentsOf(m_path), QByteArray("one\r\ntwo\r\n"));
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray("one\r\ntwo\r\n"));
+}
+
+void TestLogFile::muchText()
+{
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QByteArray expected;
+    for (int line = 0; line < 50000; ++line) {
+        const QByteArray text = QByteArray::number(line) + " line\r\n";
+        QVERIFY(log.write({text.constData(), static_cast<size_t>(text.size())}));
+        expected += text;
+    }
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), expected);
+}
+
+void TestLogFile::usableAgain()
+{
+    const QString second = m_directory.filePath(QStringLiteral("second.log"));
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QVERIFY(log.write("one"));
+    QVERIFY(log.close());
+    QVERIFY(!log.open(second));
+    QVERIFY(log.write("two"));
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray("one"));
+    QCOMPARE(contentsOf(second), QByteArray("two"));
+}
+
+void TestLogFile::cannotOpen_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("reason");
+
+    QTest::newRow("no directory") << m_directory.filePath(QStringLiteral("none/session.log"))
+                                  << QStringLiteral("No such file or directory");
+    QTest::newRow("a directory") << m_directory.path() << QStringLiteral("Is a directory");
+}
+
+void TestLogFile::cannotOpen()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, reason);
+
+    LogFile log;
+    QCOMPARE(log.open(path), std::optional(reason));
+    QVERIFY(!log.open(m_path)); // usable all the same
+    QVERIFY(log.close());
+}
+
+void TestLogFile::nothingGatheredNothingWritten()
+{
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QVERIFY(log.flush());
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray());
+}
+
+void TestLogFile::nothingLostWithoutClose()
+{
+    {
+        LogFile log;
+        QVERIFY(!log.open(m_path));
+        QVERIFY(log.write("the last line\r\n"));
+    }
+    QCOMPARE(contentsOf(m_path), QByteArray("the last line\r\n"));
+}
+
+#ifdef Q_OS_UNIX
+void TestLogFile::diskFullAtFlush()
+{
+    LogFile log;
+    QVERIFY(!log.open(QStringLiteral("/dev/full")));
+    log.write("lost");
+    QVERIFY(!log.flush());
+    QCOMPARE(log.error(), QLatin1String("No space left on device"));
+}
+
+void TestLogFile::diskFullAtClose()
+{
+    LogFile log;
+    QVERIFY(!log.open(QStringLiteral("/dev/full")));
+    log.write("lost");
+    QVERIFY(!log.close());
+    QCOMPARE(log.error(), QLatin1String("No space left on device"));
+}
+
+void TestLogFile::diskFullInMidText()
+{
+    LogFile log;
+    QVERIFY(!log.open(QStringLiteral("/dev/full")));
+    bool allTaken = true;
+    for (int line = 0; line < 100'000; ++line)
+        allTaken = log.write("a line of the session\r\n") && allTaken;
+    QVERIFY2(!allTaken, "megabytes were gathered without a word about the full disk");
+}
+
+void TestLogFile::keepsWhatWasWritten()
+{
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    {
+        const FileSizeLimit limit(1000);
+        QVERIFY(log.write(std::string(600, 'a')));
+        QVERIFY(log.flush());
+        log.write(std::string(600, 'b'));
+        QVERIFY(!log.flush());
+        QCOMPARE(log.error(), QLatin1String("File too large"));
+        log.close();
+    }
+    QCOMPARE(contentsOf(m_path), QByteArray(600, 'a') + QByteArray(400, 'b'));
+}
+#endif
+
+QTEST_GUILESS_MAIN(TestLogFile)
+#include "tst_logfile.moc"

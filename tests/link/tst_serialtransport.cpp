@@ -1,0 +1,303 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/SerialTransport.h"
+#include "support/PseudoTerminal.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace vantrel;
+using namespace vantrel::test;
+
+namespace {
+
+/// A transport and everything that comes out of it.
+struct Near
+{
+    SerialTransport transport;
+    QByteArray received;
+    int failures = 0;
+
+    Near()
+    {
+        QObject::connect(&transport, &Transport::bytesArrived, &transport, [this] {
+            char buffer[100];
+            while (const qint64 count = transport.read(buffer, sizeof buffer))
+                received.append(buffer, count);
+        });
+        QObject::connect(&transport, &Transport::failed, &transport, [this] { ++failures; });
+    }
+
+    std::optional<QString> open(const QString &device, const QByteArray &settings = " 19200,n,8,1")
+    {
+        return transport.open({device, 0, settings});
+    }
+};
+
+QByteArray allBytes()
+{
+    QByteArray bytes;
+    for (int value = 0; value < 256; ++value)
+        bytes.append(static_cast<char>(value));
+    return bytes;
+}
+
+} // namespace
+
+/// The serial port on a pseudo-terminal.
+class TestSerialTransport : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void opens();
+    void missingDevice();
+    void notADevice();
+    void busyDevice();
+    void rates_data();
+    void rates();
+    void rateChangesWhileOpen();
+    void bytesBothWays();
+    void readTakesWhatFits();
+    void ownClose();
+    void ownCloseSendsTheRest();
+    void opensAgain();
+    void vanishedDevice();
+    void vanishedWhileIdleIsHarmless();
+    void deviceComesBack();
+    void unconnected();
+
+private:
+    std::unique_ptr<PseudoTerminal> m_far;
+};
+
+void TestSerialTransport::init()
+{
+    m_far = std::make_unique<PseudoTerminal>();
+    if (m_far->device().isEmpty())
+        QSKIP("the system gives no pseudo-terminals");
+}
+
+void TestSerialTransport::opens()
+{
+    Near near;
+    QVERIFY(!near.transport.isConnected());
+    QVERIFY(!near.open(m_far->device()));
+    QVERIFY(near.transport.isConnected());
+
+    const termios line = m_far->settings();
+    QCOMPARE(line.c_cflag & tcflag_t{CSIZE}, tcflag_t{CS8});
+    QCOMPARE(line.c_cflag & tcflag_t{PARENB | CSTOPB | CRTSCTS}, tcflag_t{0});
+    QCOMPARE(line.c_lflag & tcflag_t{ICANON | ECHO | ISIG}, tcflag_t{0});
+    QCOMPARE(line.c_iflag & tcflag_t{IXON | IXOFF | ICRNL | INLCR | ISTRIP}, tcflag_t{0});
+    QCOMPARE(line.c_oflag & tcflag_t{OPOST}, tcflag_t{0});
+}
+
+void TestSerialTransport::missingDevice()
+{
+    Near near;
+    const std::optional<QString> reason = near.open(QStringLiteral("/dev/ttyNone"));
+    QVERIFY(reason);
+    QVERIFY(!reason->isEmpty());
+    QVERIFY(!near.transport.isConnected());
+
+    QVERIFY(!near.open(m_far->device())); // usable all the same
+    QVERIFY(near.transport.isConnected());
+    QCOMPARE(near.failures, 0);
+}
+
+void TestSerialTransport::notADevice()
+{
+    Near near;
+    QVERIFY(near.open(QStringLiteral("/dev/null")));
+    QVERIFY(!near.transport.isConnected());
+    QVERIFY(near.open(QString()));
+    QVERIFY(!near.transport.isConnected());
+    QTest::qWait(0);
+    QCOMPARE(near.failures, 0);
+}
+
+void TestSerialTransport::busyDevice()
+{
+    Near first;
+    Near second;
+    QVERIFY(!first.open(m_far->device()));
+    if (::geteuid() == 0)
+        QSKIP("root may open a busy device");
+    QVERIFY(second.open(m_far->device()));
+    QVERIFY(!second.transport.isConnected());
+    QVERIFY(first.transport.isConnected());
+}
+
+void TestSerialTransport::rates_data()
+{
+    QTest::addColumn<QByteArray>("settings");
+    QTest::addColumn<quint32>("speed");
+
+    QTest::newRow("19200") << QByteArray(" 19200,n,8,1") << quint32{B19200};
+    QTest::newRow("38400") << QByteArray(" 38400,n,8,1") << quint32{B38400};
+    QTest::newRow("57600") << QByteArray(" 57600,n,8,1") << quint32{B57600};
+    QTest::newRow("115200") << QByteArray(" 115200,n,8,1") << quint32{B115200};
+}
+
+void TestSerialTransport::rates()
+{
+    QFETCH(QByteArray, settings);
+    QFETCH(quint32, speed);
+
+    Near near;
+    QVERIFY(!near.open(m_far->device(), settings));
+    const termios line = m_far->settings();
+    QCOMPARE(::cfgetospeed(&line), speed_t{speed});
+    QCOMPARE(::cfgetispeed(&line), speed_t{speed});
+}
+
+void TestSerialTransport::rateChangesWhileOpen()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    const auto speed = [this] {
+        const termios line = m_far->settings();
+        return ::cfgetospeed(&line);
+    };
+    QCOMPARE(speed(), speed_t{B19200});
+    near.transport.setLineSettings(" 38400,n,8,1");
+    QCOMPARE(speed(), speed_t{B38400});
+    near.transport.setLineSettings(" 115200,n,8,1");
+    QCOMPARE(speed(), speed_t{B115200});
+    near.transport.setLineSettings(" 19200,n,8,1");
+    QCOMPARE(speed(), speed_t{B19200});
+
+    near.transport.write("still here");
+    QTRY_COMPARE(m_far->received(), QByteArray("still here"));
+}
+
+void TestSerialTransport::bytesBothWays()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    near.transport.write(allBytes());
+    QTRY_COMPARE(m_far->received(), allBytes());
+    QCOMPARE(m_far->send(allBytes()), qsizetype{256});
+    QTRY_COMPARE(near.received, allBytes());
+}
+
+void TestSerialTransport::readTakesWhatFits()
+{
+    SerialTransport transport;
+    QVERIFY(!transport.open({m_far->device(), 0, " 19200,n,8,1"}));
+    QSignalSpy arrived(&transport, &Transport::bytesArrived);
+    m_far->send("abc");
+    QTRY_VERIFY(arrived.size() > 0);
+
+    char buffer[2] = {};
+    QCOMPARE(transport.read(buffer, 2), qint64{2});
+    QCOMPARE(QByteArray(buffer, 2), QByteArray("ab"));
+    QCOMPARE(transport.read(buffer, 2), qint64{1});
+    QCOMPARE(transport.read(buffer, 2), qint64{0});
+}
+
+void TestSerialTransport::ownClose()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    near.transport.close();
+    QVERIFY(!near.transport.isConnected());
+    near.transport.close();
+    QTest::qWait(0);
+    QCOMPARE(near.failures, 0);
+}
+
+void TestSerialTransport::ownCloseSendsTheRest()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    near.transport.write("last words");
+    near.transport.close();
+    QTRY_COMPARE(m_far->received(), QByteArray("last words"));
+}
+
+void TestSerialTransport::opensAgain()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    near.transport.close();
+    QVERIFY(!near.open(m_far->device(), " 57600,n,8,1"));
+    QVERIFY(!near.open(m_far->device(), " 57600,n,8,1")); // without a close in between
+    QVERIFY(near.transport.isConnected());
+
+    near.transport.write("to");
+    QTRY_COMPARE(m_far->received(), QByteArray("to"));
+    m_far->send("fro");
+    QTRY_COMPARE(near.received, QByteArray("fro"));
+}
+
+void TestSerialTransport::vanishedDevice()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    m_far->send("last");
+    QTRY_COMPARE(near.received, QByteArray("last"));
+
+    m_far->pull();
+
+    QTRY_VERIFY(!near.transport.isConnected());
+    QCOMPARE(near.failures, 0);
+    near.transport.write("into nothing");
+    near.transport.setLineSettings(" 38400,n,8,1");
+    near.transport.close();
+    QVERIFY(!near.transport.isConnected());
+    QCOMPARE(near.failures, 0);
+}
+
+void TestSerialTransport::vanishedWhileIdleIsHarmless()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    m_far->pull();
+    near.transport.write("probe"); // before the loss has been noticed
+    near.transport.setLineSettings(" 38400,n,8,1");
+    QTRY_VERIFY(!near.transport.isConnected());
+    QCOMPARE(near.failures, 0);
+}
+
+void TestSerialTransport::deviceComesBack()
+{
+    QTemporaryDir directory;
+    const QString device = directory.filePath(QStringLiteral("adapter"));
+    QVERIFY(QFile::link(m_far->device(), device));
+    Near near;
+    QVERIFY(!near.open(device));
+    m_far->pull();
+    QTRY_VERIFY(!near.transport.isConnected());
+    QVERIFY(QFile::remove(device));
+    QVERIFY(near.open(device)); // still away
+    QVERIFY(!near.transport.isConnected());
+
+    PseudoTerminal back;
+    QVERIFY(QFile::link(back.device(), device));
+    QVERIFY(!near.open(device, " 38400,n,8,1"));
+
+    QVERIFY(near.transport.isConnected());
+    near.transport.write("probe");
+    QTRY_COMPARE(back.received(), QByteArray("probe"));
+    back.send("answer");
+    QTRY_COMPARE(near.received, QByteArray("answer"));
+    QCOMPARE(near.failures, 0);
+}
+
+void TestSerialTransport::unconnected()
+{
+    Near near;
+    char buffer[1];
+    QCOMPARE(near.transport.read(buffer, 1), qint64{0});
+    near.transport.write("into nothing");
+    near.transport.close();
+    QVERIFY(!near.transport.isConnected());
+    QCOMPARE(near.failures, 0);
+}
+
+QTEST_GUILESS_MAIN(TestSerialTransport)
+#include "tst_serialtransport.moc"

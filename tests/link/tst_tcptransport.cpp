@@ -1,0 +1,375 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/TcpTransport.h"
+#include "support/TestServer.h"
+
+#include <QNetworkProxy>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+using namespace vantrel;
+using namespace vantrel::test;
+
+namespace {
+
+const QString Loopback = QStringLiteral("127.0.0.1");
+
+/// A transport and everything that comes out of it.
+struct Client
+{
+    TcpTransport transport;
+    QByteArray received;
+    QStringList failures;
+    qsizetype receivedAtFailure = -1;
+
+    Client()
+    {
+        QObject::connect(&transport, &Transport::bytesArrived, &transport, [this] { readAll(); });
+        QObject::connect(&transport, &Transport::failed, &transport,
+                         [this](const QString &description) {
+                             failures.append(description);
+                             receivedAtFailure = received.size();
+                         });
+    }
+
+    void readAll()
+    {
+        char buffer[1000];
+        while (const qint64 count = transport.read(buffer, sizeof buffer))
+            received.append(buffer, count);
+    }
+
+    std::optional<QString> open(quint16 port, const QString &host = Loopback)
+    {
+        return transport.open({host, port, {}});
+    }
+};
+
+QByteArray pattern(qsizetype size)
+{
+    QByteArray bytes(size, '\0');
+    for (qsizetype i = 0; i < size; ++i)
+        bytes[i] = static_cast<char>(i * 7 + i / 256);
+    return bytes;
+}
+
+quint16 unusedPort()
+{
+    return TestServer().port(); // free again by the time it is used
+}
+
+} // namespace
+
+/// The socket against a server on loopback.
+class TestTcpTransport : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void connects();
+    void connectsByName();
+    void noHost();
+    void refused();
+    void unknownHost();
+    void bytesBothWays();
+    void readTakesWhatFits();
+    void lineSettingsMeanNothing();
+    void largeTransferIn();
+    void largeTransferOut();
+    void closedByThePeer();
+    void lastBytesBeforeTheEnd_data();
+    void lastBytesBeforeTheEnd();
+    void resetByThePeer();
+    void ownCloseIsSilent();
+    void ownCloseSendsTheRest();
+    void closeWhileConnecting();
+    void opensAgainAfterTheEnd();
+    void opensAgainWhileOpen();
+    void writeWithoutConnection();
+    void proxiesAreNotUsed();
+};
+
+void TestTcpTransport::connects()
+{
+    TestServer server;
+    Client client;
+    QVERIFY(!client.transport.isConnected());
+    QVERIFY(!client.open(server.port()));
+    QTRY_VERIFY(client.transport.isConnected());
+    QTRY_COMPARE(server.clients(), 1);
+    QCOMPARE(client.failures, QStringList());
+}
+
+void TestTcpTransport::connectsByName()
+{
+    TestServer server;
+    Client client;
+    QVERIFY(!client.open(server.port(), QStringLiteral("localhost")));
+    QTRY_VERIFY(client.transport.isConnected());
+}
+
+void TestTcpTransport::noHost()
+{
+    Client client;
+    QVERIFY(client.open(7, QString()));
+    QVERIFY(!client.transport.isConnected());
+    QCOMPARE(client.failures, QStringList());
+}
+
+void TestTcpTransport::refused()
+{
+    Client client;
+    const std::optional<QString> atOnce = client.open(unusedPort());
+    QCOMPARE(client.failures, QStringList()); // told by the result, or later: never in between
+    if (atOnce) {
+        QCOMPARE(*atOnce, QLatin1String("Connection refused"));
+    } else {
+        QTRY_COMPARE(client.failures, QStringList{QStringLiteral("Connection refused")});
+    }
+    QVERIFY(!client.transport.isConnected());
+}
+
+void TestTcpTransport::unknownHost()
+{
+    Client client;
+    const std::optional<QString> atOnce = client.open(7, QStringLiteral("999.999.999.999"));
+    QCOMPARE(client.failures, QStringList());
+    if (!atOnce)
+        QTRY_COMPARE_WITH_TIMEOUT(client.failures.size(), 1, 30'000);
+    QVERIFY(!client.transport.isConnected());
+}
+
+void TestTcpTransport::bytesBothWays()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+    const QByteArray all = pattern(70'000);
+
+    client.transport.write(all);
+    QTRY_COMPARE(server.received(), all);
+    server.client()->write(all);
+    QTRY_COMPARE(client.received, all);
+}
+
+void TestTcpTransport::readTakesWhatFits()
+{
+    TestServer server;
+    TcpTransport transport;
+    transport.open({Loopback, server.port(), {}});
+    QTRY_COMPARE(server.clients(), 1);
+    QSignalSpy arrived(&transport, &Transport::bytesArrived);
+    server.client()->write("abcdef");
+    QTRY_VERIFY(arrived.size() > 0);
+
+    char buffer[4] = {};
+    QCOMPARE(transport.read(buffer, 4), qint64{4});
+    QCOMPARE(QByteArray(buffer, 4), QByteArray("abcd"));
+    QCOMPARE(transport.read(buffer, 4), qint64{2});
+    QCOMPARE(QByteArray(buffer, 2), QByteArray("ef"));
+    QCOMPARE(transport.read(buffer, 4), qint64{0});
+}
+
+void TestTcpTransport::lineSettingsMeanNothing()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_VERIFY(client.transport.isConnected());
+    client.transport.setLineSettings(" 38400,n,8,1");
+    client.transport.write("still here");
+    QTRY_COMPARE(server.received(), QByteArray("still here"));
+}
+
+void TestTcpTransport::largeTransferIn()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    const QByteArray all = pattern(20'000'000);
+    server.client()->write(all);
+    QTRY_COMPARE_WITH_TIMEOUT(client.received.size(), all.size(), 30'000);
+    QVERIFY(client.received == all);
+}
+
+void TestTcpTransport::largeTransferOut()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_VERIFY(client.transport.isConnected());
+    const QByteArray all = pattern(20'000'000);
+    client.transport.write(all);
+    QTRY_COMPARE_WITH_TIMEOUT(server.received().size(), all.size(), 30'000);
+    QVERIFY(server.received() == all);
+}
+
+void TestTcpTransport::closedByThePeer()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+
+    server.client()->close();
+
+    QTRY_COMPARE(client.failures,
+                 QStringList{QStringLiteral("The remote host closed the connection")});
+    QVERIFY(!client.transport.isConnected());
+}
+
+void TestTcpTransport::lastBytesBeforeTheEnd_data()
+{
+    QTest::addColumn<qsizetype>("size");
+
+    QTest::newRow("a packet") << qsizetype{10};
+    QTest::newRow("a read buffer") << qsizetype{256 * 1024};
+    QTest::newRow("more than a read buffer") << qsizetype{2'000'000};
+}
+
+void TestTcpTransport::lastBytesBeforeTheEnd()
+{
+    QFETCH(qsizetype, size);
+
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    const QByteArray all = pattern(size);
+
+    server.client()->write(all);
+    server.client()->disconnectFromHost(); // closes once everything is sent
+
+    QTRY_COMPARE_WITH_TIMEOUT(client.failures.size(), 1, 30'000);
+    QCOMPARE(client.receivedAtFailure, size);
+    QVERIFY(client.received == all);
+}
+
+void TestTcpTransport::resetByThePeer()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+    client.transport.write("never read");
+    QTRY_VERIFY(!server.received().isEmpty());
+    client.transport.write(pattern(1'000'000));
+
+    server.client()->abort(); // with bytes unread, the system sends a reset
+
+    QTRY_COMPARE(client.failures.size(), 1);
+    QVERIFY(!client.transport.isConnected());
+}
+
+void TestTcpTransport::ownCloseIsSilent()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+    QSignalSpy gone(server.client(), &QTcpSocket::disconnected);
+
+    client.transport.close();
+    QVERIFY(!client.transport.isConnected());
+
+    QTRY_COMPARE(gone.size(), 1);
+    QCOMPARE(client.failures, QStringList());
+}
+
+void TestTcpTransport::ownCloseSendsTheRest()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+
+    client.transport.write("last words");
+    client.transport.close();
+
+    QTRY_COMPARE(server.received(), QByteArray("last words"));
+}
+
+void TestTcpTransport::closeWhileConnecting()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    client.transport.close();
+    QVERIFY(!client.transport.isConnected());
+    QTest::qWait(0);
+    QVERIFY(!client.transport.isConnected());
+
+    client.open(unusedPort());
+    client.transport.close();
+    client.open(server.port());
+    QTRY_VERIFY(client.transport.isConnected());
+    QCOMPARE(client.failures, QStringList());
+}
+
+void TestTcpTransport::opensAgainAfterTheEnd()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    server.client()->close();
+    QTRY_COMPARE(client.failures.size(), 1);
+
+    QVERIFY(!client.open(server.port()));
+    QTRY_COMPARE(server.clients(), 2);
+    QTRY_VERIFY(client.transport.isConnected());
+    server.client()->write("hello again");
+    QTRY_COMPARE(client.received, QByteArray("hello again"));
+    QCOMPARE(client.failures.size(), 1);
+}
+
+void TestTcpTransport::opensAgainWhileOpen()
+{
+    TestServer first;
+    TestServer second;
+    Client client;
+    client.open(first.port());
+    QTRY_COMPARE(first.clients(), 1);
+    QSignalSpy gone(first.client(), &QTcpSocket::disconnected);
+
+    client.open(second.port());
+
+    QTRY_COMPARE(second.clients(), 1);
+    QTRY_COMPARE(gone.size(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+    QCOMPARE(client.failures, QStringList());
+}
+
+void TestTcpTransport::writeWithoutConnection()
+{
+    Client client;
+    client.transport.write("into nothing");
+    client.readAll();
+    client.transport.close();
+    QVERIFY(!client.transport.isConnected());
+    QCOMPARE(client.received, QByteArray());
+    QCOMPARE(client.failures, QStringList());
+}
+
+void TestTcpTransport::proxiesAreNotUsed()
+{
+    QNetworkProxy::setApplicationProxy(
+        QNetworkProxy(QNetworkProxy::Socks5Proxy, Loopback, unusedPort()));
+    const auto restore =
+        qScopeGuard([] { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); });
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_VERIFY(client.transport.isConnected());
+}
+
+QTEST_GUILESS_MAIN(TestTcpTransport)
+#include "tst_tcptransport.moc"

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Transport.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+
+namespace vantrel::test {
+
+/// A transport whose other end is the test: it records what the console sends and hands it what the
+/// test says.
+class MemoryTransport : public Transport
+{
+public:
+    // What open() does
+    std::optional<QString> openError; ///< refuses to open with this reason
+    bool connectsAtOnce = true;       ///< false: the connect stays pending until connectNow()
+
+    // What the console did
+    QList<Endpoint> opened;
+    QList<QByteArray> settings; ///< line settings, those of open() included
+    QList<QByteArray> written;  ///< one entry a write
+    int closes = 0;
+    std::function<void(const QByteArray &)> onWrite; ///< called with each write
+
+    std::optional<QString> open(const Endpoint &endpoint) override
+    {
+        opened.append(endpoint);
+        if (openError)
+            return openError;
+        settings.append(endpoint.settings);
+        m_connected = connectsAtOnce;
+        return std::nullopt;
+    }
+    void close() override
+    {
+        ++closes;
+        m_connected = false;
+    }
+    bool isConnected() const override { return m_connected; }
+    void setLineSettings(const QByteArray &line) override { settings.append(line); }
+    void write(const QByteArray &bytes) override
+    {
+        written.append(bytes);
+        if (onWrite)
+            onWrite(bytes);
+    }
+    qint64 read(char *buffer, qint64 capacity) override
+    {
+        const qint64 count = std::min<qint64>(capacity, m_waiting.size());
+        std::memcpy(buffer, m_waiting.constData(), static_cast<std::size_t>(count));
+        m_waiting.remove(0, count);
+        return count;
+    }
+
+    // What the test does
+    void connectNow() { m_connected = true; }
+    /// The device is gone: nothing can be sent, nobody is told.
+    void vanish() { m_connected = false; }
+    /// Delivers the bytes in one notification.
+    void receive(const QByteArray &bytes)
+    {
+        m_waiting += bytes;
+        emit bytesArrived();
+    }
+    void fail(const QString &description)
+    {
+        m_connected = false;
+        emit failed(description);
+    }
+    QByteArray writtenBytes() const { return written.join(); }
+    QByteArray takeWritten()
+    {
+        QByteArray bytes = writtenBytes();
+        written.clear();
+        return bytes;
+    }
+
+private:
+    QByteArray m_waiting;
+    bool m_connected = false;
+};
+
+} // namespace vantrel::test
