@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/FileDialog.h"
+#include "windows/DialogBench.h"
+
+#include <QDialogButtonBox>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include <memory>
+#include <optional>
+
+using namespace vantrel;
+using namespace vantrel::test;
+
+namespace {
+
+QCoro::Task<> ask(DialogBoxes &dialogs, FileChoice choice, std::optional<QString> &path)
+{
+    path = co_await dialogs.fileDialog(choice);
+}
+
+FileChoice saving()
+{
+    return {FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
+            QStringLiteral("Log Files|*.log"), QStringLiteral("log"), QStringLiteral("*.log")};
+}
+
+FileChoice opening()
+{
+    return {FileChoice::Kind::OpenExisting,
+            QStringLiteral("Open Vornscript File"),
+            QStringLiteral("VornScript Files | *.vn"),
+            QStringLiteral("vn"),
+            {}};
+}
+
+struct Bench
+{
+    explicit Bench(const FileChoice &choice)
+    {
+        window->show();
+        if (!QTest::qWaitForWindowActive(window.get()))
+            qFatal("the window does not become active");
+        ask(dialogs, choice, chosen);
+    }
+
+    FileDialog &dialog() const
+    {
+        auto *dialog = openWindow<FileDialog>("FileDial1");
+        if (!dialog)
+            qFatal("no file dialog");
+        return *dialog;
+    }
+
+    QString file(const char *name) const { return directory.filePath(QString::fromLatin1(name)); }
+
+    QString create(const char *name) const
+    {
+        QFile created(file(name));
+        created.open(QIODevice::WriteOnly);
+        created.write("old");
+        return created.fileName();
+    }
+
+    /// Puts a name into the field and presses Enter.
+    void enter(const QString &path) const
+    {
+        auto &field = child<QLineEdit>(dialog(), "fileNameEdit");
+        if (!QTest::qWaitFor([this] { return QApplication::activeWindow() == &dialog(); }))
+            qFatal("the file dialog does not become active");
+        field.setFocus();
+        field.setText(path);
+        QTest::keyClick(&field, Qt::Key_Return);
+    }
+
+    QMessageBox *box() const { return openWindow<QMessageBox>("MessageBox"); }
+
+    QTemporaryDir directory;
+    DialogBoxes dialogs;
+    std::unique_ptr<QMainWindow> window = std::make_unique<QMainWindow>();
+    std::optional<QString> chosen;
+};
+
+} // namespace
+
+/// The file dialog: what it gives, what it refuses, what it asks.
+class TestFileDialog : public QObject
+{
+    Q_OBJECT
+
+public:
+    static void initMain()
+    {
+        // Qt keeps its file dialog's state in the user's settings.
+        static const QTemporaryDir settings;
+        qputenv("XDG_CONFIG_HOME", settings.path().toLocal8Bit());
+    }
+
+private slots:
+    void initTestCase() { QApplication::setQuitOnLastWindowClosed(false); }
+    void nameFilter_data();
+    void nameFilter();
+    void asAskedFor();
+    void initialName();
+    void savesNewFile();
+    void defaultSuffix();
+    void asksBeforeReplacing();
+    void keepsWhatIsThere();
+    void refusesReadOnlyFile();
+    void refusesMissingDirectory();
+    void opensExistingFile();
+    void refusesMissingFile();
+    void cancelled();
+    void closedByFrame();
+    void windowGoes();
+    void withoutAWindow();
+};
+
+void TestFileDialog::nameFilter_data()
+{
+    QTest::addColumn<QString>("given");
+    QTest::addColumn<QString>("filter");
+    QTest::newRow("log") << QStringLiteral("Log Files|*.log")
+                         << QStringLiteral("Log Files (*.log)");
+    QTest::newRow("blanks") << QStringLiteral("VornScript Files | *.vn")
+                            << QStringLiteral("VornScript Files (*.vn)");
+}
+
+void TestFileDialog::nameFilter()
+{
+    QFETCH(QString, given);
+    QTEST(FileDialog::nameFilter(given), "filter");
+}
+
+void TestFileDialog::asAskedFor()
+{
+    const Bench bench(saving());
+    QCOMPARE(bench.dialog().windowTitle(), QStringLiteral("Open New Log File"));
+    QCOMPARE(bench.dialog().nameFilters(), QStringList{QStringLiteral("Log Files (*.log)")});
+    QCOMPARE(bench.dialog().acceptMode(), QFileDialog::AcceptSave);
+    QCOMPARE(bench.dialog().windowModality(), Qt::WindowModal);
+    QCOMPARE(bench.dialog().parentWidget(), bench.window.get());
+    QVERIFY(!bench.chosen);
+}
+
+void TestFileDialog::initialName()
+{
+    const Bench pattern(saving());
+    QCOMPARE(child<QLineEdit>(pattern.dialog(), "fileNameEdit").text(), QString());
+    pattern.dialog().close();
+
+    FileChoice named = saving();
+    named.fileName = QStringLiteral("bench.log");
+    const Bench bench(named);
+    QCOMPARE(child<QLineEdit>(bench.dialog(), "fileNameEdit").text(), QStringLiteral("bench.log"));
+}
+
+void TestFileDialog::savesNewFile()
+{
+    const Bench bench(saving());
+    bench.enter(bench.file("new.log"));
+    QCOMPARE(bench.chosen, bench.file("new.log"));
+    QVERIFY(!QFile::exists(bench.file("new.log")));
+}
+
+void TestFileDialog::defaultSuffix()
+{
+    const Bench bench(saving());
+    bench.enter(bench.file("new"));
+    QCOMPARE(bench.chosen, bench.file("new.log"));
+}
+
+void TestFileDialog::asksBeforeReplacing()
+{
+    const Bench bench(saving());
+    const QString path = bench.create("old.log");
+    bench.enter(path);
+    QVERIFY(bench.box());
+    QVERIFY(!bench.chosen);
+    QVERIFY(bench.box()->text().contains(QLatin1String("old.log")));
+    bench.box()->button(QMessageBox::Yes)->click();
+    QCOMPARE(bench.chosen, path);
+}
+
+void TestFileDialog::keepsWhatIsThere()
+{
+    const Bench bench(saving());
+    bench.enter(bench.create("old.log"));
+    QVERIFY(bench.box());
+    bench.box()->button(QMessageBox::No)->click();
+    QVERIFY(!bench.chosen);
+    QVERIFY(bench.dialog().isVisible());
+    bench.enter(bench.file("new.log"));
+    QCOMPARE(bench.chosen, bench.file("new.log"));
+}
+
+void TestFileDialog::refusesReadOnlyFile()
+{
+    const Bench bench(saving());
+    const QString path = bench.create("old.log");
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::ReadUser));
+    bench.enter(path);
+    QVERIFY(bench.box());
+    QCOMPARE(bench.box()->standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
+    QVERIFY(bench.box()->text().contains(QLatin1String("read-only")));
+    bench.box()->button(QMessageBox::Ok)->click();
+    QVERIFY(!bench.chosen);
+    QVERIFY(bench.dialog().isVisible());
+}
+
+void TestFileDialog::refusesMissingDirectory()
+{
+    const Bench bench(saving());
+    bench.enter(bench.file("nowhere/new.log"));
+    QVERIFY(bench.box());
+    QVERIFY(bench.box()->text().startsWith(bench.file("nowhere")));
+    bench.box()->button(QMessageBox::Ok)->click();
+    QVERIFY(!bench.chosen);
+    QVERIFY(bench.dialog().isVisible());
+}
+
+void TestFileDialog::opensExistingFile()
+{
+    const Bench bench(opening());
+    const QString path = bench.create("script.vn");
+    bench.enter(path);
+    QCOMPARE(bench.chosen, path);
+}
+
+void TestFileDialog::refusesMissingFile()
+{
+    const Bench bench(opening());
+    bench.enter(bench.file("missing.vn"));
+    QVERIFY(bench.box());
+    bench.box()->close();
+    QVERIFY(!bench.chosen);
+    QVERIFY(bench.dialog().isVisible());
+}
+
+void TestFileDialog::cancelled()
+{
+    const Bench bench(saving());
+    child<QDialogButtonBox>(bench.dialog(), "buttonBox").button(QDialogButtonBox::Cancel)->click();
+    QCOMPARE(bench.chosen, QString());
+}
+
+void TestFileDialog::closedByFrame()
+{
+    const Bench bench(saving());
+    bench.dialog().close();
+    QCOMPARE(bench.chosen, QString());
+}
+
+void TestFileDialog::windowGoes()
+{
+    Bench bench(saving());
+    bench.enter(bench.create("old.log"));
+    QVERIFY(bench.box());
+    bench.window.reset();
+    QCOMPARE(bench.chosen, QString());
+}
+
+void TestFileDialog::withoutAWindow()
+{
+    DialogBoxes dialogs;
+    std::optional<QString> chosen;
+    ask(dialogs, saving(), chosen);
+    QCOMPARE(chosen, QString());
+}
+
+QTEST_MAIN(TestFileDialog)
+#include "tst_filedialog.moc"
