@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/AutomaticMode.h"
+
+#include "link/Bytes.h"
+#include "link/Wire.h"
+#include "simulator/UsbPort.h"
+
+#include <algorithm>
+
+namespace vantrel::simulator {
+
+namespace {
+
+constexpr quint8 Connected = 0;
+constexpr quint8 Disconnected = 1;
+
+std::vector<VirtualDevice *> presentDevices(const UsbPort &port)
+{
+    std::vector<VirtualDevice *> present;
+    if (port.vbus()) {
+        for (const UsbPort::Attachment &attachment : port.attachments())
+            present.push_back(attachment.device.get());
+    }
+    return present;
+}
+
+} // namespace
+
+QByteArray connectReport(const VirtualDevice &device)
+{
+    const QByteArray &fields = device.descriptors().device;
+    return ByteWriter{wire::Report::Connect,
+                      Connected,
+                      device.address(),
+                      descriptorField(fields, DescriptorField::DeviceClass),
+                      descriptorField(fields, DescriptorField::VendorId),
+                      descriptorField(fields, DescriptorField::VendorId + 1),
+                      descriptorField(fields, DescriptorField::ProductId),
+                      descriptorField(fields, DescriptorField::ProductId + 1)}
+        .take();
+}
+
+QByteArray disconnectReport(quint8 address)
+{
+    return ByteWriter{wire::Report::Connect, Disconnected, address}.take();
+}
+
+QList<QByteArray> AutomaticMode::follow(const UsbPort &port)
+{
+    if (!m_on) {
+        m_known.clear();
+        return {};
+    }
+
+    QList<QByteArray> reports;
+    const std::vector<VirtualDevice *> present = presentDevices(port);
+    for (const Known &known : m_known) {
+        if (std::find(present.begin(), present.end(), known.device) == present.end())
+            reports.append(disconnectReport(known.address));
+    }
+    for (VirtualDevice *device : present) {
+        const bool isNew =
+            std::none_of(m_known.begin(), m_known.end(),
+                         [device](const Known &known) { return known.device == device; });
+        if (isNew) {
+            device->configure();
+            reports.append(connectReport(*device));
+        }
+    }
+
+    m_known.clear();
+    for (const VirtualDevice *device : present)
+        m_known.push_back({device, device->address()});
+    return reports;
+}
+
+} // namespace vantrel::simulator

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+#include <vector>
+
+namespace vantrel::simulator {
+
+class UsbPort;
+class VirtualDevice;
+
+/// Body of the report that the device has been found.
+QByteArray connectReport(const VirtualDevice &device);
+/// Body of the report that the device at the address has gone.
+QByteArray disconnectReport(quint8 address);
+
+/// The tester looks after the bus by itself: it configures the devices it finds and reports those
+/// that come and go.
+class AutomaticMode
+{
+public:
+    void setOn(bool on) { m_on = on; }
+    bool isOn() const { return m_on; }
+
+    /// Looks at the port and returns the bodies of the reports due since the last look. A device
+    /// counts as present while Vbus is on. While the mode is off nothing is reported and everything
+    /// is forgotten, so that switching it on reports every device anew.
+    QList<QByteArray> follow(const UsbPort &port);
+
+private:
+    struct Known
+    {
+        const VirtualDevice *device; // compared, never followed: it may be gone
+        quint8 address;
+    };
+
+    bool m_on = false;
+    std::vector<Known> m_known;
+};
+
+} // namespace vantrel::simulator

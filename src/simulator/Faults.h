@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QSet>
+
+#include <optional>
+
+namespace vantrel::simulator {
+
+/// Commands chosen by their code, or all of them.
+struct CommandSet
+{
+    bool all = false;
+    QSet<quint8> codes;
+
+    bool contains(quint8 code) const { return all || codes.contains(code); }
+};
+
+/// What goes wrong. Every field may change at any time; the defaults are a tester in good health.
+struct Faults
+{
+    /// Commands that are carried out but not answered. With `all` the reports are lost as well.
+    CommandSet silence;
+    /// Commands that are answered with a command error and not carried out.
+    CommandSet refusal;
+    /// Milliseconds by which everything is late. The order of packets stays.
+    int delay = 0;
+    /// Status of every device request; the device then does not see the request.
+    std::optional<quint8> deviceStatus;
+    /// Bytes put in front of each packet.
+    QByteArray garbage;
+    /// Bytes a write; 0 writes a packet whole.
+    int fragment = 0;
+    /// Milliseconds between the fragments of a packet.
+    int fragmentPause = 0;
+    /// Bytes that still get out before the connection drops, wherever in a packet that is. Gone
+    /// once it has happened.
+    std::optional<qint64> dropAfter;
+};
+
+} // namespace vantrel::simulator

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/Memories.h"
+
+#include "link/Bytes.h"
+#include "link/Wire.h"
+
+namespace vantrel::simulator {
+
+namespace {
+
+constexpr qsizetype ConfigMemorySize = 0x10000;
+
+// Documentation addresses and a locally administered MAC address: they mean nobody's network.
+QByteArray defaultNetworkRecord()
+{
+    return ByteWriter{192,  0,    2,    10,               // tester
+                      192,  0,    2,    1,                // gateway
+                      255,  255,  255,  0,                // net mask
+                      0x02, 0x56, 0x4F, 0x52, 0x4E, 0x02} // MAC
+        .take();
+}
+
+} // namespace
+
+void FlashMemory::setEnabled(quint8 index, bool enabled)
+{
+    Slot &slot = m_slots[index];
+    if (slot.state != Empty)
+        slot.state = enabled ? Enabled : Disabled;
+}
+
+void FlashMemory::program(quint8 index, const QByteArray &name, const QList<QByteArray> &steps)
+{
+    m_slots[index] = {Disabled, name, steps};
+}
+
+ConfigMemory::ConfigMemory() : m_bytes(ConfigMemorySize, '\xFF')
+{
+    write(NetworkRecordAddress, defaultNetworkRecord());
+}
+
+bool ConfigMemory::write(quint16 address, QByteArrayView data)
+{
+    if (address + data.size() > m_bytes.size())
+        return false;
+    m_bytes.replace(address, data.size(), data.data(), data.size());
+    return true;
+}
+
+std::optional<QByteArray> ConfigMemory::read(quint16 address, quint16 count) const
+{
+    if (address + count > m_bytes.size())
+        return std::nullopt;
+    return m_bytes.mid(address, count);
+}
+
+void FirmwareMemory::start(quint32 length)
+{
+    m_announcedLength = length;
+    m_image.clear();
+    m_checkValue.reset();
+}
+
+quint32 FirmwareMemory::append(QByteArrayView block)
+{
+    m_image.append(block);
+    return static_cast<quint32>(m_image.size());
+}
+
+void ScriptMemory::startDownload()
+{
+    m_downloading = true;
+    m_steps.clear();
+}
+
+quint16 ScriptMemory::store(const QByteArray &command)
+{
+    m_steps.append(command);
+    if (command.startsWith(static_cast<char>(wire::Command::ScriptDownloadEnd)))
+        m_downloading = false;
+    return static_cast<quint16>(m_steps.size() - 1);
+}
+
+} // namespace vantrel::simulator

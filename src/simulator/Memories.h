@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QList>
+#include <QMap>
+
+#include <optional>
+
+namespace vantrel::simulator {
+
+/// The scripts in flash, by slot. Every slot exists and is empty until programmed.
+class FlashMemory
+{
+public:
+    static constexpr quint8 Disabled = 0;
+    static constexpr quint8 Enabled = 1;
+    static constexpr quint8 Empty = 255;
+
+    struct Slot
+    {
+        quint8 state = Empty;
+        QByteArray name = QByteArray(8, ' ');
+        QList<QByteArray> steps = {};
+    };
+
+    const Slot &slot(quint8 index) { return m_slots[index]; }
+    /// Has no effect on an empty slot.
+    void setEnabled(quint8 index, bool enabled);
+    /// The slot is disabled afterwards.
+    void program(quint8 index, const QByteArray &name, const QList<QByteArray> &steps);
+
+private:
+    QMap<quint8, Slot> m_slots;
+};
+
+/// The configuration memory: 64 KiB, erased (0xFF) but for the network record.
+class ConfigMemory
+{
+public:
+    static constexpr quint16 NetworkRecordAddress = 0x0010;
+
+    ConfigMemory();
+
+    /// False, and nothing written, when the bytes reach past the end.
+    bool write(quint16 address, QByteArrayView data);
+    /// Nothing when the bytes reach past the end.
+    std::optional<QByteArray> read(quint16 address, quint16 count) const;
+
+private:
+    QByteArray m_bytes;
+};
+
+/// A firmware image on its way into the tester.
+class FirmwareMemory
+{
+public:
+    void start(quint32 length);
+    /// Returns how many bytes have come since the start.
+    quint32 append(QByteArrayView block);
+    void program(quint32 checkValue) { m_checkValue = checkValue; }
+
+    quint32 announcedLength() const { return m_announcedLength; }
+    const QByteArray &image() const { return m_image; }
+    /// As sent with the order to program; nothing before that.
+    std::optional<quint32> checkValue() const { return m_checkValue; }
+
+private:
+    quint32 m_announcedLength = 0;
+    QByteArray m_image;
+    std::optional<quint32> m_checkValue;
+};
+
+/// The working script: commands taken in one by one during a download.
+class ScriptMemory
+{
+public:
+    void startDownload();
+    /// Leaves download mode with what has been stored so far.
+    void endDownload() { m_downloading = false; }
+    bool isDownloading() const { return m_downloading; }
+
+    /// Stores a command as the next step and returns its index. The end of the script is a step of
+    /// its own and ends the download.
+    quint16 store(const QByteArray &command);
+
+    const QList<QByteArray> &steps() const { return m_steps; }
+
+    /// The option sent outside a download.
+    void setOption(bool on) { m_option = on; }
+    bool option() const { return m_option; }
+
+private:
+    bool m_downloading = false;
+    bool m_option = false;
+    QList<QByteArray> m_steps;
+};
+
+} // namespace vantrel::simulator

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/FileDescriptor.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+class QSocketNotifier;
+
+namespace vantrel::simulator {
+
+class Tester;
+
+/// The tester's serial port: a pseudo-terminal whose other side a console opens like a serial
+/// device. Bytes pass only while the line speed set there is the tester's; at any other they are
+/// lost, as on a real line. The tester's clock follows real time from here on.
+class PtyEnd : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `tester` must outlive the end; `baud` is one of the usual rates from 1200 to 921600.
+    PtyEnd(Tester &tester, int baud);
+    ~PtyEnd() override;
+
+    /// Makes the serial device and, unless empty, a symbolic link to it. A symbolic link that is
+    /// there already is replaced, anything else of that name is not. False when that failed;
+    /// errorString() says why.
+    bool open(const QString &symlink = {});
+    /// The symbolic link, or else the device itself; empty while unplugged.
+    QString path() const;
+    QString errorString() const { return m_error; }
+
+    /// The device vanishes, and its symbolic link with it, as a pulled adapter does.
+    void unplug();
+    /// It is back, under the same symbolic link. Returns as open() does.
+    bool plug();
+    bool isPlugged() const { return m_master.isOpen(); }
+    bool isConsoleConnected() const { return isPlugged() && !m_hangUpPoll.isActive(); }
+
+    /// What a console at another rate gets to read for each write, in either direction. Empty, the
+    /// default: nothing.
+    void setNoise(const QByteArray &noise) { m_noise = noise; }
+
+private:
+    bool failed(const char *what);
+    bool openMaster();
+    bool resetLine();
+    bool makeLink();
+    void removeLink();
+    void readWaiting();
+    void take(QByteArrayView bytes);
+    void write(const QByteArray &bytes);
+    void writeRaw(const QByteArray &bytes);
+    void writeWaiting();
+    void lookForConsole();
+    void consoleLeft();
+    bool consoleRateMatches() const;
+
+    Tester &m_tester;
+    int m_baud;
+    FileDescriptor m_master;
+    QString m_device;
+    QString m_link;
+    QString m_error;
+    QByteArray m_noise;
+    QByteArray m_unsent;
+    // Both live for as long as m_master is open.
+    QSocketNotifier *m_readable = nullptr;
+    QSocketNotifier *m_writable = nullptr;
+    QTimer m_hangUpPoll; // runs while no console has the device open
+};
+
+} // namespace vantrel::simulator

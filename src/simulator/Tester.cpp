@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/Tester.h"
+
+#include "link/Bytes.h"
+#include "link/Deframer.h"
+#include "link/Wire.h"
+#include "simulator/BuiltInDevices.h"
+#include "simulator/CommandTable.h"
+
+#include <QScopedValueRollback>
+
+#include <utility>
+
+namespace vantrel::simulator {
+
+namespace Report = wire::Report;
+
+namespace {
+
+constexpr quint8 DeviceRequestReply = wire::Command::DeviceRequest | wire::ReplyFlag;
+
+} // namespace
+
+Tester::Tester(const Settings &settings) : m_state{settings}
+{
+    connect(&m_outlet, &Outlet::bytesReady, this, &Tester::bytesReady);
+    connect(&m_outlet, &Outlet::connectionDropped, this, &Tester::connectionDropped);
+}
+
+void Tester::receive(QByteArrayView bytes)
+{
+    m_input.append(bytes);
+    if (m_receiving)
+        return; // the console answered from inside an answer; the outer call goes on with it
+    const QScopedValueRollback busy(m_receiving, true);
+    while (!m_input.isEmpty()) {
+        const QByteArray chunk = std::exchange(m_input, {});
+        deframe(m_rxState, m_rxBody, chunk, [this] { handle(m_rxBody); });
+    }
+}
+
+void Tester::startConversation()
+{
+    m_input.clear();
+    m_rxState = RxStates::Hunting;
+    m_outlet.discard();
+    m_state.script.endDownload();
+}
+
+void Tester::handle(const QByteArray &command)
+{
+    if (m_recording)
+        m_commandsSeen.append(command);
+    emit commandReceived(command);
+    answer(command);
+    followBus();
+}
+
+void Tester::answer(const QByteArray &command)
+{
+    const quint8 code = ByteReader(command).at(1).value_or(0);
+    if (m_faults.refusal.contains(code)) {
+        if (!m_faults.silence.contains(code))
+            reportCommandError();
+        return;
+    }
+
+    std::optional<QByteArray> reply;
+    if (code == wire::Command::DeviceRequest && m_faults.deviceStatus)
+        reply = ByteWriter{DeviceRequestReply, *m_faults.deviceStatus}.take();
+    else
+        reply = execute(m_state, command);
+
+    if (m_faults.silence.contains(code))
+        return;
+    if (!reply)
+        reportCommandError();
+    else if (!reply->isEmpty())
+        sendPacket(*reply);
+}
+
+void Tester::followBus()
+{
+    const QList<QByteArray> reports = m_state.automaticMode.follow(m_state.port);
+    for (const QByteArray &report : reports)
+        sendPacket(report);
+}
+
+bool Tester::attach(std::unique_ptr<VirtualDevice> device, quint8 address)
+{
+    if (!m_state.port.attach(std::move(device), address))
+        return false;
+    followBus();
+    return true;
+}
+
+std::unique_ptr<VirtualDevice> Tester::detach(quint8 address)
+{
+    std::unique_ptr<VirtualDevice> device = m_state.port.detach(address);
+    followBus();
+    return device;
+}
+
+void Tester::overloadVbus()
+{
+    m_state.port.overload();
+    followBus();
+    m_clock.after(RecoveryTime, [this] {
+        m_state.port.recover();
+        followBus();
+    });
+}
+
+void Tester::dropConnection()
+{
+    m_outlet.discard();
+    emit connectionDropped();
+}
+
+void Tester::sendPacket(const QByteArray &body)
+{
+    if (m_faults.silence.all)
+        return;
+    emit packetSent(body);
+    m_outlet.sendPacket(body);
+}
+
+bool Tester::reportConnect(quint8 address)
+{
+    const VirtualDevice *device = m_state.port.deviceAt(address);
+    if (device)
+        sendPacket(connectReport(*device));
+    return device != nullptr;
+}
+
+void Tester::reportDisconnect(quint8 address)
+{
+    sendPacket(disconnectReport(address));
+}
+
+void Tester::reportStatus(quint8 hubAddress, quint8 port, quint16 status)
+{
+    sendPacket(ByteWriter{Report::Status, hubAddress, port}.wordLowFirst(status).take());
+}
+
+void Tester::reportData(quint8 address, quint8 endpoint, QByteArrayView data)
+{
+    sendPacket(ByteWriter{Report::Data, address, endpoint}.bytes(data).take());
+}
+
+void Tester::reportDeviceTransfer(quint8 status, QByteArrayView data)
+{
+    sendPacket(ByteWriter{Report::DeviceTransfer, status}.bytes(data).take());
+}
+
+void Tester::reportDeviceError(quint8 address, quint8 endpoint, quint8 code)
+{
+    sendPacket(ByteWriter{Report::DeviceError, address, endpoint, code}.take());
+}
+
+void Tester::reportFail()
+{
+    sendPacket(ByteWriter{Report::TesterFail}.take());
+}
+
+void Tester::reportCommandError()
+{
+    sendPacket(ByteWriter{Report::CommandError}.take());
+}
+
+void Tester::reportTrigger(quint8 channel)
+{
+    sendPacket(ByteWriter{Report::TriggerInput, channel}.take());
+}
+
+void Tester::reportScriptLoadError()
+{
+    sendPacket(ByteWriter{Report::ScriptLoadError}.take());
+}
+
+void Tester::reportScript(quint16 index, QByteArrayView inner)
+{
+    sendPacket(ByteWriter{Report::Script}.word(index).bytes(inner).take());
+}
+
+void Tester::reportMessage(QByteArrayView data)
+{
+    sendPacket(ByteWriter{Report::Message}.bytes(data).take());
+}
+
+void Tester::reportBlockTransferStatus(quint8 state, quint8 status, QByteArrayView data)
+{
+    sendPacket(ByteWriter{Report::BlockTransferStatus, state, status}.bytes(data).take());
+}
+
+void Tester::reportBlockTransfer()
+{
+    sendPacket(ByteWriter{Report::BlockTransfer}.take());
+}
+
+void Tester::reportStopBlockTransfer()
+{
+    sendPacket(ByteWriter{Report::StopBlockTransfer}.take());
+}
+
+std::unique_ptr<Tester> makeDefaultTester(const Settings &settings)
+{
+    auto tester = std::make_unique<Tester>(settings);
+    for (const BuiltInDevice &device : builtInDevices())
+        tester->attach(device.make(), device.address);
+    return tester;
+}
+
+} // namespace vantrel::simulator

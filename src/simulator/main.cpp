@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/BuiltInDevices.h"
+#include "simulator/LineInput.h"
+#include "simulator/OperatorCommands.h"
+#include "simulator/ProgramOptions.h"
+#include "simulator/PtyEnd.h"
+#include "simulator/StopSignals.h"
+#include "simulator/TcpEnd.h"
+#include "simulator/Tester.h"
+#include "simulator/VirtualDevice.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <memory>
+
+#include <unistd.h>
+
+using namespace vantrel::simulator;
+
+namespace {
+
+void say(const QString &line, FILE *to = stdout)
+{
+    std::fprintf(to, "%s\n", line.toLocal8Bit().constData());
+    std::fflush(to);
+}
+
+std::unique_ptr<Tester> makeTester(const ProgramOptions &options)
+{
+    auto tester = std::make_unique<Tester>(options.settings);
+    tester->setRecording(false);
+    tester->faults() = options.faults;
+    for (const QString &name : options.devices) {
+        const BuiltInDevice *device = findBuiltInDevice(name);
+        tester->attach(device->make(), device->address);
+    }
+    return tester;
+}
+
+void printPackets(const Tester &tester)
+{
+    const auto printer = [](const char *arrow) {
+        return [arrow](const QByteArray &body) {
+            say(QLatin1String(arrow) + QString::fromLatin1(body.toHex(' ').toUpper()));
+        };
+    };
+    QObject::connect(&tester, &Tester::commandReceived, &tester, printer("-> "));
+    QObject::connect(&tester, &Tester::packetSent, &tester, printer("<- "));
+}
+
+bool listenOnTcp(TcpEnd &tcp, quint16 port)
+{
+    if (!tcp.listen(port)) {
+        say(QStringLiteral("vantrel-simulator: port %1: %2").arg(port).arg(tcp.errorString()),
+            stderr);
+        return false;
+    }
+    say(QStringLiteral("Listening on 127.0.0.1 port %1").arg(tcp.port()));
+    return true;
+}
+
+QString serialText(const PtyEnd &pty, int baud)
+{
+    return QStringLiteral("Serial device %1 at %2 baud").arg(pty.path()).arg(baud);
+}
+
+bool openSerial(PtyEnd &pty, const ProgramOptions &options)
+{
+    pty.setNoise(options.noise);
+    if (!pty.open(options.ptyLink)) {
+        say(QStringLiteral("vantrel-simulator: serial device: ") + pty.errorString(), stderr);
+        return false;
+    }
+    say(serialText(pty, options.baud));
+    return true;
+}
+
+void addSerialCommands(OperatorCommands &commands, PtyEnd &pty, int baud)
+{
+    commands.add(QStringLiteral("unplug"), {}, QStringLiteral("take the serial device away"),
+                 [&pty](const QStringList &) {
+                     pty.unplug();
+                     return QString();
+                 });
+    commands.add(QStringLiteral("plug"), {}, QStringLiteral("bring the serial device back"),
+                 [&pty, baud](const QStringList &) {
+                     return pty.plug() ? serialText(pty, baud) : pty.errorString();
+                 });
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    ProgramOptions options;
+    if (const auto exitCode = parseProgramOptions(argc, argv, options))
+        return *exitCode;
+
+    const std::unique_ptr<Tester> tester = makeTester(options);
+    if (options.verbose)
+        printPackets(*tester);
+
+    OperatorCommands commands(*tester);
+    commands.add(QStringLiteral("quit"), {}, QStringLiteral("end the program"),
+                 [](const QStringList &) {
+                     QCoreApplication::quit();
+                     return QString();
+                 });
+
+    TcpEnd tcp(*tester);
+    if (!listenOnTcp(tcp, options.port))
+        return 1;
+    PtyEnd pty(*tester, options.baud);
+    if (options.pty) {
+        if (!openSerial(pty, options))
+            return 1;
+        addSerialCommands(commands, pty, options.baud);
+    }
+
+    const LineInput input(STDIN_FILENO);
+    QObject::connect(&input, &LineInput::lineRead, &application, [&commands](const QString &line) {
+        const QString answer = commands.run(line);
+        if (!answer.isEmpty())
+            say(answer);
+    });
+    const StopSignals stop;
+    QObject::connect(&stop, &StopSignals::stopRequested, &application, &QCoreApplication::quit);
+    return QCoreApplication::exec();
+}

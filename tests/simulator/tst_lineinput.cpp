@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/FileDescriptor.h"
+#include "simulator/LineInput.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+#include <array>
+
+using namespace vantrel::simulator;
+
+class tst_lineinput : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void lines();
+    void lineInPieces();
+    void end();
+
+private:
+    void send(const QByteArray &bytes)
+    {
+        QCOMPARE(::write(m_write.get(), bytes.constData(), static_cast<size_t>(bytes.size())),
+                 bytes.size());
+    }
+
+    FileDescriptor m_read;
+    FileDescriptor m_write;
+};
+
+void tst_lineinput::init()
+{
+    std::array<int, 2> ends{};
+    QCOMPARE(::pipe(ends.data()), 0);
+    m_read = FileDescriptor(ends[0]);
+    m_write = FileDescriptor(ends[1]);
+}
+
+void tst_lineinput::lines()
+{
+    const LineInput input(m_read.get());
+    QStringList lines;
+    connect(&input, &LineInput::lineRead, this, [&](const QString &line) { lines.append(line); });
+    send("one\ntwo\r\n\nf\xC3\xBCnf\n");
+    QTRY_COMPARE(lines.size(), 4);
+    QCOMPARE(lines, (QStringList{QStringLiteral("one"), QStringLiteral("two"), QString(),
+                                 QStringLiteral("f\u00FCnf")}));
+}
+
+void tst_lineinput::lineInPieces()
+{
+    const LineInput input(m_read.get());
+    QStringList lines;
+    connect(&input, &LineInput::lineRead, this, [&](const QString &line) { lines.append(line); });
+    send("trig");
+    QCoreApplication::processEvents();
+    QVERIFY(lines.isEmpty());
+    send("ger 1\nn");
+    QTRY_COMPARE(lines, QStringList{QStringLiteral("trigger 1")});
+}
+
+void tst_lineinput::end()
+{
+    const LineInput input(m_read.get());
+    QSignalSpy ended(&input, &LineInput::ended);
+    QStringList lines;
+    connect(&input, &LineInput::lineRead, this, [&](const QString &line) { lines.append(line); });
+    send("a\nb");
+    m_write.close();
+    QTRY_COMPARE(ended.size(), 1);
+    QCOMPARE(lines, (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    QCoreApplication::processEvents(); // and does not go on telling
+    QCOMPARE(ended.size(), 1);
+}
+
+QTEST_GUILESS_MAIN(tst_lineinput)
+#include "tst_lineinput.moc"

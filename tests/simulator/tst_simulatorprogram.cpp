@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/Talk.h"
+
+#include <QFileInfo>
+#include <QHostAddress>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace vantrel::test;
+
+namespace {
+
+/// The running program, and a socket to it.
+class Program
+{
+public:
+    explicit Program(const QStringList &arguments)
+    {
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(QString::fromLatin1(SIMULATOR), arguments);
+    }
+    ~Program()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    bool says(const QString &text)
+    {
+        return QTest::qWaitFor([&] {
+            m_output += QString::fromLocal8Bit(m_process.readAll());
+            return m_output.contains(text);
+        });
+    }
+    bool connectSocket()
+    {
+        const QRegularExpression listening(QStringLiteral("127\\.0\\.0\\.1 port (\\d+)\n"));
+        if (!says(QStringLiteral(" port ")))
+            return false;
+        socket.connectToHost(QHostAddress::LocalHost,
+                             listening.match(m_output).captured(1).toUShort());
+        return QTest::qWaitFor([&] { return socket.state() == QTcpSocket::ConnectedState; });
+    }
+    bool answers(const QByteArray &command, const QByteArray &answer)
+    {
+        socket.write(command);
+        return hears(answer);
+    }
+    bool hears(const QByteArray &bytes)
+    {
+        const bool heard = QTest::qWaitFor([&] {
+            m_heard += socket.readAll();
+            return m_heard == bytes;
+        });
+        if (!heard)
+            qWarning("%s", m_heard.toHex(' ').constData());
+        m_heard.clear();
+        return heard;
+    }
+    void type(const char *line) { m_process.write(line); }
+    void endInput() { m_process.closeWriteChannel(); }
+    void terminate() { m_process.terminate(); }
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
+    /// Exit code once it has ended, -1 if it does not or is killed by a signal.
+    int exitCode()
+    {
+        if (!QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; }))
+            return -1;
+        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+    }
+
+    QTcpSocket socket;
+
+private:
+    QProcess m_process;
+    QString m_output;
+    QByteArray m_heard;
+};
+
+QStringList words(const char *text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class tst_simulatorprogram : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void options_data();
+    void options();
+    void badOptions_data();
+    void badOptions();
+    void typedCommands();
+    void verbose();
+    void serialDevice();
+    void outlivesItsInput();
+    void terminatedInGoodOrder();
+    void takenPort();
+};
+
+void tst_simulatorprogram::options_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("answer");
+    const auto row = [](const char *arguments, const QByteArray &command, const QByteArray &body) {
+        QTest::newRow(arguments) << QString::fromLatin1(arguments) << packet(command)
+                                 << packet(body);
+    };
+    row("", "0f"_hex, "8f 02 03 0c 0040"_hex);
+    row("--model 1", "0f"_hex, "8f 00 02 11 0020"_hex);
+    row("--model 1 --firmware 2.8", "0f"_hex, "95"_hex);
+    row("--firmware 4.0 --special --ram 300", "0f"_hex, "8f 03 04 00 012c"_hex);
+    row("--bootstrap", "02 01"_hex, "95"_hex);
+    row("--devices none", "0b"_hex, "8b 04"_hex);
+    row("--devices keyboard", "0b"_hex, "8b 05"_hex);
+    row("--devices 3,keyboard", "0b"_hex, "8b 44"_hex);
+    row("--refusal 0x0b", "0b"_hex, "95"_hex);
+    row("--status 0x81", "01 02 80 00 0000 0000 0200"_hex, "81 81"_hex);
+    row("--delay 20 --fragment 1 --pause 2", "0b"_hex, "8b 44"_hex);
+}
+
+void tst_simulatorprogram::options()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, answer);
+    Program program(arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QVERIFY(program.connectSocket());
+    QVERIFY(program.answers(command, answer));
+}
+
+void tst_simulatorprogram::badOptions_data()
+{
+    QTest::addColumn<QString>("arguments");
+    for (const char *arguments : {"--model 3", "--firmware 3", "--firmware 3.256", "--ram 32768",
+                                  "--devices toaster", "--port 65536", "--baud 12345 --pty",
+                                  "--noise zz", "--silence 256", "--delay never", "--unheard-of"})
+        QTest::newRow(arguments) << QString::fromLatin1(arguments);
+}
+
+void tst_simulatorprogram::badOptions()
+{
+    QFETCH(QString, arguments);
+    Program program(arguments.split(QLatin1Char(' ')));
+    QVERIFY(program.exitCode() > 0);
+}
+
+void tst_simulatorprogram::typedCommands()
+{
+    Program program({});
+    QVERIFY(program.connectSocket());
+    QVERIFY(program.answers(packet("0b"_hex), packet("8b 44"_hex)));
+    program.type("trigger 3\n");
+    QVERIFY(program.hears(packet("96 03"_hex)));
+    program.type("detach 3\nfault garbage aa\nerror 2 0x81 14\n");
+    QVERIFY(program.hears("aa"_hex + packet("93 02 81 0e"_hex)));
+    program.type("fault garbage off\n");
+    program.type("nonsense\n");
+    QVERIFY(program.says(QStringLiteral("no such command, try help")));
+    QVERIFY(program.answers(packet("0b"_hex), packet("8b 05"_hex)));
+    program.type("drop\n");
+    QVERIFY(
+        QTest::qWaitFor([&] { return program.socket.state() == QTcpSocket::UnconnectedState; }));
+    program.type("quit\n");
+    QCOMPARE(program.exitCode(), 0);
+}
+
+void tst_simulatorprogram::verbose()
+{
+    Program program(words("--verbose"));
+    QVERIFY(program.connectSocket());
+    program.socket.write(packet("0a 1b1b"_hex));
+    QVERIFY(program.says(QStringLiteral("-> 0A 1B\n<- 8A\n")));
+}
+
+void tst_simulatorprogram::serialDevice()
+{
+    const QTemporaryDir directory;
+    const QString link = directory.filePath(QStringLiteral("tester"));
+    Program program(
+        {QStringLiteral("--pty"), link, QStringLiteral("--baud"), QStringLiteral("38400")});
+    QVERIFY(
+        program.says(QStringLiteral("Serial device ") + link + QStringLiteral(" at 38400 baud")));
+    QVERIFY(QFileInfo(link).isSymLink());
+    program.type("unplug\n");
+    QTRY_VERIFY(!QFileInfo(link).isSymLink());
+    program.type("plug\n");
+    QTRY_VERIFY(QFileInfo(link).isSymLink());
+}
+
+void tst_simulatorprogram::outlivesItsInput()
+{
+    Program program({});
+    QVERIFY(program.connectSocket());
+    program.endInput();
+    QVERIFY(program.answers(packet("0b"_hex), packet("8b 44"_hex)));
+    QVERIFY(program.isRunning());
+}
+
+void tst_simulatorprogram::terminatedInGoodOrder()
+{
+    const QTemporaryDir directory;
+    const QString link = directory.filePath(QStringLiteral("tester"));
+    Program program({QStringLiteral("--pty"), link});
+    QVERIFY(program.says(QStringLiteral("Serial device")));
+    QVERIFY(QFileInfo(link).isSymLink());
+    program.terminate();
+    QCOMPARE(program.exitCode(), 0);
+    QVERIFY(!QFileInfo(link).isSymLink());
+}
+
+void tst_simulatorprogram::takenPort()
+{
+    Program first({});
+    QVERIFY(first.connectSocket());
+    Program second({QStringLiteral("--port"), QString::number(first.socket.peerPort())});
+    QVERIFY(second.says(QStringLiteral("vantrel-simulator: port ")));
+    QCOMPARE(second.exitCode(), 1);
+}
+
+QTEST_GUILESS_MAIN(tst_simulatorprogram)
+#include "tst_simulatorprogram.moc"
