@@ -122,7 +122,7 @@ Binder::Binder(const QList<Control *> &controls, QWidget &window) : m_window(win
 {
     for (Control *control : controls) {
         QObject *face = faceOf(window, control->name());
-        Q_ASSERT_X(face, "Binder", qUtf8Printable(control->name()));
+        Q_ASSERT_X(face != nullptr, "Binder", qUtf8Printable(control->name()));
         bind(*control, *face);
     }
 }
@@ -131,7 +131,7 @@ QStringList Binder::unbound(const QList<Control *> &controls, const QWidget &win
 {
     QStringList names;
     for (const Control *control : controls) {
-        if (!faceOf(window, control->name()))
+        if (faceOf(window, control->name()) == nullptr)
             names.append(control->name());
     }
     return names;
@@ -186,7 +186,7 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
 void Binder::setEnabled(QObject &face, bool enabled)
 {
     auto *widget = qobject_cast<QWidget *>(&face);
-    const bool focused = widget && m_window.focusWidget() == widget;
+    const bool focused = widget != nullptr && m_window.focusWidget() == widget;
     set(face, "enabled", enabled);
     if (!widget)
         return;

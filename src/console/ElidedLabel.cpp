@@ -16,10 +16,10 @@ QSize ElidedLabel::minimumSizeHint() const
     return {0, QLabel::minimumSizeHint().height()};
 }
 
-void ElidedLabel::paintEvent(QPaintEvent *event)
+void ElidedLabel::paintEvent(QPaintEvent * /*event*/)
 {
-    QFrame::paintEvent(event);
     QPainter painter(this);
+    drawFrame(&painter);
     const QRect room = contentsRect();
     style()->drawItemText(&painter, room, static_cast<int>(alignment()), palette(), isEnabled(),
                           fontMetrics().elidedText(text(), Qt::ElideMiddle, room.width()),

@@ -13,7 +13,6 @@
 #include <QScreen>
 
 #include <algorithm>
-#include <ranges>
 
 namespace vantrel {
 
@@ -93,7 +92,8 @@ void Main::connectPortControls()
 
 void Main::voltWinLeft()
 {
-    const bool setPressed = m_ui->VoltSet->hasFocus() && QGuiApplication::mouseButtons();
+    const bool setPressed =
+        m_ui->VoltSet->hasFocus() && QGuiApplication::mouseButtons() != Qt::NoButton;
     m_console.act([this] { m_console.ports().voltWinLostFocus(); });
     // Sending disables the button under the mouse. The button next to it, which may be VoltDisable,
     // is no place for the focus then.
@@ -186,10 +186,9 @@ void Main::closeOtherWindows()
     QList<QPointer<QWidget>> windows;
     for (QWidget *widget : findChildren<QWidget *>()) {
         if (widget->isWindow() && widget->isVisible())
-            windows.append(widget);
+            windows.prepend(widget); // a dialog before its parent
     }
-    // A dialog stands behind its parent in the list and closes before it.
-    for (const QPointer<QWidget> &window : windows | std::views::reverse) {
+    for (const QPointer<QWidget> &window : windows) {
         if (window)
             window->close();
     }

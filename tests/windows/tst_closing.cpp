@@ -23,7 +23,7 @@ QCoro::Task<> waitForNothing(Session &session, std::optional<WaitEnd> &end)
 bool endsByClosing(QWidget &window)
 {
     constexpr int Forced = 1;
-    QTimer::singleShot(0, &window, &QWidget::close);
+    QMetaObject::invokeMethod(&window, &QWidget::close, Qt::QueuedConnection);
     QTimer limit;
     limit.callOnTimeout([] { QApplication::exit(Forced); });
     limit.start(10'000);

@@ -11,6 +11,8 @@
 #include <QMenuBar>
 #include <QPlainTextEdit>
 
+#include <array>
+
 using namespace vantrel;
 using namespace vantrel::test;
 
@@ -25,7 +27,7 @@ struct Row
     const char *toolTip = "";
 };
 
-constexpr Row Rows[] = {
+constexpr auto Rows = std::to_array<Row>({
     {"Main", "CommFrame", "QGroupBox", "Comm Select"},
     {"Main", "Comm1", "QRadioButton", "COM1", "Select COM1"},
     {"Main", "Comm2", "QRadioButton", "COM2", "Select COM2"},
@@ -91,10 +93,10 @@ constexpr Row Rows[] = {
     {"frmNewIP", "tbName", "QLineEdit", ""},
     {"frmNewIP", "btOK", "QPushButton", "OK"},
     {"frmNewIP", "btCancel", "QPushButton", "Cancel"},
-};
+});
 
 /// What only holds the controls together.
-constexpr const char *Structure[] = {"centralwidget", "splitter", "menubar"};
+constexpr std::array Structure{"centralwidget", "splitter", "menubar"};
 
 /// The caption of any kind of control; null for those that have none.
 QString captionOf(const QObject &control)
@@ -154,14 +156,14 @@ private:
 void TestControls::row_data()
 {
     QTest::addColumn<int>("index");
-    for (int i = 0; i < static_cast<int>(std::size(Rows)); ++i)
-        QTest::newRow(Rows[i].name) << i;
+    for (int i = 0; i < static_cast<int>(Rows.size()); ++i)
+        QTest::newRow(Rows.at(static_cast<std::size_t>(i)).name) << i;
 }
 
 void TestControls::row()
 {
     QFETCH(int, index);
-    const Row &row = Rows[index];
+    const Row &row = Rows.at(static_cast<std::size_t>(index));
     const QList<QObject *> found = window(QString::fromLatin1(row.window))
                                        .findChildren<QObject *>(QString::fromLatin1(row.name));
     QCOMPARE(found.size(), 1);
