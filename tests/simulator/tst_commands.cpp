@@ -276,6 +276,8 @@ void tst_commands::settingsAreKept()
 void tst_commands::flashSlot()
 {
     Talk talk;
+    talk.ask("31 00 01"_hex); // nothing there to enable
+    QCOMPARE(talk.ask("31 00 03"_hex), packet("b1 ff 2020202020202020"_hex));
     talk.ask("31 00 02 5363726970743020"_hex); // "Script0 "
     QCOMPARE(talk.ask("31 00 03"_hex), packet("b1 00 5363726970743020"_hex));
     talk.ask("31 00 01"_hex);

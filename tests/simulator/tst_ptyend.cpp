@@ -63,6 +63,7 @@ private slots:
     void dropUnplugs();
     void unknownRate();
     void slowReader();
+    void unsentBytesGoWithTheDevice();
 
 private:
     std::unique_ptr<Tester> m_tester;
@@ -315,6 +316,20 @@ void tst_ptyend::slowReader()
     }
     QTRY_COMPARE_WITH_TIMEOUT(port.received.size(), expected.size(), 20'000);
     QVERIFY(port.received == expected);
+}
+
+void tst_ptyend::unsentBytesGoWithTheDevice()
+{
+    const Port port(m_end->path(), 57600);
+    QTRY_VERIFY(m_end->isConsoleConnected());
+    for (int i = 0; i < 4000; ++i)
+        m_tester->reportData(0x02, 0x81, QByteArray(64, '.'));
+    m_end->unplug();
+    QVERIFY(m_end->plug());
+    Port again(m_end->path(), 57600);
+    again.send(packet("0b"_hex));
+    QTRY_VERIFY(!again.received.isEmpty());
+    QCOMPARE(again.received, packet("8b 44"_hex));
 }
 
 QTEST_GUILESS_MAIN(tst_ptyend)

@@ -112,7 +112,7 @@ void tst_tcpend::newerConnectionReplacesOlder()
 {
     Client older(*m_end);
     QVERIFY(older.waitUntilConnected());
-    older.send(packet("0b"_hex) + "1b53 0b"_hex); // and half a packet
+    older.send(packet("0b"_hex) + "1b53 0b1b"_hex); // and half a packet
     QTRY_COMPARE(older.received(), packet("8b 44"_hex));
 
     Client newer(*m_end);
