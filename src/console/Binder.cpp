@@ -38,9 +38,12 @@ void showText(QObject &face, const QString &text)
     if (auto *pane = qobject_cast<QPlainTextEdit *>(&face)) {
         pane->setPlainText(text);
         pane->moveCursor(QTextCursor::End);
-    } else {
-        set(face, "text", text);
+        return;
     }
+    set(face, "text", text);
+    auto *field = qobject_cast<QLineEdit *>(&face);
+    if (field && field->isReadOnly())
+        field->home(false); // a long name shows its beginning
 }
 
 void append(QObject &face, const Control &control, const QString &text)

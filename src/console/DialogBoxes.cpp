@@ -34,9 +34,7 @@ QMessageBox *makeBox(const Message &message, QWidget *parent)
 
 QWidget *windowBelow()
 {
-    // The active window may be a dialog that has just been answered and is about to go.
-    QWidget *active = QApplication::activeWindow();
-    if (active && active->isVisible())
+    if (QWidget *active = QApplication::activeWindow())
         return active;
     for (QWidget *window : QApplication::topLevelWidgets()) {
         if (qobject_cast<QMainWindow *>(window))

@@ -9,7 +9,6 @@
 
 #include <QCloseEvent>
 #include <QFontDatabase>
-#include <QPointer>
 #include <QScreen>
 
 #include <algorithm>
@@ -22,12 +21,16 @@ constexpr int TickMilliseconds = 100;
 constexpr int StripRows = 5;
 
 /// Makes the label as wide as its widest text, so that nothing moves when the text changes.
-void reserve(QLabel &label, const QString &widest)
+void reserve(QLabel &label, const QStringList &texts)
 {
     const QString text = label.text();
-    label.setText(widest);
-    label.setMinimumWidth(label.sizeHint().width());
+    int width = 0;
+    for (const QString &each : texts) {
+        label.setText(each);
+        width = std::max(width, label.sizeHint().width());
+    }
     label.setText(text);
+    label.setMinimumWidth(width);
 }
 
 void reserve(QLineEdit &field, const QString &widest)
@@ -92,6 +95,9 @@ void Main::connectPortControls()
 
 void Main::voltWinLeft()
 {
+    // The user went to another program, perhaps in the middle of a number.
+    if (!isActiveWindow())
+        return;
     const bool setPressed =
         m_ui->VoltSet->hasFocus() && QGuiApplication::mouseButtons() != Qt::NoButton;
     m_console.act([this] { m_console.ports().voltWinLostFocus(); });
@@ -146,10 +152,12 @@ void Main::arrange()
     m_ui->splitter->setStretchFactor(1, 4);
     m_ui->cbNWName->setPlaceholderText(QString::fromLatin1(Console::DefaultHost));
 
-    reserve(*m_ui->conxsts, QStringLiteral("<Unknown>"));
-    reserve(*m_ui->power, QStringLiteral("Off"));
-    reserve(*m_ui->vornstate, QStringLiteral("Suspended"));
-    reserve(*m_ui->ScriptIdx, QStringLiteral("VN_End @ 65535"));
+    reserve(*m_ui->conxsts,
+            {QStringLiteral("No Device"), QStringLiteral("Low Speed"), QStringLiteral("Full Speed"),
+             QStringLiteral("High Speed"), QStringLiteral("<Unknown>")});
+    reserve(*m_ui->vornstate, {QStringLiteral("Active"), QStringLiteral("Suspended")});
+    reserve(*m_ui->ScriptIdx,
+            {QStringLiteral("VN_End @ 65535"), QStringLiteral("Stopped @ 65535")});
     reserve(*m_ui->VoltWin, QStringLiteral("5.00"));
     reserve(*m_ui->CurrWin, QStringLiteral(" 999.99 mA"));
 
@@ -183,14 +191,9 @@ void Main::shutDown()
 
 void Main::closeOtherWindows()
 {
-    QList<QPointer<QWidget>> windows;
     for (QWidget *widget : findChildren<QWidget *>()) {
         if (widget->isWindow() && widget->isVisible())
-            windows.prepend(widget); // a dialog before its parent
-    }
-    for (const QPointer<QWidget> &window : windows) {
-        if (window)
-            window->close();
+            widget->close();
     }
 }
 

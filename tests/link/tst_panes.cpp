@@ -190,6 +190,9 @@ void TestPanes::responseLineIntoLog()
     session.Logging = true;
     session.LogBytes = 100;
 
+    int failures = 0;
+    session.logFailed = [&failures](const QString &) { ++failures; };
+
     ShowResponseLine(session, "*** Vorn Fail ");
     QCOMPARE(session.LogBytes, 116);
     QCOMPARE(session.Main.LogSizeInfo.text(), QLatin1String(" 116 Bytes"));
@@ -203,6 +206,7 @@ void TestPanes::responseLineIntoLog()
     QVERIFY(session.log.close());
     QCOMPARE(contentsOf(path), QByteArray("*** Vorn Fail \r\none\r\ntwo\r\n\r\n"));
     QCOMPARE(session.RespText.text(), QByteArray("*** Vorn Fail \r\none\r\ntwo\r\n\r\n"));
+    QCOMPARE(failures, 0);
 }
 
 void TestPanes::responseLineKeepsBytes()

@@ -2,11 +2,10 @@
 #include "link/TcpTransport.h"
 #include "support/TestServer.h"
 
-#include <QNetworkProxy>
 #include <QSignalSpy>
 #include <QTest>
 
-#include <memory>
+#include <sys/socket.h>
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -83,11 +82,11 @@ private slots:
     void resetByThePeer();
     void ownCloseIsSilent();
     void ownCloseSendsTheRest();
+    void ownCloseOfALostConnectionIsSilent();
     void closeWhileConnecting();
     void opensAgainAfterTheEnd();
     void opensAgainWhileOpen();
     void writeWithoutConnection();
-    void proxiesAreNotUsed();
 };
 
 void TestTcpTransport::connects()
@@ -297,6 +296,27 @@ void TestTcpTransport::ownCloseSendsTheRest()
     QTRY_COMPARE(server.received(), QByteArray("last words"));
 }
 
+void TestTcpTransport::ownCloseOfALostConnectionIsSilent()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+    client.transport.write("first");
+    QTRY_VERIFY(!server.received().isEmpty());
+
+    const linger resets{1, 0}; // a close sends a reset
+    const auto descriptor = static_cast<int>(server.client()->socketDescriptor());
+    QCOMPARE(::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &resets, sizeof resets), 0);
+    server.client()->abort();
+    client.transport.write("second"); // fails as it leaves, which is when the link is closed
+    client.transport.close();
+
+    QTest::qWait(0);
+    QCOMPARE(client.failures, QStringList());
+}
+
 void TestTcpTransport::closeWhileConnecting()
 {
     TestServer server;
@@ -357,18 +377,6 @@ void TestTcpTransport::writeWithoutConnection()
     QVERIFY(!client.transport.isConnected());
     QCOMPARE(client.received, QByteArray());
     QCOMPARE(client.failures, QStringList());
-}
-
-void TestTcpTransport::proxiesAreNotUsed()
-{
-    QNetworkProxy::setApplicationProxy(
-        QNetworkProxy(QNetworkProxy::Socks5Proxy, Loopback, unusedPort()));
-    const auto restore =
-        qScopeGuard([] { QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy); });
-    TestServer server;
-    Client client;
-    client.open(server.port());
-    QTRY_VERIFY(client.transport.isConnected());
 }
 
 QTEST_GUILESS_MAIN(TestTcpTransport)

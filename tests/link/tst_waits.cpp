@@ -196,17 +196,21 @@ void TestWaits::twoWaitsAtOnce()
 void TestWaits::resumedInTheOrderTheyBegan()
 {
     Clock clock;
-    bool flag = false;
+    bool odd = false;
+    bool even = false;
     QList<int> order;
     const auto note = [&](int number) -> QCoro::Task<> {
-        co_await clock.waits.until([&] { return flag; }, clock.in(20));
+        co_await clock.waits.until([&] { return number % 2 ? odd : even; }, clock.in(20));
         order.append(number);
     };
-    for (int number = 0; number < 5; ++number)
+    for (int number = 0; number < 8; ++number)
         note(number);
-    flag = true;
+    odd = true;
     clock.waits.check();
-    QCOMPARE(order, (QList<int>{0, 1, 2, 3, 4}));
+    QCOMPARE(order, (QList<int>{1, 3, 5, 7}));
+    even = true;
+    clock.waits.check();
+    QCOMPARE(order, (QList<int>{1, 3, 5, 7, 0, 2, 4, 6}));
 }
 
 void TestWaits::waitInsideAResumedWait()

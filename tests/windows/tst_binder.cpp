@@ -94,6 +94,7 @@ private slots:
     void formLoadsWhatCoreHasNotSet();
     void ownedValuesShowAtOnce();
     void text();
+    void readOnlyFieldShowsItsBeginning();
     void labelsShowPlainText();
     void toolTip();
     void enabled();
@@ -168,6 +169,17 @@ void TestBinder::text()
     QCOMPARE(bench.label->text(), QStringLiteral("new"));
     QCOMPARE(bench.field->text(), QStringLiteral("new"));
     QCOMPARE(bench.item->text(), QStringLiteral("new"));
+}
+
+void TestBinder::readOnlyFieldShowsItsBeginning()
+{
+    Bench bench;
+    bench.bind();
+    bench.Field.setText(QStringLiteral("a long name"));
+    QCOMPARE(bench.field->cursorPosition(), 11);
+    bench.field->setReadOnly(true);
+    bench.Field.setText(QStringLiteral("another long name"));
+    QCOMPARE(bench.field->cursorPosition(), 0);
 }
 
 void TestBinder::labelsShowPlainText()

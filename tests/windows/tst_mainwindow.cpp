@@ -298,17 +298,21 @@ void TestMainWindow::nothingMovesWithTheTexts()
     const QList<QRect> before = strip();
     const int leastWidth = bench.window.minimumSizeHint().width();
 
-    bench.main.conxsts.setText(QStringLiteral("<Unknown>"));
     bench.main.power.setText(QStringLiteral("Off"));
     bench.main.vornstate.setText(QStringLiteral("Suspended"));
     bench.main.CurrWin.setText(QStringLiteral("999.99 mA"));
-    bench.main.ScriptIdx.setText(QStringLiteral("VN_End @ 65535"));
+    bench.main.ScriptIdx.setText(QStringLiteral("Stopped @ 65535"));
     bench.main.ScriptName.setText(QString(200, QLatin1Char('n')));
     bench.main.LogInfo.setText(QString(200, QLatin1Char('n')));
     bench.main.LogFrame.setVisible(true);
     bench.main.cbNWName.insertItem(0, QString(200, QLatin1Char('n')));
     QCoreApplication::sendPostedEvents();
     QCOMPARE(strip(), before);
+    for (const char *speed : {"No Device", "Low Speed", "Full Speed", "High Speed", "<Unknown>"}) {
+        bench.main.conxsts.setText(QString::fromLatin1(speed));
+        QCoreApplication::sendPostedEvents();
+        QCOMPARE(strip(), before);
+    }
     QCOMPARE(bench.window.minimumSizeHint().width(), leastWidth);
 }
 

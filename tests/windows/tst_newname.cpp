@@ -12,7 +12,7 @@ using namespace vantrel::test;
 
 namespace {
 
-/// The window with two names in its list and what the user does to them.
+/// The window with two names in its list, and what the user does there.
 struct NamesBench : DialogBench
 {
     NamesBench()
@@ -24,7 +24,7 @@ struct NamesBench : DialogBench
         console->load(namesFile);
     }
 
-    /// Chooses from the list by its keys, as many steps down (up when negative) as said.
+    /// Chooses from the list by its arrow keys.
     void choose(const QString &entry)
     {
         list.setFocus();

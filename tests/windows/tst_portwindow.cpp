@@ -19,6 +19,7 @@ private slots:
     void voltageByEnter_data();
     void voltageByEnter();
     void voltageByLeaving();
+    void voltageWaitsWhileElsewhere();
     void voltageBySetVcc();
     void unchangedVoltage();
     void editingEnablesSetVcc();
@@ -87,6 +88,25 @@ void TestPortWindow::voltageByLeaving()
     QTest::keyClick(&bench.widget("VoltWin"), Qt::Key_Tab);
     QCOMPARE(bench.sent(), QByteArray("1b5305321b45"));
     QCOMPARE(bench.find<QLineEdit>("VoltWin").text(), QStringLiteral("4.50"));
+}
+
+void TestPortWindow::voltageWaitsWhileElsewhere()
+{
+    WindowBench bench;
+    bench.run();
+    bench.type("VoltWin", QStringLiteral("5"));
+    QWidget elsewhere;
+    elsewhere.show();
+    QVERIFY(QTest::qWaitForWindowActive(&elsewhere));
+    QCOMPARE(bench.sent(), QByteArray());
+
+    elsewhere.hide();
+    bench.window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&bench.window));
+    QTest::keyClicks(&bench.widget("VoltWin"), QStringLiteral(".25"));
+    QCOMPARE(bench.sent(), QByteArray());
+    QTest::keyClick(&bench.widget("VoltWin"), Qt::Key_Return);
+    QCOMPARE(bench.sent(), QByteArray("1b53057d1b45"));
 }
 
 void TestPortWindow::voltageBySetVcc()
