@@ -83,6 +83,8 @@ void Main::connectPortControls()
 {
     connect(m_ui->VoltWin, &QLineEdit::textEdited, this,
             [this] { m_console.act([this] { m_console.ports().voltWinChanged(); }); });
+    connect(m_ui->VoltWin, &QLineEdit::returnPressed, this,
+            [this] { m_console.act([this] { m_console.ports().voltWinLostFocus(); }); });
     connect(m_ui->VoltWin, &QLineEdit::editingFinished, this, &Main::voltWinLeft);
     onClick(m_ui->VoltEnable, &PortControls::voltEnableClicked);
     onClick(m_ui->VoltDisable, &PortControls::voltDisableClicked);
@@ -95,8 +97,9 @@ void Main::connectPortControls()
 
 void Main::voltWinLeft()
 {
-    // The user went to another program, perhaps in the middle of a number.
-    if (!isActiveWindow())
+    // The user went to another program, perhaps in the middle of a number: the field keeps its place
+    // in the window.
+    if (focusWidget() == m_ui->VoltWin && !m_ui->VoltWin->hasFocus())
         return;
     const bool setPressed =
         m_ui->VoltSet->hasFocus() && QGuiApplication::mouseButtons() != Qt::NoButton;
