@@ -98,8 +98,6 @@ void TestShortPackets::trailingBytes()
     QFETCH(QByteArray, full);
     QFETCH(Prepare, prepare);
     QFETCH(bool, dumps);
-    if (dumps)
-        QSKIP("every byte to the end is shown");
 
     ProtocolBench exact;
     prepare(exact.session);
@@ -108,7 +106,8 @@ void TestShortPackets::trailingBytes()
     prepare(longer.session);
     longer.dispatch(full + "de ad be ef"_hex);
 
-    QCOMPARE(stateOf(longer.session), stateOf(exact.session));
+    // A dump shows every byte to the end; whatever else the packet says is read from its front.
+    QCOMPARE(stateOf(longer.session) == stateOf(exact.session), !dumps);
     QCOMPARE(longer.serial->written, exact.serial->written);
 }
 
