@@ -18,6 +18,7 @@ struct CommandSet
 };
 
 /// What goes wrong. Every field may change at any time; the defaults are a tester in good health.
+/// Refusal and device status hold for the steps of a running script as well.
 struct Faults
 {
     /// Commands that are carried out but not answered. With `all` the reports are lost as well.
@@ -28,6 +29,8 @@ struct Faults
     int delay = 0;
     /// Status of every device request; the device then does not see the request.
     std::optional<quint8> deviceStatus;
+    /// Step of a script download, from 0, at which the tester refuses the script.
+    std::optional<qint32> refusedStep;
     /// Bytes put in front of each packet.
     QByteArray garbage;
     /// Bytes a write; 0 writes a packet whole.

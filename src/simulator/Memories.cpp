@@ -69,15 +69,27 @@ quint32 FirmwareMemory::append(QByteArrayView block)
 
 void ScriptMemory::startDownload()
 {
-    m_downloading = true;
+    begin(Mode::Downloading);
+}
+
+void ScriptMemory::refuseDownload()
+{
+    begin(Mode::Refused);
+}
+
+void ScriptMemory::begin(Mode mode)
+{
+    m_mode = mode;
     m_steps.clear();
+    m_size = 0;
 }
 
 quint16 ScriptMemory::store(const QByteArray &command)
 {
     m_steps.append(command);
+    m_size += command.size();
     if (command.startsWith(static_cast<char>(wire::Command::ScriptDownloadEnd)))
-        m_downloading = false;
+        m_mode = Mode::Idle;
     return static_cast<quint16>(m_steps.size() - 1);
 }
 

@@ -78,23 +78,33 @@ class ScriptMemory
 public:
     void startDownload();
     /// Leaves download mode with what has been stored so far.
-    void endDownload() { m_downloading = false; }
-    bool isDownloading() const { return m_downloading; }
+    void endDownload() { m_mode = Mode::Idle; }
+    /// Forgets the script. What is still to come of it is no longer stored.
+    void refuseDownload();
+    bool isDownloading() const { return m_mode == Mode::Downloading; }
+    bool isRefused() const { return m_mode == Mode::Refused; }
 
     /// Stores a command as the next step and returns its index. The end of the script is a step of
     /// its own and ends the download.
     quint16 store(const QByteArray &command);
 
     const QList<QByteArray> &steps() const { return m_steps; }
+    /// Bytes of all steps.
+    qsizetype size() const { return m_size; }
 
     /// The option sent outside a download.
     void setOption(bool on) { m_option = on; }
     bool option() const { return m_option; }
 
 private:
-    bool m_downloading = false;
+    enum class Mode { Idle, Downloading, Refused };
+
+    void begin(Mode mode);
+
+    Mode m_mode = Mode::Idle;
     bool m_option = false;
     QList<QByteArray> m_steps;
+    qsizetype m_size = 0;
 };
 
 } // namespace vantrel::simulator

@@ -19,9 +19,22 @@ namespace {
 
 constexpr quint8 DeviceRequestReply = wire::Command::DeviceRequest | wire::ReplyFlag;
 
+bool isAutoModeOn(const ByteReader &command)
+{
+    return command.at(1) == wire::Command::ConfigureTester &&
+           command.at(2) == wire::Option::AutoMode && command.at(3).value_or(0) != 0;
+}
+
 } // namespace
 
-Tester::Tester(const Settings &settings) : m_state{settings}
+Tester::Tester(const Settings &settings)
+    : m_state{settings},
+      m_run(
+          m_clock, m_state.script, [this](const QByteArray &step) { return carryOut(step); },
+          [this](const QByteArray &report) {
+              sendPacket(report);
+              followBus();
+          })
 {
     connect(&m_outlet, &Outlet::bytesReady, this, &Tester::bytesReady);
     connect(&m_outlet, &Outlet::connectionDropped, this, &Tester::connectionDropped);
@@ -45,6 +58,7 @@ void Tester::startConversation()
     m_rxState = RxStates::Hunting;
     m_outlet.discard();
     m_state.script.endDownload();
+    m_run.abandon();
 }
 
 void Tester::handle(const QByteArray &command)
@@ -52,31 +66,91 @@ void Tester::handle(const QByteArray &command)
     if (m_recording)
         m_commandsSeen.append(command);
     emit commandReceived(command);
-    answer(command);
+    endStaleDownload();
+    if (belongsToRefusedScript(command))
+        return;
+    if (refusesStep(command)) {
+        m_state.script.refuseDownload();
+        reportScriptLoadError();
+        return;
+    }
+    const bool stored = m_state.script.isDownloading();
+    const bool done = answer(command);
+    if (done && !stored)
+        followScript(command);
     followBus();
 }
 
-void Tester::answer(const QByteArray &command)
+/// A console that has given up on a download does not say so: what it sends next is meant for the
+/// tester, not for the script.
+void Tester::endStaleDownload()
 {
-    const quint8 code = ByteReader(command).at(1).value_or(0);
-    if (m_faults.refusal.contains(code)) {
-        if (!m_faults.silence.contains(code))
-            reportCommandError();
-        return;
-    }
+    const qint64 silence = m_clock.now() - std::exchange(m_lastCommand, m_clock.now());
+    if (silence >= DownloadTimeout)
+        m_state.script.endDownload();
+}
 
-    std::optional<QByteArray> reply;
-    if (code == wire::Command::DeviceRequest && m_faults.deviceStatus)
-        reply = ByteWriter{DeviceRequestReply, *m_faults.deviceStatus}.take();
-    else
-        reply = execute(m_state, command);
+/// Too many bytes for the memory, or a step that is chosen to be refused.
+bool Tester::refusesStep(const QByteArray &command) const
+{
+    const ScriptMemory &script = m_state.script;
+    if (!script.isDownloading() || ByteReader(command).at(1) == wire::Command::ScriptDownloadStart)
+        return false;
+    const qsizetype memory = qsizetype{m_state.settings.ramK} * 1024;
+    return script.steps().size() == m_faults.refusedStep || script.size() + command.size() > memory;
+}
 
-    if (m_faults.silence.contains(code))
-        return;
+/// The console learns of a refusal while the rest of the script is on its way. That must not be
+/// taken for commands: it is dropped up to its end, to the next download, or until the console
+/// gives up and switches automatic mode back on.
+bool Tester::belongsToRefusedScript(const QByteArray &command)
+{
+    if (!m_state.script.isRefused())
+        return false;
+    const ByteReader reader(command);
+    const bool ends = reader.at(1) == wire::Command::ScriptDownloadEnd;
+    if (ends || reader.at(1) == wire::Command::ScriptDownloadStart || isAutoModeOn(reader))
+        m_state.script.endDownload();
+    return ends || m_state.script.isRefused();
+}
+
+/// The run command starts the stored script; automatic mode, switched on meanwhile, stops it. A
+/// download takes the script away from under a run: nothing is left to stop at, and a stop report
+/// would look like the end of the download.
+void Tester::followScript(const QByteArray &command)
+{
+    const ByteReader reader(command);
+    if (reader.at(1) == wire::Command::RunScript)
+        m_run.start();
+    else if (reader.at(1) == wire::Command::ScriptDownloadStart)
+        m_run.abandon();
+    else if (isAutoModeOn(reader))
+        m_run.stop();
+}
+
+/// False when the command was refused.
+bool Tester::answer(const QByteArray &command)
+{
+    const auto reply = carryOut(command);
+    if (m_faults.silence.contains(ByteReader(command).at(1).value_or(0)))
+        return reply.has_value();
     if (!reply)
         reportCommandError();
     else if (!reply->isEmpty())
         sendPacket(*reply);
+    return reply.has_value();
+}
+
+/// What goes wrong with a command goes wrong with a step of a running script as well.
+std::optional<QByteArray> Tester::carryOut(const QByteArray &command)
+{
+    const quint8 code = ByteReader(command).at(1).value_or(0);
+    if (m_faults.refusal.contains(code))
+        return std::nullopt;
+    if (code == wire::Command::DeviceRequest && m_faults.deviceStatus &&
+        !m_state.script.isDownloading())
+        return ByteWriter{DeviceRequestReply, *m_faults.deviceStatus}.take();
+    return execute(m_state, command);
 }
 
 void Tester::followBus()

@@ -4,6 +4,7 @@
 #include "simulator/Clock.h"
 #include "simulator/Faults.h"
 #include "simulator/Outlet.h"
+#include "simulator/ScriptRun.h"
 #include "simulator/TesterState.h"
 
 #include <QByteArray>
@@ -12,6 +13,7 @@
 #include <QObject>
 
 #include <memory>
+#include <optional>
 
 namespace vantrel::simulator {
 
@@ -29,6 +31,8 @@ class Tester : public QObject
 public:
     /// How long Vbus stays off after an overload, when automatic recovery is on; milliseconds.
     static constexpr int RecoveryTime = 500;
+    /// A script download that has been silent for so long is over; milliseconds.
+    static constexpr int DownloadTimeout = 4000;
 
     explicit Tester(const Settings &settings);
 
@@ -36,8 +40,9 @@ public:
     /// a slot of bytesReady().
     void receive(QByteArrayView bytes);
 
-    /// A console has connected: half a packet of the one before, replies that it still waited for
-    /// and a download that it left open are forgotten. The state of the tester stays.
+    /// A console has connected: half a packet of the one before, replies that it still waited for,
+    /// a download that it left open and a script that it left running are forgotten. The state of
+    /// the tester stays.
     void startConversation();
 
     /// False, and the device is gone, when the address is taken or above 127.
@@ -94,14 +99,21 @@ signals:
 
 private:
     void handle(const QByteArray &command);
-    void answer(const QByteArray &command);
+    bool answer(const QByteArray &command);
+    std::optional<QByteArray> carryOut(const QByteArray &command);
+    void endStaleDownload();
+    bool refusesStep(const QByteArray &command) const;
+    bool belongsToRefusedScript(const QByteArray &command);
+    void followScript(const QByteArray &command);
     void followBus();
 
     TesterState m_state;
     Faults m_faults;
     Clock m_clock;
     Outlet m_outlet{m_clock, m_faults};
-    QByteArray m_input; // not yet de-framed
+    ScriptRun m_run;
+    qint64 m_lastCommand = 0; // time of the clock
+    QByteArray m_input;       // not yet de-framed
     bool m_receiving = false;
     qint16 m_rxState = 0;
     QByteArray m_rxBody;

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/ScriptRun.h"
+
+#include "link/Bytes.h"
+#include "link/Wire.h"
+#include "simulator/Clock.h"
+#include "simulator/Memories.h"
+
+namespace vantrel::simulator {
+
+ScriptRun::ScriptRun(Clock &clock, const ScriptMemory &script, CarryOut carryOut, Report report)
+    : m_clock(clock), m_script(script), m_carryOut(std::move(carryOut)), m_report(std::move(report))
+{
+}
+
+void ScriptRun::start()
+{
+    m_running = true;
+    m_next = 0;
+    ++m_turn;
+    takeTime();
+}
+
+void ScriptRun::stop()
+{
+    if (!m_running)
+        return;
+    m_running = false;
+    const auto index = static_cast<quint16>(m_next);
+    ByteWriter report{wire::Report::Script};
+    m_report(report.word(index).byte(wire::Report::ScriptStopped).word(index).take());
+}
+
+void ScriptRun::takeTime()
+{
+    m_clock.after(StepTime, [this, turn = m_turn] {
+        if (m_running && turn == m_turn)
+            step();
+    });
+}
+
+void ScriptRun::step()
+{
+    if (m_next >= m_script.steps().size() ||
+        ByteReader(m_script.steps()[m_next]).at(1) == wire::Command::ScriptDownloadEnd) {
+        stop();
+        return;
+    }
+    // The console may answer from inside the report, and so end this run or begin another.
+    const QByteArray command = m_script.steps()[m_next];
+    const auto index = static_cast<quint16>(m_next++);
+    takeTime();
+    ByteWriter report{wire::Report::Script};
+    m_report(report.word(index).bytes(innerResponse(command)).take());
+}
+
+QByteArray ScriptRun::innerResponse(const QByteArray &command) const
+{
+    const ByteReader reader(command);
+    if (reader.at(1) == MessageStep) {
+        const auto timer = static_cast<quint32>(m_clock.now());
+        return ByteWriter{wire::Report::Message}.doubleWord(timer).bytes(reader.from(2)).take();
+    }
+    const auto reply = m_carryOut(command);
+    if (!reply)
+        return ByteWriter{wire::Report::CommandError}.take();
+    const auto code = static_cast<quint8>(reader.at(1).value_or(0) | wire::ReplyFlag);
+    return reply->isEmpty() ? ByteWriter{code}.take() : *reply;
+}
+
+} // namespace vantrel::simulator
