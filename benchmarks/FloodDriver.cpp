@@ -6,10 +6,10 @@
 #include "Streams.h"
 
 #include "console/Console.h"
-#include "console/DialogBoxes.h"
 #include "console/Main.h"
 #include "link/SerialTransport.h"
 #include "link/TcpTransport.h"
+#include "windows/DialogBoxes.h"
 
 #include <QApplication>
 #include <QFile>

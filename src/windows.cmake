@@ -1,8 +1,10 @@
 add_library(vantrel_windows STATIC
-  console/Binder.cpp
-  console/DialogBoxes.cpp
-  console/ElidedLabel.cpp
-  console/FileDialog.cpp
+  windows/Binder.cpp
+  windows/DialogBoxes.cpp
+  windows/ElidedLabel.cpp
+  windows/FileDialog.cpp
+  protocol/FlashForm.cpp
+  protocol/FlashForm.ui
   console/Main.cpp
   console/Main.ui
   console/frmNewIP.cpp

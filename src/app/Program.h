@@ -3,10 +3,10 @@
 
 #include "app/Options.h"
 #include "console/Console.h"
-#include "console/DialogBoxes.h"
 #include "console/Main.h"
 #include "simulator/TcpEnd.h"
 #include "simulator/Tester.h"
+#include "windows/DialogBoxes.h"
 
 #include <QCoroTask>
 

@@ -93,22 +93,34 @@ QStringList Stage::linesOf(const QString &pane) const
     return lines;
 }
 
+/// In an open dialog or tool window, or else in the main window; nothing when it is in neither.
+QWidget *Stage::locate(const QString &name) const
+{
+    QList<QWidget *> windows = QApplication::topLevelWidgets();
+    windows.removeOne(&m_main);
+    windows.append(&m_main);
+    if (QWidget *modal = QApplication::activeModalWidget())
+        windows.prepend(modal);
+    for (const QWidget *window : windows) {
+        if (!window->isVisible())
+            continue;
+        for (QWidget *widget : window->findChildren<QWidget *>(name)) {
+            if (widget->window() == window)
+                return widget;
+        }
+    }
+    return nullptr;
+}
+
 QWidget &Stage::find(const char *name) const
 {
     const QString objectName = QString::fromLatin1(name);
-    QList<QWidget *> windows = QApplication::topLevelWidgets();
-    windows.prepend(&m_main);
-    if (QWidget *modal = QApplication::activeModalWidget())
-        windows.prepend(modal);
-    for (QWidget *window : windows) {
-        QWidget *widget = window->isVisible() ? window->findChild<QWidget *>(objectName) : nullptr;
-        if (!widget)
-            continue;
-        if (!widget->isEnabled())
-            throw TourFailure(QStringLiteral("%1 is disabled").arg(objectName));
-        return *widget;
-    }
-    throw TourFailure(QStringLiteral("no control %1").arg(objectName));
+    QWidget *widget = locate(objectName);
+    if (!widget)
+        throw TourFailure(QStringLiteral("no control %1").arg(objectName));
+    if (!widget->isEnabled())
+        throw TourFailure(QStringLiteral("%1 is disabled").arg(objectName));
+    return *widget;
 }
 
 void Stage::press(const char *name)
@@ -163,7 +175,7 @@ QCoro::Task<> Stage::expect(QString what, std::function<bool()> condition, int t
 QCoro::Task<> Stage::expectText(QString name, QString text)
 {
     const auto shows = [this, name, text] {
-        const QWidget *widget = m_main.findChild<QWidget *>(name);
+        const QWidget *widget = locate(name);
         return widget && widget->property("text").toString() == text;
     };
     co_await expect(QStringLiteral("%1 shows \"%2\"").arg(name, text), shows);

@@ -67,6 +67,7 @@ public:
     QString directory() const { return m_directory; }
 
 private:
+    QWidget *locate(const QString &name) const;
     QWidget &find(const char *name) const;
     QStringList linesOf(const QString &pane) const;
     void tellPanes();

@@ -5,12 +5,14 @@
 #include "simulator/Tester.h"
 
 #include <QFile>
+#include <QWidget>
 
 namespace vantrel {
 
 namespace {
 
 constexpr const char *LogName = "tour.log";
+constexpr const char *ScriptName = "read-all-descriptors.vn";
 constexpr quint8 PhoneAddress = 0x03;
 
 QString text(const char *latin1)
@@ -57,6 +59,8 @@ QCoro::Task<> Tour::walk()
     co_await driveBus();
     co_await switchPower();
     co_await readReports();
+    co_await runScript();
+    co_await keepScriptInFlash();
     co_await leaveAutoMode();
     m_stage.picture(text("main"));
     co_await endLog();
@@ -166,6 +170,53 @@ QCoro::Task<> Tour::readReports()
                                 text("     Address: 0x02   EndPoint: 0x82   Error = 0x0E: STALL"));
     m_tester.reportTrigger(1);
     co_await m_stage.expectLine(text("RespWin"), text("*** Trigger Input Channel 1"));
+}
+
+QCoro::Task<> Tour::runScript()
+{
+    m_stage.say(text("Load a script and run it"));
+    QFile::remove(path(ScriptName));
+    if (!QFile::copy(text(":/") + text(ScriptName), path(ScriptName)))
+        throw TourFailure(text("cannot write the script"));
+    m_stage.press("ScriptLoad");
+    co_await m_stage.answerFileDialog(path(ScriptName));
+    co_await m_stage.expectLine(text("CmdWin"), text("VornScript Download"));
+    const auto loaded = [this] {
+        return m_console.session().Main.ScriptIdx.text().startsWith(QLatin1String("VN_End @"));
+    };
+    co_await m_stage.expect(text("the tester has stored the script"), loaded);
+    const auto ready = [this] { return m_console.session().Main.ScriptRun.isEnabled(); };
+    co_await m_stage.expect(text("the script can be run"), ready);
+
+    m_stage.press("ScriptRun");
+    co_await m_stage.expectLine(text("CmdWin"), text("Running Script"));
+    co_await m_stage.expectLine(text("RespWin"), text("-- Device Request Response: Status = 00"));
+    co_await m_stage.expectLine(text("RespWin"),
+                                text(" 12 01 10 01 00 00 00 08 F3 05 07 00 20 03 00 00 00 01 "));
+    co_await m_stage.expectLine(text("CmdWin"), text("Script Complete"));
+    co_await m_stage.expectText(text("ScriptRun"), text("Run"));
+    m_stage.picture(text("main-script"));
+}
+
+QCoro::Task<> Tour::keepScriptInFlash()
+{
+    m_stage.say(text("Keep the script in the tester's flash"));
+    m_stage.choose("UtilFM");
+    co_await m_stage.expectDialog(text("FlashForm"));
+    co_await m_stage.expectText(text("Status"), text("Undefined"));
+    m_stage.choose("Burn");
+    co_await m_stage.answerFileDialog(path(ScriptName));
+    co_await m_stage.expectText(text("Label1"), text("New Script Name"));
+    m_stage.enter("ScriptName", text("ReadAll"));
+    m_stage.press("BtnProgram");
+    co_await m_stage.expectText(text("Status"), text("Disabled"));
+    co_await m_stage.expectText(text("ScriptName"), text("ReadAll "));
+    m_stage.press("ScriptEnable");
+    co_await m_stage.expectText(text("Status"), text("Enabled"));
+    m_stage.picture(text("FlashForm"), m_stage.dialog(text("FlashForm")));
+    m_stage.dialog(text("FlashForm"))->close();
+    const auto usable = [this] { return m_console.session().Main.Window.isEnabled(); };
+    co_await m_stage.expect(text("the main window is usable again"), usable);
 }
 
 QCoro::Task<> Tour::leaveAutoMode()

@@ -31,6 +31,8 @@ private:
     QCoro::Task<> driveBus();
     QCoro::Task<> switchPower();
     QCoro::Task<> readReports();
+    QCoro::Task<> runScript();
+    QCoro::Task<> keepScriptInFlash();
     QCoro::Task<> leaveAutoMode();
     QCoro::Task<> endLog();
     QCoro::Task<> disconnectFromTester();

@@ -83,6 +83,7 @@ QCoro::Task<> Connection::ConnectStuff()
 void Connection::DoDisconnect()
 {
     m_session.LinkState = LinkStates::Closed;
+    ++m_session.LinkLosses;
     m_link.CloseLink();
     setSelectionEnabled(true);
 
@@ -95,6 +96,7 @@ void Connection::DoDisconnect()
           &main.Vcc_AR, &main.UtilFM, &main.UtilDR, &main.UtilDV, &main.EZUSB,
           &main.mnuConfigureNetwork, &main.mnuUtilFTDI})
         control->setEnabled(false);
+    m_session.waits.check();
 }
 
 QCoro::Task<> Connection::automodeClicked()
@@ -110,6 +112,8 @@ QCoro::Task<> Connection::automodeClicked()
 
 QCoro::Task<> Connection::socketError(QString description)
 {
+    ++m_session.LinkLosses; // what waits for an answer need not wait for the box to be read
+    m_session.waits.check();
     const Message error{QStringLiteral("Network Error Detected: ") + description,
                         QStringLiteral("Vantrel Communications Manager")};
     co_await m_dialogs.messageBox(error);

@@ -13,8 +13,11 @@ Console::Console(Dialogs &dialogs, std::unique_ptr<Transport> serial,
                  std::unique_ptr<Transport> tcp)
     : m_dialogs(dialogs), m_errors(dialogs), m_link(m_session, std::move(serial), std::move(tcp)),
       m_commands(m_session, m_link), m_decoder(m_session, m_commands),
+      m_script(m_session, m_link, m_commands),
+      m_flash(m_session, m_commands, m_script, dialogs, m_errors),
       m_connection(m_session, m_link, m_commands, dialogs), m_ports(m_session, m_commands),
-      m_log(m_session, dialogs, m_errors), m_names(m_session, m_link, dialogs)
+      m_scripts(m_session, m_commands, m_script, dialogs), m_log(m_session, dialogs, m_errors),
+      m_names(m_session, m_link, dialogs)
 {
     m_link.setDispatcher([this] { m_decoder.DispatchResponse(); });
     connect(&m_link, &VornComm::socketError, this, [this](const QString &description) {
@@ -36,6 +39,8 @@ void Console::setUpControls()
     main.ScriptRun.setText(QStringLiteral("Run"));
     main.FileClose.setEnabled(false);
     main.LogFrame.setVisible(false);
+    main.DownloadProgress.setVisible(false);
+    main.Window.setEnabled(true);
 }
 
 void Console::load(const QString &namesFile)
@@ -165,6 +170,16 @@ void Console::descriptorViewerClicked()
         emit descriptorViewerWanted();
     else
         m_errors.run([this] { return refuseDescriptorViewer(); });
+}
+
+void Console::scriptLoadClicked()
+{
+    m_errors.run([this] { return m_scripts.scriptLoadClicked(); });
+}
+
+void Console::scriptRunClicked()
+{
+    act([this] { m_scripts.scriptRunClicked(); });
 }
 
 QCoro::Task<> Console::refuseDescriptorViewer()

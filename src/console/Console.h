@@ -4,12 +4,15 @@
 #include "console/Connection.h"
 #include "console/NetworkNames.h"
 #include "console/PortControls.h"
+#include "console/ScriptControls.h"
 #include "console/SessionLog.h"
 #include "link/ErrorBoundary.h"
 #include "link/VornComm.h"
 #include "link/publicvars.h"
+#include "protocol/FlashScripts.h"
 #include "protocol/RecvDecode.h"
 #include "protocol/VornCommands.h"
+#include "protocol/VornScript.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -55,6 +58,8 @@ public:
     void fileNewClicked();
     void fileCloseClicked();
     void descriptorViewerClicked();
+    void scriptLoadClicked();
+    void scriptRunClicked();
     /// Closes an open log with its footer. The window closes itself after it.
     void exitClicked();
 
@@ -71,6 +76,7 @@ public:
     PortControls &ports() { return m_ports; }
     NetworkNames &names() { return m_names; }
     SessionLog &log() { return m_log; }
+    FlashScripts &flash() { return m_flash; }
     ErrorBoundary &errors() { return m_errors; }
 
 signals:
@@ -93,8 +99,11 @@ private:
     VornComm m_link;
     VornCommands m_commands;
     RecvDecode m_decoder;
+    VornScript m_script;
+    FlashScripts m_flash;
     Connection m_connection;
     PortControls m_ports;
+    ScriptControls m_scripts;
     SessionLog m_log;
     NetworkNames m_names;
 };

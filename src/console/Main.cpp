@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/Main.h"
 
-#include "console/Binder.h"
 #include "console/Console.h"
 #include "console/frmNewIP.h"
 #include "link/Version.h"
+#include "protocol/FlashForm.h"
 #include "ui_Main.h"
+#include "windows/Binder.h"
 
 #include <QCloseEvent>
 #include <QFontDatabase>
@@ -55,6 +56,8 @@ Main::Main(Console &console)
     connectConnection();
     connectPortControls();
     connectMenus();
+    m_FlashForm = new FlashForm(console.flash(), this);
+    connectScripts();
 
     m_frmNewIP = new frmNewIP(console, this);
     connect(&console, &Console::newNetworkNameWanted, m_frmNewIP, &frmNewIP::ask);
@@ -97,8 +100,8 @@ void Main::connectPortControls()
 
 void Main::voltWinLeft()
 {
-    // The user went to another program, perhaps in the middle of a number: the field keeps its place
-    // in the window.
+    // The user went to another program, perhaps in the middle of a number: the field keeps its
+    // place in the window.
     if (focusWidget() == m_ui->VoltWin && !m_ui->VoltWin->hasFocus())
         return;
     const bool setPressed =
@@ -119,6 +122,19 @@ void Main::connectMenus()
         close();
     });
     connect(m_ui->UtilDV, &QAction::triggered, &m_console, &Console::descriptorViewerClicked);
+}
+
+void Main::connectScripts()
+{
+    // Not the window itself: that would disable the tool windows and boxes that belong to it.
+    const Control &whole = m_console.session().Main.Window;
+    connect(&whole, &Control::changed, this, [this, &whole] {
+        m_ui->centralwidget->setEnabled(whole.isEnabled());
+        m_ui->menubar->setEnabled(whole.isEnabled());
+    });
+    connect(m_ui->ScriptLoad, &QPushButton::clicked, &m_console, &Console::scriptLoadClicked);
+    connect(m_ui->ScriptRun, &QPushButton::clicked, &m_console, &Console::scriptRunClicked);
+    connect(m_ui->UtilFM, &QAction::triggered, m_FlashForm, &FlashForm::present);
 }
 
 void Main::onClick(QAbstractButton *button, void (PortControls::*handler)())

@@ -12,6 +12,7 @@ namespace vantrel {
 
 class Binder;
 class Console;
+class FlashForm;
 class PortControls;
 class frmNewIP;
 
@@ -41,6 +42,7 @@ private:
     void connectConnection();
     void connectPortControls();
     void connectMenus();
+    void connectScripts();
     void onClick(QAbstractButton *button, void (PortControls::*handler)());
     void voltWinLeft();
     void arrange();
@@ -51,6 +53,7 @@ private:
     Console &m_console;
     std::unique_ptr<Ui::Main> m_ui;
     std::unique_ptr<Binder> m_binder;
+    FlashForm *m_FlashForm;
     frmNewIP *m_frmNewIP;
     QTimer *m_Timer1;
 };

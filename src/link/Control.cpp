@@ -53,6 +53,16 @@ void Control::setIndex(int index)
     set(m_index, index, Aspect::Index);
 }
 
+void Control::setProgress(Progress progress)
+{
+    set(m_progress, progress, Aspect::Progress);
+}
+
+void Control::setLocked(bool locked)
+{
+    set(m_locked, locked, Aspect::Locked);
+}
+
 void Control::insertItem(int position, const QString &item)
 {
     QStringList items = m_items;

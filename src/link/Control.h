@@ -28,7 +28,16 @@ struct Colour
     bool operator==(const Colour &) const = default;
 };
 
-/// One control of the main window as a plain value.
+/// How far a progress bar has come, from 0 to `total`.
+struct Progress
+{
+    int done = 0;
+    int total = 0;
+
+    bool operator==(const Progress &) const = default;
+};
+
+/// One control of a window as a plain value.
 ///
 /// Decoders and handlers read and set these; the window binds each to the widget (or action) whose
 /// object name is name(). An aspect that core has never set belongs to the form: the binder loads
@@ -43,10 +52,12 @@ public:
         ToolTip = 0x02,
         Enabled = 0x04,
         Visible = 0x08,
-        Checked = 0x10, ///< check boxes and options
-        Colour = 0x20,  ///< background; nullopt is the palette's own
-        Items = 0x40,   ///< entries of a drop-down list
-        Index = 0x80,   ///< chosen entry of a drop-down list, -1 for none
+        Checked = 0x10,   ///< check boxes and options
+        Colour = 0x20,    ///< background; nullopt is the palette's own
+        Items = 0x40,     ///< entries of a drop-down list
+        Index = 0x80,     ///< chosen entry of a drop-down list, -1 for none
+        Progress = 0x100, ///< of a progress bar
+        Locked = 0x200,   ///< an entry field that only shows
     };
     Q_DECLARE_FLAGS(Aspects, Aspect)
 
@@ -59,9 +70,11 @@ public:
     bool isEnabled() const { return m_enabled; }
     bool isVisible() const { return m_visible; }
     bool isChecked() const { return m_checked; }
+    bool isLocked() const { return m_locked; }
     std::optional<Colour> colour() const { return m_colour; }
     const QStringList &items() const { return m_items; }
     int index() const { return m_index; }
+    Progress progress() const { return m_progress; }
 
     void setText(const QString &text);
     void setToolTip(const QString &toolTip);
@@ -72,6 +85,8 @@ public:
     void setItems(const QStringList &items);
     void insertItem(int position, const QString &item);
     void setIndex(int index);
+    void setProgress(Progress progress);
+    void setLocked(bool locked);
 
     /// Adds to the end of the text; told by appended() instead of changed(), so that a long pane
     /// need not be handed over whole.
@@ -99,10 +114,12 @@ private:
     QStringList m_items;
     std::optional<Colour> m_colour;
     int m_index = -1;
+    Progress m_progress;
     Aspects m_owned;
     bool m_enabled = true;
     bool m_visible = true;
     bool m_checked = false;
+    bool m_locked = false;
 };
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(Control::Aspects)

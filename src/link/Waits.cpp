@@ -2,8 +2,13 @@
 #include "link/Waits.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace vantrel {
+
+namespace {
+constexpr qint32 Never = -1; // no value of the tick counter
+}
 
 Waits::Wait::Wait(Waits &waits, std::function<bool()> flag, qint32 deadline) : m_waits(waits)
 {
@@ -25,6 +30,20 @@ void Waits::Wait::await_suspend(std::coroutine_handle<> waiter)
 Waits::Wait Waits::until(std::function<bool()> flag, qint32 deadline)
 {
     return {*this, std::move(flag), deadline};
+}
+
+Waits::Wait Waits::oneTurn()
+{
+    // The flag is set from the event loop, behind everything that is waiting there already.
+    const auto turned = std::make_shared<bool>(false);
+    QMetaObject::invokeMethod(
+        &m_loop,
+        [this, turned] {
+            *turned = true;
+            check();
+        },
+        Qt::QueuedConnection);
+    return {*this, [turned] { return *turned; }, Never};
 }
 
 bool Waits::hasEnded(Pending &pending) const

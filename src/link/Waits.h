@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QCoroTask>
+#include <QObject>
 
 #include <functional>
 #include <vector>
@@ -53,6 +54,10 @@ public:
 
     Wait until(std::function<bool()> flag, qint32 deadline);
 
+    /// Lets the event loop take one turn: whatever has arrived is handled before the awaiting
+    /// coroutine goes on. Answered, or Closed when the program is closing.
+    Wait oneTurn();
+
     /// Resumes every wait that has come to its end.
     void check();
 
@@ -64,6 +69,7 @@ public:
 private:
     bool hasEnded(Pending &pending) const;
 
+    QObject m_loop; // where turns of the event loop are asked for
     const qint32 &m_tickCount;
     std::vector<Pending *> m_pending; // each lives in its waiting coroutine's frame
     bool m_closed = false;

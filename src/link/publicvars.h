@@ -64,12 +64,19 @@ struct MainControls
     Control CmdWin{all, "CmdWin"};
     Control RespWin{all, "RespWin"};
 
+    // Status area
+    Control DownloadProgress{all, "DownloadProgress"}; ///< of a script download, while one runs
+
     // Menu items
     Control FileNew{all, "FileNew"}, FileClose{all, "FileClose"};
     Control UtilDR{all, "UtilDR"}, UtilDV{all, "UtilDV"}, UtilFM{all, "UtilFM"};
     Control EZUSB{all, "EZUSB"};
     Control mnuUtilFW{all, "mnuUtilFW"}, mnuUtilFTDI{all, "mnuUtilFTDI"};
     Control mnuConfigureNetwork{all, "mnuConfigureNetwork"};
+
+    /// All of the window's controls together: see MainWindowLock. No face of its own in the form.
+    QList<Control *> whole;
+    Control Window{whole, "Main"};
 };
 
 /// Everything that the parts of the console share, under its own name. There is one, made by the
@@ -82,6 +89,7 @@ struct Session
 
     // Link
     qint16 LinkState = LinkStates::Closed;
+    qint32 LinkLosses = 0;             ///< counts connections ended, by the user or by a failure
     bool NetworkMode = false;          ///< TCP, not serial; fixed for the life of one connection
     QString RemoteHost;                ///< network name last chosen
     std::array<qint32, 7> BaudTable{}; ///< baud; the search uses the first four
@@ -117,6 +125,9 @@ struct Session
     bool ScriptBusy = false; ///< a long exchange owns the link: no probing, no polling
     bool ScriptDone = false;
     bool ScriptError = false;
+    qint32 DownloadSize = 0; ///< bytes of the script that is being downloaded
+    qint32 DownloadSent = 0; ///< of these, bytes sent
+    qint32 ScriptSteps = 0;  ///< step reports seen since the download began
     bool DescActive = false; ///< device-request replies go to the descriptor viewer
     bool FtdiActive = false; ///< device-request replies go to the FTDI utility
     bool FwBlockAck = false;
@@ -140,7 +151,8 @@ struct Session
     std::function<void(const QString &reason)> logFailed;
 
     MainControls Main;
-    LogFile log; ///< open while Logging
+    int mainWindowLocks = 0; ///< how many ask for a disabled main window
+    LogFile log;             ///< open while Logging
     Waits waits{TickCount};
 };
 

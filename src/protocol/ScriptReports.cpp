@@ -5,6 +5,7 @@
 #include "protocol/RecvDecode.h"
 #include "protocol/ReportText.h"
 #include "protocol/VornCommands.h"
+#include "protocol/VornScript.h"
 
 namespace vantrel {
 
@@ -76,6 +77,8 @@ void RecvDecode::scriptStep(quint16 index, const ByteReader &packet)
     Control &ScriptIdx = m_session.Main.ScriptIdx;
     if (ScriptIdx.text() != QLatin1String("Running")) {
         ScriptIdx.setText(numberText(index)); // a download: its progress
+        ++m_session.ScriptSteps;
+        showDownloadProgress(m_session);
         return;
     }
     showText(ReportText().text("*** Script Response -- Index: ").number(index));

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/Bench.h"
-#include "simulator/TcpEnd.h"
+#include "app/NetworkBench.h"
 #include "support/Hex.h"
 
 #include <QTcpServer>
@@ -9,36 +8,6 @@
 
 using namespace vantrel;
 using namespace vantrel::test;
-
-namespace {
-
-constexpr auto Loopback = "127.0.0.1";
-
-/// A bench with a tester on a real socket of this machine.
-struct NetworkBench : Bench
-{
-    explicit NetworkBench(const simulator::Settings &settings = simulator::Settings::vorn2())
-        : tester(simulator::makeDefaultTester(settings)), end(*tester)
-    {
-        if (!end.listen())
-            qFatal("no free port on loopback");
-        selectNetwork(QString::fromLatin1(Loopback), end.port());
-    }
-
-    bool connectConsole()
-    {
-        console.connectClicked();
-        if (!QTest::qWaitFor([this] { return console.link().isConnected(); }))
-            return false;
-        second();
-        return QTest::qWaitFor([this] { return session().LinkState >= LinkStates::Running; });
-    }
-
-    std::unique_ptr<simulator::Tester> tester;
-    simulator::TcpEnd end;
-};
-
-} // namespace
 
 class tst_network : public QObject
 {
@@ -201,7 +170,7 @@ void tst_network::refusedConnection()
         deadPort = server.serverPort();
     }
     Bench bench;
-    bench.selectNetwork(QString::fromLatin1(Loopback), deadPort);
+    bench.selectNetwork(QString::fromLatin1(NetworkBench::Loopback), deadPort);
     bench.console.connectClicked();
     QCOMPARE(bench.session().LinkState, LinkStates::Opened);
     QTRY_COMPARE(bench.dialogs.messages.size(), 1);

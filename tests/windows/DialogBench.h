@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "console/DialogBoxes.h"
+#include "windows/DialogBoxes.h"
 #include "windows/WindowBench.h"
 
 #include <QApplication>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/Binder.h"
+#include "windows/Binder.h"
 
 #include <QAction>
 #include <QCheckBox>

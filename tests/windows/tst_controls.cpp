@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/Binder.h"
 #include "console/frmNewIP.h"
 #include "support/ControlSets.h"
+#include "windows/Binder.h"
 #include "windows/WindowBench.h"
 
 #include <QComboBox>
@@ -89,6 +89,20 @@ constexpr auto Rows = std::to_array<Row>({
     {"Main", "Help", "QMenu", "&Help"},
     {"Main", "HelpAbout", "QAction", "&About"},
 
+    {"Main", "DownloadProgress", "QProgressBar", "", "Progress of the script download"},
+
+    {"FlashForm", "Frame1", "QGroupBox", ""},
+    {"FlashForm", "Label1", "QLabel", "Current Script Name"},
+    {"FlashForm", "ScriptName", "QLineEdit", ""},
+    {"FlashForm", "Label3", "QLabel", "Status"},
+    {"FlashForm", "Status", "QLineEdit", ""},
+    {"FlashForm", "Label2", "QLabel", "Script File"},
+    {"FlashForm", "filename", "QLineEdit", ""},
+    {"FlashForm", "ScriptEnable", "QPushButton", "Enable"},
+    {"FlashForm", "BtnProgram", "QPushButton", "Program"},
+    {"FlashForm", "File", "QMenu", "&File"},
+    {"FlashForm", "Burn", "QAction", "&Open"},
+
     {"frmNewIP", "Label1", "QLabel", "Enter the network name or IP address of the new tester"},
     {"frmNewIP", "tbName", "QLineEdit", ""},
     {"frmNewIP", "btOK", "QPushButton", "OK"},
@@ -96,7 +110,23 @@ constexpr auto Rows = std::to_array<Row>({
 });
 
 /// What only holds the controls together.
-constexpr std::array Structure{"centralwidget", "splitter", "menubar"};
+constexpr std::array Structure{"centralwidget", "splitter", "menubar", "content"};
+
+/// What bears the name in the window, not in other windows that belong to it.
+QList<QObject *> named(const QObject &window, const QString &name)
+{
+    QList<QObject *> found;
+    for (QObject *object : window.findChildren<QObject *>(name)) {
+        const QObject *owner = object;
+        while (owner != &window &&
+               !(owner->isWidgetType() && static_cast<const QWidget *>(owner)->isWindow() &&
+                 !qobject_cast<const QMenu *>(owner)))
+            owner = owner->parent();
+        if (owner == &window)
+            found.append(object);
+    }
+    return found;
+}
 
 /// The caption of any kind of control; null for those that have none.
 QString captionOf(const QObject &control)
@@ -146,8 +176,9 @@ private slots:
 private:
     QObject &window(const QString &name)
     {
-        return name == QLatin1String("Main") ? static_cast<QObject &>(m_bench.window)
-                                             : m_bench.find<frmNewIP>("frmNewIP");
+        return name == m_bench.window.objectName()
+                   ? static_cast<QObject &>(m_bench.window)
+                   : m_bench.find<QWidget>(name.toLatin1().constData());
     }
 
     WindowBench m_bench;
@@ -164,8 +195,8 @@ void TestControls::row()
 {
     QFETCH(int, index);
     const Row &row = Rows.at(static_cast<std::size_t>(index));
-    const QList<QObject *> found = window(QString::fromLatin1(row.window))
-                                       .findChildren<QObject *>(QString::fromLatin1(row.name));
+    const QList<QObject *> found =
+        named(window(QString::fromLatin1(row.window)), QString::fromLatin1(row.name));
     QCOMPARE(found.size(), 1);
     QVERIFY2(found[0]->inherits(row.kind), found[0]->metaObject()->className());
     QCOMPARE(captionOf(*found[0]), QString::fromLatin1(row.caption));
@@ -177,6 +208,7 @@ void TestControls::nothingElse_data()
 {
     QTest::addColumn<QString>("name");
     QTest::newRow("Main") << QStringLiteral("Main");
+    QTest::newRow("FlashForm") << QStringLiteral("FlashForm");
     QTest::newRow("frmNewIP") << QStringLiteral("frmNewIP");
 }
 
@@ -188,8 +220,8 @@ void TestControls::nothingElse()
         if (name == QLatin1String(row.window))
             listed.insert(QString::fromLatin1(row.name));
     }
-    if (name == QLatin1String("Main")) {
-        for (const char *structure : Structure)
+    for (const char *structure : Structure) {
+        if (!named(window(name), QString::fromLatin1(structure)).isEmpty())
             listed.insert(QString::fromLatin1(structure));
     }
 
@@ -200,7 +232,7 @@ void TestControls::nothingElse()
             present.insert(object.objectName());
     };
     for (const QWidget *widget : owner.findChildren<QWidget *>()) {
-        if (widget->window() == &owner || qobject_cast<const QMenu *>(widget))
+        if (named(owner, widget->objectName()).contains(widget))
             add(*widget);
     }
     for (const QAction *action : owner.findChildren<QAction *>()) {

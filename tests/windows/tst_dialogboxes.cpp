@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/DialogBoxes.h"
 #include "windows/DialogBench.h"
+#include "windows/DialogBoxes.h"
 
 #include <QMainWindow>
 #include <QMessageBox>

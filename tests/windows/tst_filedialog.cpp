@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/FileDialog.h"
 #include "windows/DialogBench.h"
+#include "windows/FileDialog.h"
 
 #include <QDialogButtonBox>
 #include <QLineEdit>

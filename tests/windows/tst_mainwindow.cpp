@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalSpy>
@@ -51,6 +52,8 @@ private slots:
     void logFrame();
     void descriptorViewerNeedsAutoMode();
     void itemsWithoutAWindowDoNothing();
+    void scriptButtons();
+    void downloadDisablesTheWindow();
     void fitsSmallScreens();
     void nothingMovesWithTheTexts();
     void readOnlyFieldsFollowThePalette();
@@ -265,13 +268,53 @@ void TestMainWindow::itemsWithoutAWindowDoNothing()
 {
     WindowBench bench;
     bench.run();
-    for (const char *item : {"UtilDR", "UtilFM", "EZUSB", "mnuUtilFW", "mnuUtilFTDI",
-                             "mnuConfigureNetwork", "HelpAbout"})
+    for (const char *item :
+         {"UtilDR", "EZUSB", "mnuUtilFW", "mnuUtilFTDI", "mnuConfigureNetwork", "HelpAbout"})
         bench.find<QAction>(item).trigger();
-    for (const char *button : {"ScriptLoad", "ScriptRun"})
-        bench.press(button);
     QCOMPARE(bench.sent(), QByteArray());
     QCOMPARE(bench.dialogs.messages.size() + bench.dialogs.choices.size(), 0);
+}
+
+void TestMainWindow::scriptButtons()
+{
+    WindowBench bench;
+    bench.run();
+    bench.press("ScriptLoad");
+    QCOMPARE(bench.dialogs.choices.size(), 1);
+    QVERIFY(!bench.widget("ScriptRun").isEnabled());
+
+    bench.main.ScriptRun.setEnabled(true);
+    bench.press("ScriptRun");
+    QCOMPARE(bench.sent(), QByteArray("1b530d1b45"));
+    QCOMPARE(bench.find<QPushButton>("ScriptRun").text(), QStringLiteral("Stop"));
+}
+
+void TestMainWindow::downloadDisablesTheWindow()
+{
+    WindowBench bench;
+    bench.run();
+    QVERIFY(!bench.widget("DownloadProgress").isVisible());
+    QFile script(bench.directory.filePath(QStringLiteral("test.vn")));
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write(QByteArray(600, 'x'));
+    script.close();
+    bench.dialogs.paths = {script.fileName()};
+    bench.press("ScriptLoad");
+
+    auto &bar = bench.find<QProgressBar>("DownloadProgress");
+    QVERIFY(bar.isVisible());
+    QCOMPARE(bar.maximum(), 600);
+    QCOMPARE(bar.value(), 512);
+    QCOMPARE(bar.text(), QStringLiteral("512 of 600 bytes sent, 0 steps stored"));
+    QVERIFY(!bench.widget("Connect").isEnabled());
+    QVERIFY(!bench.widget("menubar").isEnabled());
+    QTRY_COMPARE(bar.value(), 600);
+
+    bench.answer(QByteArray::fromHex("a0000021"));
+    QVERIFY(!bar.isVisible());
+    QVERIFY(bench.widget("Connect").isEnabled());
+    QVERIFY(bench.widget("menubar").isEnabled());
+    QVERIFY(bench.widget("ScriptRun").isEnabled());
 }
 
 void TestMainWindow::fitsSmallScreens()

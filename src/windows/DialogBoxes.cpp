@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/DialogBoxes.h"
+#include "windows/DialogBoxes.h"
 
-#include "console/FileDialog.h"
 #include "link/OneShot.h"
+#include "windows/FileDialog.h"
 
 #include <QApplication>
 #include <QMainWindow>

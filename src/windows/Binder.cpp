@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/Binder.h"
+#include "windows/Binder.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 
 #include <array>
 #include <cmath>
@@ -15,16 +16,20 @@ namespace vantrel {
 
 namespace {
 
-constexpr std::array AllAspects{Control::Aspect::Text,    Control::Aspect::ToolTip,
-                                Control::Aspect::Enabled, Control::Aspect::Visible,
-                                Control::Aspect::Checked, Control::Aspect::Colour,
-                                Control::Aspect::Items,   Control::Aspect::Index};
+constexpr std::array AllAspects{Control::Aspect::Text,     Control::Aspect::ToolTip,
+                                Control::Aspect::Enabled,  Control::Aspect::Visible,
+                                Control::Aspect::Checked,  Control::Aspect::Colour,
+                                Control::Aspect::Items,    Control::Aspect::Index,
+                                Control::Aspect::Progress, Control::Aspect::Locked};
 
-QObject *faceOf(const QWidget &window, const QString &name)
+/// The widget or action in the window; other windows that belong to it do not count.
+QObject *faceOf(QWidget &window, const QString &name)
 {
-    if (auto *widget = window.findChild<QWidget *>(name))
-        return widget;
-    return window.findChild<QAction *>(name);
+    for (QWidget *widget : window.findChildren<QWidget *>(name)) {
+        if (widget->window() == &window)
+            return widget;
+    }
+    return window.findChild<QAction *>(name, Qt::FindDirectChildrenOnly);
 }
 
 void set(QObject &face, const char *property, const QVariant &value)
@@ -38,6 +43,10 @@ void showText(QObject &face, const QString &text)
     if (auto *pane = qobject_cast<QPlainTextEdit *>(&face)) {
         pane->setPlainText(text);
         pane->moveCursor(QTextCursor::End);
+        return;
+    }
+    if (auto *bar = qobject_cast<QProgressBar *>(&face)) {
+        bar->setFormat(text);
         return;
     }
     set(face, "text", text);
@@ -130,7 +139,7 @@ Binder::Binder(const QList<Control *> &controls, QWidget &window) : m_window(win
     }
 }
 
-QStringList Binder::unbound(const QList<Control *> &controls, const QWidget &window)
+QStringList Binder::unbound(const QList<Control *> &controls, QWidget &window)
 {
     QStringList names;
     for (const Control *control : controls) {
@@ -182,6 +191,13 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
         break;
     case Control::Aspect::Index:
         set(face, "currentIndex", control.index());
+        break;
+    case Control::Aspect::Progress:
+        set(face, "maximum", control.progress().total);
+        set(face, "value", control.progress().done);
+        break;
+    case Control::Aspect::Locked:
+        set(face, "readOnly", control.isLocked());
         break;
     }
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/ElidedLabel.h"
+#include "windows/ElidedLabel.h"
 
 #include <QPainter>
 #include <QStyle>

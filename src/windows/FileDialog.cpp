@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "console/FileDialog.h"
+#include "windows/FileDialog.h"
 
 #include <QDir>
 #include <QMessageBox>

@@ -29,7 +29,7 @@ public:
     Binder(const QList<Control *> &controls, QWidget &window);
 
     /// Names among `controls` that nothing in the window bears.
-    static QStringList unbound(const QList<Control *> &controls, const QWidget &window);
+    static QStringList unbound(const QList<Control *> &controls, QWidget &window);
 
 private:
     void bind(Control &control, QObject &face);

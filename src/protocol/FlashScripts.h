@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Control.h"
+#include "link/MainWindowLock.h"
+
+#include <QCoroTask>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace vantrel {
+
+class Dialogs;
+class ErrorBoundary;
+class VornCommands;
+class VornScript;
+
+/// The controls of the window `FlashForm`, as values.
+struct FlashControls
+{
+    QList<Control *> all; // first: every control below adds itself
+
+    Control Label1{all, "Label1"};
+    Control ScriptName{all, "ScriptName"};
+    Control Status{all, "Status"};
+    Control filename{all, "filename"};
+    Control ScriptEnable{all, "ScriptEnable"};
+    Control BtnProgram{all, "BtnProgram"};
+    Control Burn{all, "Burn"};
+};
+
+/// What the window `FlashForm` does: shows the script in the tester's flash, enables and disables
+/// it, replaces it. Each handler runs inside the error boundary and returns at once. The main
+/// window is disabled while the window is open.
+class FlashScripts
+{
+public:
+    FlashScripts(Session &session, VornCommands &commands, VornScript &script, Dialogs &dialogs,
+                 ErrorBoundary &errors);
+
+    FlashControls &controls() { return m_controls; }
+
+    void opened();
+    void closed();
+
+    void scriptEnableClicked();
+    void burnClicked();
+    void programClicked();
+
+private:
+    QCoro::Task<> RefreshScriptInfo();
+    QCoro::Task<> changeState();
+    QCoro::Task<> burn();
+    QCoro::Task<> program();
+    QCoro::Task<> showFailure(QString text);
+    void showSlot();
+    void offerNaming();
+
+    Session &m_session;
+    VornCommands &m_commands;
+    VornScript &m_script;
+    Dialogs &m_dialogs;
+    ErrorBoundary &m_errors;
+    FlashControls m_controls;
+    std::optional<MainWindowLock> m_lock; // while the window is open
+};
+
+} // namespace vantrel

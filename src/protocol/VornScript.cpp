@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "protocol/VornScript.h"
+
+#include "link/MainWindowLock.h"
+#include "link/Utils.h"
+#include "link/VornComm.h"
+#include "protocol/ScriptFile.h"
+#include "protocol/VornCommands.h"
+
+namespace vantrel {
+
+namespace {
+
+constexpr qsizetype ChunkSize = 512; // bytes between two looks at what the tester reports
+constexpr qint32 EndTicks = 50;
+
+/// The progress bar, while a download runs.
+class ProgressShown
+{
+public:
+    ProgressShown(Session &session, qsizetype size) : m_session(session)
+    {
+        session.DownloadSize = static_cast<qint32>(size);
+        session.DownloadSent = 0;
+        session.ScriptSteps = 0;
+        session.Main.DownloadProgress.setVisible(true);
+        showDownloadProgress(session);
+    }
+    ~ProgressShown() { m_session.Main.DownloadProgress.setVisible(false); }
+    ProgressShown(const ProgressShown &) = delete;
+    ProgressShown &operator=(const ProgressShown &) = delete;
+
+private:
+    Session &m_session;
+};
+
+} // namespace
+
+void showDownloadProgress(Session &session)
+{
+    Control &bar = session.Main.DownloadProgress;
+    if (!bar.isVisible())
+        return;
+    bar.setProgress({session.DownloadSent, session.DownloadSize});
+    bar.setText(QStringLiteral("%1 of %2 bytes sent, %3 steps stored")
+                    .arg(session.DownloadSent)
+                    .arg(session.DownloadSize)
+                    .arg(session.ScriptSteps));
+}
+
+QCoro::Task<> VornScript::LoadVornScript(QString path)
+{
+    const MainWindowLock lock(m_session);
+    const QByteArray script = readScriptFile(path);
+    if (const auto oddity = oddityOfScript(script))
+        ShowStatusLine(m_session, QStringLiteral("Warning: ") + *oddity);
+
+    const ProgressShown progress(m_session, script.size());
+    const qint32 losses = m_session.LinkLosses;
+    m_session.ScriptBusy = true;
+    m_session.ScriptDone = false;
+    m_commands.SendAutoMode(false);
+    m_commands.SendScriptDownloadStart();
+    co_await sendScript(script, losses);
+    co_await awaitEnd(losses);
+
+    m_session.ScriptBusy = false;
+    if (m_session.ScriptError)
+        m_session.Main.ScriptIdx.setText(QStringLiteral("Load Error"));
+    if (m_session.Main.Automode.isChecked())
+        m_commands.SendAutoMode(true);
+}
+
+QCoro::Task<> VornScript::sendScript(QByteArray script, qint32 losses)
+{
+    for (qsizetype at = 0; at < script.size(); at += ChunkSize) {
+        const QByteArray chunk = script.mid(at, ChunkSize);
+        m_link.SendPacket(chunk);
+        m_session.DownloadSent += static_cast<qint32>(chunk.size());
+        showDownloadProgress(m_session);
+        if (chunk.size() < ChunkSize)
+            co_return;
+        const WaitEnd end = co_await m_session.waits.oneTurn();
+        const bool linkLost = m_session.LinkLosses != losses || !m_link.isConnected();
+        if (m_session.ScriptError || linkLost || end == WaitEnd::Closed)
+            co_return;
+    }
+}
+
+QCoro::Task<> VornScript::awaitEnd(qint32 losses)
+{
+    const auto ended = [this, losses] {
+        return m_session.ScriptDone || m_session.LinkLosses != losses;
+    };
+    co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    if (!m_session.ScriptDone) {
+        m_session.ScriptDone = true;
+        m_session.ScriptError = true;
+    }
+}
+
+} // namespace vantrel
