@@ -6,6 +6,7 @@
 #include "link/VornComm.h"
 #include "link/publicvars.h"
 #include "protocol/VornCommands.h"
+#include "protocol/VornScript.h"
 
 #include <array>
 
@@ -96,6 +97,7 @@ void Connection::DoDisconnect()
           &main.Vcc_AR, &main.UtilFM, &main.UtilDR, &main.UtilDV, &main.EZUSB,
           &main.mnuConfigureNetwork, &main.mnuUtilFTDI})
         control->setEnabled(false);
+    endUnreportedRun(m_session);
     m_session.waits.check();
 }
 

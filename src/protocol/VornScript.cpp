@@ -48,6 +48,16 @@ void showDownloadProgress(Session &session)
                     .arg(session.ScriptSteps));
 }
 
+void endUnreportedRun(Session &session)
+{
+    MainControls &main = session.Main;
+    if (main.ScriptRun.text() != QLatin1String("Stop"))
+        return;
+    main.ScriptRun.setText(QStringLiteral("Run"));
+    main.ScriptLoad.setEnabled(session.LinkState != LinkStates::Closed);
+    session.ScriptBusy = false;
+}
+
 QCoro::Task<> VornScript::LoadVornScript(QString path)
 {
     const MainWindowLock lock(m_session);
@@ -55,6 +65,7 @@ QCoro::Task<> VornScript::LoadVornScript(QString path)
     if (const auto oddity = oddityOfScript(script))
         ShowStatusLine(m_session, QStringLiteral("Warning: ") + *oddity);
 
+    endUnreportedRun(m_session); // a download ends whatever runs
     const ProgressShown progress(m_session, script.size());
     const qint32 losses = m_session.LinkLosses;
     m_session.ScriptBusy = true;

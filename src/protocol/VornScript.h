@@ -37,6 +37,10 @@ private:
     VornCommands &m_commands;
 };
 
+/// A run under way is over and nobody will report its end: the script controls are idle again, and
+/// the link is free. Nothing when no script runs.
+void endUnreportedRun(Session &session);
+
 /// Brings the progress bar of a download up to date; nothing while none runs.
 void showDownloadProgress(Session &session);
 

@@ -124,7 +124,8 @@ private slots:
     void suspendsAndResumes();
     void powerCycles();
     void stopsInTheMiddle();
-    void oneMebibyte();
+    void arrivesWhole_data();
+    void arrivesWhole();
     void refused();
 };
 
@@ -246,12 +247,19 @@ void tst_examplescripts::stopsInTheMiddle()
     }
 }
 
-void tst_examplescripts::oneMebibyte()
+void tst_examplescripts::arrivesWhole_data()
 {
-    constexpr qsizetype Size = 1024 * 1024;
+    QTest::addColumn<qsizetype>("size");
+    for (const qsizetype size : {511, 512, 1024, 1025, 1024 * 1024})
+        QTest::addRow("%lld", static_cast<long long>(size)) << size;
+}
+
+void tst_examplescripts::arrivesWhole()
+{
+    QFETCH(qsizetype, size);
     QList<QByteArray> bodies;
-    const QByteArray script = bigScript(Size, bodies);
-    QCOMPARE(script.size(), Size);
+    const QByteArray script = bigScript(size, bodies);
+    QCOMPARE(script.size(), size);
     QVERIFY(!oddityOfScript(script));
 
     ScriptBench bench(withTwoMegabytes());

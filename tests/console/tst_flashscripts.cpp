@@ -62,6 +62,7 @@ private slots:
     void mainWindowStaysDisabled();
     void closedWhileWaiting();
     void twoWaitsAtOnce();
+    void downloadEndsARun();
 };
 
 void tst_flashscripts::opening()
@@ -348,6 +349,20 @@ void tst_flashscripts::twoWaitsAtOnce()
     QVERIFY(bench.dialogs.messages.isEmpty());
     bench.tick();
     QCOMPARE(bench.dialogs.messages.size(), 1); // the earlier one at its own time
+}
+
+void tst_flashscripts::downloadEndsARun()
+{
+    FlashBench bench;
+    bench.console.scriptRunClicked();
+    QVERIFY(!bench.main.ScriptLoad.isEnabled());
+    bench.open("b1 00 41"_hex);
+    bench.download();
+    QCOMPARE(bench.main.ScriptRun.text(), QStringLiteral("Run"));
+    QVERIFY(bench.session.ScriptBusy); // of the download
+    bench.answer("a0 00 00 21"_hex);
+    QVERIFY(!bench.session.ScriptBusy);
+    QVERIFY(bench.main.ScriptLoad.isEnabled());
 }
 
 QTEST_GUILESS_MAIN(tst_flashscripts)

@@ -84,6 +84,7 @@ private slots:
     void linkLost();
     void programClosing();
     void runStopRun();
+    void linkLostDuringRun();
 };
 
 void tst_scripts::dialog()
@@ -376,6 +377,22 @@ void tst_scripts::runStopRun()
     bench.console.scriptRunClicked();
     QCOMPARE(bench.serial->takeWritten(), "1b53 0d 1b45"_hex);
     QCOMPARE(bench.main.ScriptRun.text(), QStringLiteral("Stop"));
+}
+
+void tst_scripts::linkLostDuringRun()
+{
+    ScriptBench bench(true);
+    bench.console.scriptRunClicked();
+    QVERIFY(bench.session.ScriptBusy);
+    bench.tcp->fail(QStringLiteral("gone"));
+    QVERIFY(!bench.session.ScriptBusy);
+    QCOMPARE(bench.main.ScriptRun.text(), QStringLiteral("Run"));
+    QVERIFY(!bench.main.ScriptRun.isEnabled());
+    QVERIFY(!bench.main.ScriptLoad.isEnabled());
+
+    bench.run(true); // probes and polls as ever
+    QCOMPARE(bench.session.LinkState, LinkStates::Running);
+    QVERIFY(bench.main.ScriptLoad.isEnabled());
 }
 
 QTEST_GUILESS_MAIN(tst_scripts)
