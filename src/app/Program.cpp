@@ -12,8 +12,8 @@
 
 namespace vantrel {
 
-Program::Program(const Options &options)
-    : m_options(options),
+Program::Program(Options options)
+    : m_options(std::move(options)),
       m_console(m_dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
       m_main(m_console)
 {
@@ -61,7 +61,7 @@ QString Program::namesFile() const
             QCoreApplication::applicationDirPath(),
             QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
     }
-    const QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
+    QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
     QFile::remove(path);
     return path;
 }

@@ -19,7 +19,7 @@ namespace vantrel {
 class Program
 {
 public:
-    explicit Program(const Options &options);
+    explicit Program(Options options);
 
     /// Shows the window and does what the options ask for. Nothing, or why the program cannot run.
     std::optional<QString> start();

@@ -47,8 +47,8 @@ void strike(QWidget &widget, int key, const QString &text = {})
 
 } // namespace
 
-Stage::Stage(Console &console, QWidget &mainWindow, const QString &directory)
-    : m_console(console), m_main(mainWindow), m_directory(directory)
+Stage::Stage(Console &console, QWidget &mainWindow, QString directory)
+    : m_console(console), m_main(mainWindow), m_directory(std::move(directory))
 {
     tellPanes();
 }
@@ -176,7 +176,7 @@ QCoro::Task<> Stage::expectText(QString name, QString text)
 {
     const auto shows = [this, name, text] {
         const QWidget *widget = locate(name);
-        return widget && widget->property("text").toString() == text;
+        return widget != nullptr && widget->property("text").toString() == text;
     };
     co_await expect(QStringLiteral("%1 shows \"%2\"").arg(name, text), shows);
 }
@@ -193,13 +193,13 @@ QCoro::Task<> Stage::expectBox(QString title, QString text, QString picture)
 {
     co_await expectDialog(QStringLiteral("MessageBox"));
     auto *const box = qobject_cast<QMessageBox *>(dialog(QStringLiteral("MessageBox")));
-    if (!box || box->windowTitle() != title || box->text() != text)
+    if (box == nullptr || box->windowTitle() != title || box->text() != text)
         throw TourFailure(QStringLiteral("expected the box \"%1\": \"%2\"").arg(title, text));
     print(QStringLiteral("    box      | %1: %2").arg(title, text));
     if (!picture.isEmpty())
         this->picture(picture, box);
     box->button(QMessageBox::Ok)->click();
-    const auto closed = [this] { return !dialog(QStringLiteral("MessageBox")); };
+    const auto closed = [this] { return dialog(QStringLiteral("MessageBox")) == nullptr; };
     co_await expect(QStringLiteral("the box has closed"), closed);
 }
 

@@ -31,7 +31,7 @@ class Stage
 {
 public:
     /// Pictures go to `directory`, which must exist.
-    Stage(Console &console, QWidget &mainWindow, const QString &directory);
+    Stage(Console &console, QWidget &mainWindow, QString directory);
 
     /// Announces a step. Lines that are expected from now on must be new ones.
     void say(const QString &title);

@@ -43,10 +43,11 @@ QCoro::Task<> ScriptControls::scriptLoadClicked()
 QCoro::Task<> ScriptControls::load(QString path)
 {
     m_session.Main.ScriptName.setText(QFileInfo(path).fileName());
-    if (path.isEmpty())
+    if (path.isEmpty()) {
         m_session.ScriptError = true;
-    else
+    } else {
         co_await m_script.LoadVornScript(path);
+    }
 }
 
 void ScriptControls::scriptRunClicked()

@@ -33,6 +33,8 @@ bool meansDeviceLost(QSerialPort::SerialPortError error)
 SerialTransport::SerialTransport()
 {
     connect(&m_port, &QSerialPort::readyRead, this, &Transport::bytesArrived);
+    connect(this, &SerialTransport::deviceLost, this, &SerialTransport::closeLost,
+            Qt::QueuedConnection);
     connect(&m_port, &QSerialPort::errorOccurred, this, &SerialTransport::onError);
 }
 
@@ -85,13 +87,13 @@ void SerialTransport::onError(QSerialPort::SerialPortError error)
     if (!meansDeviceLost(error) || !m_port.isOpen())
         return;
     // The port is in the middle of its own notification; it can be closed once that has returned.
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            if (m_port.error() != QSerialPort::NoError)
-                m_port.close();
-        },
-        Qt::QueuedConnection);
+    emit deviceLost();
+}
+
+void SerialTransport::closeLost()
+{
+    if (m_port.error() != QSerialPort::NoError)
+        m_port.close();
 }
 
 } // namespace vantrel

@@ -23,8 +23,13 @@ public:
     void write(const QByteArray &bytes) override;
     qint64 read(char *buffer, qint64 capacity) override;
 
+signals:
+    /// Its own: reaches the port once the port's notification has returned.
+    void deviceLost();
+
 private:
     void onError(QSerialPort::SerialPortError error);
+    void closeLost();
 
     QSerialPort m_port;
 };

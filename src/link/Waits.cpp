@@ -2,7 +2,6 @@
 #include "link/Waits.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace vantrel {
 
@@ -27,6 +26,15 @@ void Waits::Wait::await_suspend(std::coroutine_handle<> waiter)
     m_waits.m_pending.push_back(&m_pending);
 }
 
+Waits::Waits(const qint32 &tickCount) : m_tickCount(tickCount)
+{
+    m_turnTimer.setSingleShot(true);
+    m_turnTimer.callOnTimeout([this] {
+        ++m_turns;
+        check();
+    });
+}
+
 Waits::Wait Waits::until(std::function<bool()> flag, qint32 deadline)
 {
     return {*this, std::move(flag), deadline};
@@ -34,16 +42,8 @@ Waits::Wait Waits::until(std::function<bool()> flag, qint32 deadline)
 
 Waits::Wait Waits::oneTurn()
 {
-    // The flag is set from the event loop, behind everything that is waiting there already.
-    const auto turned = std::make_shared<bool>(false);
-    QMetaObject::invokeMethod(
-        &m_loop,
-        [this, turned] {
-            *turned = true;
-            check();
-        },
-        Qt::QueuedConnection);
-    return {*this, [turned] { return *turned; }, Never};
+    m_turnTimer.start(); // without delay: fires behind what is waiting already
+    return {*this, [this, asked = m_turns] { return m_turns != asked; }, Never};
 }
 
 bool Waits::hasEnded(Pending &pending) const

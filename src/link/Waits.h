@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QCoroTask>
-#include <QObject>
+#include <QTimer>
 
 #include <functional>
 #include <vector>
@@ -47,7 +47,7 @@ public:
     };
 
     /// `tickCount` is the session's counter; it must outlive this object.
-    explicit Waits(const qint32 &tickCount) : m_tickCount(tickCount) {}
+    explicit Waits(const qint32 &tickCount);
     Waits(const Waits &) = delete;
     Waits &operator=(const Waits &) = delete;
     ~Waits() { closeAll(); }
@@ -69,7 +69,8 @@ public:
 private:
     bool hasEnded(Pending &pending) const;
 
-    QObject m_loop; // where turns of the event loop are asked for
+    QTimer m_turnTimer;
+    quint64 m_turns = 0; // of the event loop, of those that were asked for
     const qint32 &m_tickCount;
     std::vector<Pending *> m_pending; // each lives in its waiting coroutine's frame
     bool m_closed = false;

@@ -89,14 +89,14 @@ struct Session
 
     // Link
     qint16 LinkState = LinkStates::Closed;
-    qint32 LinkLosses = 0;             ///< counts connections ended, by the user or by a failure
     bool NetworkMode = false;          ///< TCP, not serial; fixed for the life of one connection
     QString RemoteHost;                ///< network name last chosen
     std::array<qint32, 7> BaudTable{}; ///< baud; the search uses the first four
+    qint32 LinkLosses = 0;             ///< counts connections ended, by the user or by a failure
     qint16 BaudIndex = 0;
+    qint16 RxState = 0; ///< de-framer state
     QByteArray EscChar, PacketStart, PacketEnd, EscPair;
     QByteArray TxPacket;     ///< last framed command
-    qint16 RxState = 0;      ///< de-framer state
     QByteArray RxPacket;     ///< body being received; kept until the next packet starts
     bool StatusSeen = false; ///< a version or port-status answer arrived since the last poll
 
@@ -122,12 +122,12 @@ struct Session
     qint32 LogBytes = 0; ///< header and body, without the footer
 
     // Exchanges
-    bool ScriptBusy = false; ///< a long exchange owns the link: no probing, no polling
+    qint32 DownloadSize = -1; ///< bytes of the script that is being downloaded; -1 while none is
+    qint32 DownloadSent = 0;  ///< of these, bytes sent
+    qint32 ScriptSteps = 0;   ///< step reports seen since the download began
+    bool ScriptBusy = false;  ///< a long exchange owns the link: no probing, no polling
     bool ScriptDone = false;
     bool ScriptError = false;
-    qint32 DownloadSize = 0; ///< bytes of the script that is being downloaded
-    qint32 DownloadSent = 0; ///< of these, bytes sent
-    qint32 ScriptSteps = 0;  ///< step reports seen since the download began
     bool DescActive = false; ///< device-request replies go to the descriptor viewer
     bool FtdiActive = false; ///< device-request replies go to the FTDI utility
     bool FwBlockAck = false;
@@ -135,6 +135,7 @@ struct Session
     QByteArray ConfigReadData;
     qint16 FlashStatus = 0;    ///< 0 none yet, 1 success, else failure
     qint16 FlashSlotState = 0; ///< 0 disabled, 1 enabled, 255 undefined
+    int mainWindowLocks = 0;   ///< how many ask for a disabled main window
     QString FlashScriptName;
     bool DataTimeStamps = false; ///< data reports carry a time stamp; nothing sets it yet
     qint16 MaxPacketCode = 0;    ///< 0 = 8, 1 = 16, 2 = 32, 3 = 64 bytes
@@ -151,8 +152,7 @@ struct Session
     std::function<void(const QString &reason)> logFailed;
 
     MainControls Main;
-    int mainWindowLocks = 0; ///< how many ask for a disabled main window
-    LogFile log;             ///< open while Logging
+    LogFile log; ///< open while Logging
     Waits waits{TickCount};
 };
 

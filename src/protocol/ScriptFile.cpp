@@ -44,6 +44,13 @@ private:
         return static_cast<quint8>(m_script[m_at++]);
     }
 
+    std::optional<QString> emptyPacket() const
+    {
+        if (!m_body.isEmpty())
+            return std::nullopt;
+        return oddityAt(QStringLiteral("an empty packet"), m_packetStart);
+    }
+
     std::optional<QString> packet()
     {
         m_packetStart = m_at;
@@ -57,9 +64,7 @@ private:
             }
             const auto escaped = next();
             if (escaped == wire::End)
-                return m_body.isEmpty() ? std::optional(oddityAt(QStringLiteral("an empty packet"),
-                                                                 m_packetStart))
-                                        : std::nullopt;
+                return emptyPacket();
             if (escaped != wire::Esc)
                 return oddityAt(QStringLiteral("a stray ESC in a packet"),
                                 m_at - (escaped ? 2 : 1));

@@ -26,7 +26,11 @@ public:
         session.Main.DownloadProgress.setVisible(true);
         showDownloadProgress(session);
     }
-    ~ProgressShown() { m_session.Main.DownloadProgress.setVisible(false); }
+    ~ProgressShown()
+    {
+        m_session.DownloadSize = -1;
+        m_session.Main.DownloadProgress.setVisible(false);
+    }
     ProgressShown(const ProgressShown &) = delete;
     ProgressShown &operator=(const ProgressShown &) = delete;
 
@@ -38,9 +42,9 @@ private:
 
 void showDownloadProgress(Session &session)
 {
-    Control &bar = session.Main.DownloadProgress;
-    if (!bar.isVisible())
+    if (session.DownloadSize < 0)
         return;
+    Control &bar = session.Main.DownloadProgress;
     bar.setProgress({session.DownloadSent, session.DownloadSize});
     bar.setText(QStringLiteral("%1 of %2 bytes sent, %3 steps stored")
                     .arg(session.DownloadSent)

@@ -61,13 +61,16 @@ void TestStartup::enabledOnesBecomeDisabled()
     setAllEnabled(bench.session, true);
     bench.console.load(bench.namesFile);
     for (const QString &name : controlsWith(bench.session, true))
-        QVERIFY2(
-            namesOf({"Comm1",      "Comm2",     "Comm3",    "Comm4",     "CommE",       "cbNWName",
-                     "Connect",    "conxsts",   "power",    "vornstate", "ClrResp",     "CurrWin",
-                     "ScriptName", "ScriptIdx", "LogFrame", "LogInfo",   "LogSizeInfo", "CmdWin",
-                     "RespWin",    "FileNew",   "FileClose"})
-                .contains(name),
-            qPrintable(name));
+        QVERIFY2(namesOf({"Comm1",      "Comm2",       "Comm3",
+                          "Comm4",      "CommE",       "cbNWName",
+                          "Connect",    "conxsts",     "power",
+                          "vornstate",  "ClrResp",     "CurrWin",
+                          "ScriptName", "ScriptIdx",   "LogFrame",
+                          "LogInfo",    "LogSizeInfo", "DownloadProgress",
+                          "CmdWin",     "RespWin",     "FileNew",
+                          "FileClose"})
+                     .contains(name),
+                 qPrintable(name));
 }
 
 void TestStartup::connectionSettings()

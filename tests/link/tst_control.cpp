@@ -61,14 +61,15 @@ void TestControl::registersItself()
 void TestControl::mainControls()
 {
     const char *const names[] = {
-        "Comm1",       "Comm2",    "Comm3",      "Comm4",       "CommE",
-        "cbNWName",    "Connect",  "conxsts",    "power",       "vornstate",
-        "cbHSInhibit", "Automode", "USBReset",   "USBResume",   "Suspend",
-        "ClrResp",     "VoltWin",  "VoltSet",    "VoltEnable",  "VoltDisable",
-        "Vcc_AR",      "CurrWin",  "ScriptLoad", "ScriptName",  "ScriptIdx",
-        "ScriptRun",   "LogFrame", "LogInfo",    "LogSizeInfo", "CmdWin",
-        "RespWin",     "FileNew",  "FileClose",  "UtilDR",      "UtilDV",
-        "UtilFM",      "EZUSB",    "mnuUtilFW",  "mnuUtilFTDI", "mnuConfigureNetwork"};
+        "Comm1",           "Comm2",    "Comm3",      "Comm4",       "CommE",
+        "cbNWName",        "Connect",  "conxsts",    "power",       "vornstate",
+        "cbHSInhibit",     "Automode", "USBReset",   "USBResume",   "Suspend",
+        "ClrResp",         "VoltWin",  "VoltSet",    "VoltEnable",  "VoltDisable",
+        "Vcc_AR",          "CurrWin",  "ScriptLoad", "ScriptName",  "ScriptIdx",
+        "ScriptRun",       "LogFrame", "LogInfo",    "LogSizeInfo", "CmdWin",
+        "RespWin",         "FileNew",  "FileClose",  "UtilDR",      "UtilDV",
+        "UtilFM",          "EZUSB",    "mnuUtilFW",  "mnuUtilFTDI", "mnuConfigureNetwork",
+        "DownloadProgress"};
     QSet<QString> expected;
     for (const char *name : names)
         expected.insert(QString::fromLatin1(name));
