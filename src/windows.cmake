@@ -2,7 +2,9 @@ add_library(vantrel_windows STATIC
   windows/Binder.cpp
   windows/DialogBoxes.cpp
   windows/ElidedLabel.cpp
+  windows/FieldFocus.cpp
   windows/FileDialog.cpp
+  windows/ToolWindow.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
   console/Main.cpp

@@ -114,6 +114,10 @@ QCoro::Task<> Connection::automodeClicked()
 
 QCoro::Task<> Connection::socketError(QString description)
 {
+    if (m_session.RestartExpected) {
+        m_link.CloseLink();
+        co_return;
+    }
     ++m_session.LinkLosses; // what waits for an answer need not wait for the box to be read
     m_session.waits.check();
     const Message error{QStringLiteral("Network Error Detected: ") + description,

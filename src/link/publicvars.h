@@ -141,6 +141,12 @@ struct Session
     qint16 MaxPacketCode = 0;    ///< 0 = 8, 1 = 16, 2 = 32, 3 = 64 bytes
     bool FullSpeedMode = false;
 
+    /// Words of devices and files are unsigned numbers: see deviceWord().
+    bool UnsignedWords = false;
+    /// The tester is about to restart: a connection that it drops is no failure, and nobody is
+    /// told.
+    bool RestartExpected = false;
+
     // Where replies go while DescActive or FtdiActive is set. The whole payload, code byte first;
     // valid during the call only. Empty while no such window exists.
     std::function<void(QByteArrayView payload)> descdecode;

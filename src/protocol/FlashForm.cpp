@@ -5,12 +5,10 @@
 #include "ui_FlashForm.h"
 #include "windows/Binder.h"
 
-#include <QKeyEvent>
-
 namespace vantrel {
 
 FlashForm::FlashForm(FlashScripts &flash, QWidget *parent)
-    : QMainWindow(parent, Qt::Dialog), m_flash(flash), m_ui(std::make_unique<Ui::FlashForm>())
+    : ToolWindow(parent), m_flash(flash), m_ui(std::make_unique<Ui::FlashForm>())
 {
     m_ui->setupUi(this);
     m_binder = std::make_unique<Binder>(flash.controls().all, *this);
@@ -22,29 +20,14 @@ FlashForm::FlashForm(FlashScripts &flash, QWidget *parent)
 
 FlashForm::~FlashForm() = default;
 
-void FlashForm::present()
+void FlashForm::opened()
 {
-    if (isVisible()) {
-        raise();
-        activateWindow();
-        return;
-    }
-    show();
     m_flash.opened();
 }
 
-void FlashForm::closeEvent(QCloseEvent *event)
+void FlashForm::closed()
 {
     m_flash.closed();
-    QMainWindow::closeEvent(event);
-}
-
-void FlashForm::keyPressEvent(QKeyEvent *event)
-{
-    if (event->key() == Qt::Key_Escape)
-        close();
-    else
-        QMainWindow::keyPressEvent(event);
 }
 
 } // namespace vantrel

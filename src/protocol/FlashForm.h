@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QMainWindow>
+#include "windows/ToolWindow.h"
 
 #include <memory>
 
@@ -15,7 +15,7 @@ class FlashForm;
 }
 
 /// The window for the script in the tester's flash. Made once; show() opens it.
-class FlashForm : public QMainWindow
+class FlashForm : public ToolWindow
 {
     Q_OBJECT
 
@@ -23,12 +23,9 @@ public:
     FlashForm(FlashScripts &flash, QWidget *parent);
     ~FlashForm() override;
 
-    /// Opens the window, or brings it to the front when it is open.
-    void present();
-
 protected:
-    void closeEvent(QCloseEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
+    void opened() override;
+    void closed() override;
 
 private:
     FlashScripts &m_flash;

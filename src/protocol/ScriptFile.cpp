@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/ScriptFile.h"
 
-#include "link/RuntimeError.h"
 #include "link/Wire.h"
-
-#include <QFile>
 
 namespace vantrel {
 
@@ -80,17 +77,6 @@ private:
 };
 
 } // namespace
-
-QByteArray readScriptFile(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw RuntimeError::file(file.errorString(), path);
-    QByteArray script = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        throw RuntimeError::file(file.errorString(), path);
-    return script;
-}
 
 std::optional<QString> oddityOfScript(QByteArrayView script)
 {

@@ -6,11 +6,11 @@
 #include "link/Utils.h"
 #include "link/VornComm.h"
 #include "link/Wire.h"
+#include "link/Words.h"
 #include "link/publicvars.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace vantrel {
 
@@ -20,14 +20,6 @@ namespace {
 
 constexpr qint32 AnswerTicks = 20;
 constexpr int HighestConfigValue = 3;
-
-template <typename Field>
-Field checked(int value)
-{
-    if (value < 0 || value > std::numeric_limits<Field>::max())
-        throw RuntimeError::overflow();
-    return static_cast<Field>(value);
-}
 
 quint8 flag(bool on)
 {

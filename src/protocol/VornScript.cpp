@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/VornScript.h"
 
+#include "link/Files.h"
 #include "link/MainWindowLock.h"
 #include "link/Utils.h"
 #include "link/VornComm.h"
@@ -65,7 +66,7 @@ void endUnreportedRun(Session &session)
 QCoro::Task<> VornScript::LoadVornScript(QString path)
 {
     const MainWindowLock lock(m_session);
-    const QByteArray script = readScriptFile(path);
+    const QByteArray script = readWholeFile(path);
     if (const auto oddity = oddityOfScript(script))
         ShowStatusLine(m_session, QStringLiteral("Warning: ") + *oddity);
 

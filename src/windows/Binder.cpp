@@ -22,9 +22,11 @@ constexpr std::array AllAspects{Control::Aspect::Text,     Control::Aspect::Tool
                                 Control::Aspect::Items,    Control::Aspect::Index,
                                 Control::Aspect::Progress, Control::Aspect::Locked};
 
-/// The widget or action in the window; other windows that belong to it do not count.
+/// The window itself, or the widget or action in it; other windows that belong to it do not count.
 QObject *faceOf(QWidget &window, const QString &name)
 {
+    if (window.objectName() == name)
+        return &window;
     for (QWidget *widget : window.findChildren<QWidget *>(name)) {
         if (widget->window() == &window)
             return widget;
@@ -38,6 +40,13 @@ void set(QObject &face, const char *property, const QVariant &value)
     face.setProperty(property, value);
 }
 
+/// What a window shows as its text is its title.
+const char *textProperty(const QObject &face)
+{
+    const auto *widget = qobject_cast<const QWidget *>(&face);
+    return widget != nullptr && widget->isWindow() ? "windowTitle" : "text";
+}
+
 void showText(QObject &face, const QString &text)
 {
     if (auto *pane = qobject_cast<QPlainTextEdit *>(&face)) {
@@ -49,7 +58,7 @@ void showText(QObject &face, const QString &text)
         bar->setFormat(text);
         return;
     }
-    set(face, "text", text);
+    set(face, textProperty(face), text);
     auto *field = qobject_cast<QLineEdit *>(&face);
     if (field && field->isReadOnly())
         field->home(false); // a long name shows its beginning
@@ -107,7 +116,7 @@ void loadFromForm(Control &control, const QObject &face)
 {
     const Control::Aspects owned = control.ownedAspects();
     if (!owned.testFlag(Control::Aspect::Text))
-        control.adoptText(face.property("text").toString());
+        control.adoptText(face.property(textProperty(face)).toString());
     if (!owned.testFlag(Control::Aspect::ToolTip))
         control.adoptToolTip(face.property("toolTip").toString());
     if (!owned.testFlag(Control::Aspect::Checked))

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/NetworkBench.h"
+#include "link/Files.h"
 #include "protocol/ScriptFile.h"
 #include "support/Hex.h"
 
@@ -223,7 +224,7 @@ void tst_examplescripts::powerCycles()
 void tst_examplescripts::stopsInTheMiddle()
 {
     // So long that it cannot have ended by itself, however slow the machine.
-    QByteArray round = readScriptFile(example("data-loop"));
+    QByteArray round = readWholeFile(example("data-loop"));
     QVERIFY(round.endsWith(EndPacket));
     round.chop(EndPacket.size());
 

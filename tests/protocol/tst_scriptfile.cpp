@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "link/RuntimeError.h"
 #include "protocol/ScriptFile.h"
 #include "support/Hex.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace vantrel;
@@ -17,8 +14,6 @@ class tst_scriptfile : public QObject
 private slots:
     void oddities_data();
     void oddities();
-    void read();
-    void missing();
 };
 
 void tst_scriptfile::oddities_data()
@@ -66,30 +61,6 @@ void tst_scriptfile::oddities()
     QFETCH(QByteArray, script);
     QFETCH(QString, oddity);
     QCOMPARE(oddityOfScript(script).value_or(QString()), oddity);
-}
-
-void tst_scriptfile::read()
-{
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("raw.vn"));
-    const QByteArray bytes = "00 0d 0a 1a 1b ff 00"_hex;
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
-    file.close();
-    QCOMPARE(readScriptFile(path), bytes);
-}
-
-void tst_scriptfile::missing()
-{
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("gone.vn"));
-    try {
-        readScriptFile(path);
-        QFAIL("it was read");
-    } catch (const RuntimeError &error) {
-        QCOMPARE(error.shortName(), QStringLiteral("No such file or directory: ") + path);
-    }
 }
 
 QTEST_GUILESS_MAIN(tst_scriptfile)

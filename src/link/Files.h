@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+
+namespace vantrel {
+
+/// The whole file. A file that cannot be read throws RuntimeError, which names it and the reason.
+QByteArray readWholeFile(const QString &path);
+
+/// Writes the bytes at the start of the file, which is made if there is none. A longer file keeps
+/// what follows them. A failure, a full disk among them, throws RuntimeError.
+void writeAtStart(const QString &path, QByteArrayView bytes);
+
+} // namespace vantrel

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QMainWindow>
+
+namespace vantrel {
+
+/// A window beside the main one. Made once; present() opens it, Escape closes it.
+class ToolWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit ToolWindow(QWidget *parent);
+
+    /// Opens the window, or brings it to the front when it is open.
+    void present();
+
+protected:
+    /// The window has come up.
+    virtual void opened() {}
+    /// The window is about to go.
+    virtual void closed() {}
+    /// The window has become the active one.
+    virtual void activated() {}
+
+    void changeEvent(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+};
+
+} // namespace vantrel

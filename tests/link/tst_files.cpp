@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/Files.h"
+#include "link/Words.h"
+#include "support/Hex.h"
+#include "support/Thrown.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace vantrel;
+using namespace vantrel::test;
+
+class TestFiles : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void writesAndReadsBytesAsTheyAre();
+    void longerFileKeepsItsTail();
+    void missingFileIsNamed();
+    void missingDirectoryIsNamed();
+    void fullDiskIsTold();
+    void words_data();
+    void words();
+    void fieldsThatDoNotFit();
+
+private:
+    QTemporaryDir m_directory;
+    QString path(const char *name) const { return m_directory.filePath(QLatin1String(name)); }
+};
+
+void TestFiles::writesAndReadsBytesAsTheyAre()
+{
+    const QByteArray bytes = "00 0d 0a 1a 1b ff 00"_hex;
+    writeAtStart(path("raw"), bytes);
+    QCOMPARE(readWholeFile(path("raw")), bytes);
+}
+
+void TestFiles::longerFileKeepsItsTail()
+{
+    writeAtStart(path("tail"), "0102030405"_hex);
+    writeAtStart(path("tail"), "aabb"_hex);
+    QCOMPARE(readWholeFile(path("tail")), "aabb030405"_hex);
+}
+
+void TestFiles::missingFileIsNamed()
+{
+    QCOMPARE(thrownBy([&] { readWholeFile(path("gone")); }),
+             QStringLiteral("No such file or directory: ") + path("gone"));
+}
+
+void TestFiles::missingDirectoryIsNamed()
+{
+    QCOMPARE(thrownBy([&] { writeAtStart(path("no/where"), "00"_hex); }),
+             QStringLiteral("No such file or directory: ") + path("no/where"));
+}
+
+void TestFiles::fullDiskIsTold()
+{
+    QCOMPARE(thrownBy([] { writeAtStart(QStringLiteral("/dev/full"), "00"_hex); }),
+             QStringLiteral("No space left on device: /dev/full"));
+}
+
+void TestFiles::words_data()
+{
+    QTest::addColumn<quint8>("low");
+    QTest::addColumn<quint8>("high");
+    QTest::addColumn<int>("word");
+    QTest::addColumn<bool>("onlyUnsigned");
+
+    QTest::newRow("low byte first") << quint8{0x34} << quint8{0x12} << 0x1234 << false;
+    QTest::newRow("largest signed") << quint8{0xFF} << quint8{0x7F} << 0x7FFF << false;
+    QTest::newRow("first beyond") << quint8{0x00} << quint8{0x80} << 0x8000 << true;
+    QTest::newRow("largest") << quint8{0xFF} << quint8{0xFF} << 0xFFFF << true;
+}
+
+void TestFiles::words()
+{
+    QFETCH(quint8, low);
+    QFETCH(quint8, high);
+    QFETCH(int, word);
+    QFETCH(bool, onlyUnsigned);
+
+    Session session;
+    if (onlyUnsigned)
+        QCOMPARE(thrownBy([&] { deviceWord(session, low, high); }), QStringLiteral("Overflow"));
+    else
+        QCOMPARE(int{deviceWord(session, low, high)}, word);
+    session.UnsignedWords = true;
+    QCOMPARE(int{deviceWord(session, low, high)}, word);
+}
+
+void TestFiles::fieldsThatDoNotFit()
+{
+    QCOMPARE(checked<quint8>(255), quint8{255});
+    QCOMPARE(checked<quint16>(65535), quint16{65535});
+    QCOMPARE(thrownBy([] { checked<quint8>(256); }), QStringLiteral("Overflow"));
+    QCOMPARE(thrownBy([] { checked<quint8>(-1); }), QStringLiteral("Overflow"));
+    QCOMPARE(thrownBy([] { checked<quint16>(65536); }), QStringLiteral("Overflow"));
+}
+
+QTEST_GUILESS_MAIN(TestFiles)
+#include "tst_files.moc"

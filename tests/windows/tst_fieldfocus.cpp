@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "windows/FieldFocus.h"
+#include "windows/ToolWindow.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStringList>
+#include <QTest>
+#include <QVBoxLayout>
+
+using namespace vantrel;
+
+namespace {
+
+/// A tool window with two fields and a button that tells what happens to it.
+class Window : public ToolWindow
+{
+public:
+    explicit Window(QWidget *parent) : ToolWindow(parent)
+    {
+        auto *content = new QWidget;
+        auto *rows = new QVBoxLayout(content);
+        for (QWidget *each : std::initializer_list<QWidget *>{first, second, button})
+            rows->addWidget(each);
+        setCentralWidget(content);
+        for (QLineEdit *field : {first, second}) {
+            const QString name =
+                field == first ? QStringLiteral("first") : QStringLiteral("second");
+            focus.onEntered(*field,
+                            [this, name] { events.append(name + QLatin1String(" entered")); });
+            focus.onLeft(*field, [this, name] { events.append(name + QLatin1String(" left")); });
+        }
+    }
+
+    QStringList take() { return std::exchange(events, {}); }
+
+    QLineEdit *first = new QLineEdit;
+    QLineEdit *second = new QLineEdit;
+    QPushButton *button = new QPushButton;
+    FieldFocus focus{*this};
+    QStringList events;
+
+protected:
+    void opened() override { events.append(QStringLiteral("opened")); }
+    void closed() override { events.append(QStringLiteral("closed")); }
+    void activated() override { events.append(QStringLiteral("activated")); }
+};
+
+struct Bench
+{
+    Bench()
+    {
+        parent.show();
+        window.first->setFocus();
+        window.present();
+        if (!QTest::qWaitForWindowActive(&window))
+            qFatal("the window does not become active");
+    }
+
+    QWidget parent;
+    Window &window = *new Window(&parent);
+};
+
+} // namespace
+
+class TestFieldFocus : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void openingAndClosing();
+    void escapeCloses();
+    void goingFromFieldToField();
+    void enterLeavesAndStays();
+    void commitLeavesTheFieldOfTheUser();
+    void anotherWindowLeavesNothing();
+};
+
+void TestFieldFocus::openingAndClosing()
+{
+    Bench bench;
+    QCOMPARE(bench.window.take(),
+             QStringList({QStringLiteral("opened"), QStringLiteral("activated")}));
+    bench.window.present(); // it is open already
+    QCOMPARE(bench.window.take(), QStringList());
+    bench.window.close();
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("closed")));
+    bench.window.present();
+    QVERIFY(QTest::qWaitForWindowActive(&bench.window));
+    QCOMPARE(bench.window.take(),
+             QStringList({QStringLiteral("opened"), QStringLiteral("activated")}));
+}
+
+void TestFieldFocus::escapeCloses()
+{
+    Bench bench;
+    bench.window.take();
+    QTest::keyClick(bench.window.first, Qt::Key_Escape);
+    QVERIFY(!bench.window.isVisible());
+    QVERIFY(bench.window.events.contains(QStringLiteral("closed")));
+}
+
+void TestFieldFocus::goingFromFieldToField()
+{
+    Bench bench;
+    bench.window.take();
+    QTest::keyClick(bench.window.first, Qt::Key_Tab);
+    QCOMPARE(bench.window.take(),
+             QStringList({QStringLiteral("first left"), QStringLiteral("second entered")}));
+    QTest::keyClick(bench.window.second, Qt::Key_Tab);
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("second left")));
+    QTest::mouseClick(bench.window.first, Qt::LeftButton);
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first entered")));
+    bench.window.first->setEnabled(false);
+    QCOMPARE(bench.window.take(),
+             QStringList({QStringLiteral("first left"), QStringLiteral("second entered")}));
+}
+
+void TestFieldFocus::enterLeavesAndStays()
+{
+    Bench bench;
+    bench.window.take();
+    QTest::keyClick(bench.window.first, Qt::Key_Return);
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    QVERIFY(bench.window.first->hasFocus());
+}
+
+void TestFieldFocus::commitLeavesTheFieldOfTheUser()
+{
+    Bench bench;
+    bench.window.take();
+    bench.window.focus.commit();
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    bench.window.button->setFocus();
+    bench.window.take();
+    bench.window.focus.commit();
+    QCOMPARE(bench.window.take(), QStringList());
+}
+
+void TestFieldFocus::anotherWindowLeavesNothing()
+{
+    Bench bench;
+    bench.window.take();
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    bench.window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&bench.window));
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("activated")));
+}
+
+QTEST_MAIN(TestFieldFocus)
+#include "tst_fieldfocus.moc"
