@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/BoundedText.h"
 
+#include "link/Bytes.h"
+
 #include <algorithm>
 
 namespace vantrel {
 
 void BoundedText::append(std::string_view text)
 {
-    m_tail.append(text.data(), static_cast<qsizetype>(text.size()));
+    appendRun(m_tail, text.data(), static_cast<qsizetype>(text.size()));
     m_cut = m_cut || m_tail.size() > Limit;
     if (m_tail.size() > 2 * Limit)
         m_tail = m_tail.last(Limit);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/Bytes.h"
 #include "link/Wire.h"
 
 #include <QByteArray>
@@ -18,14 +19,6 @@ constexpr qint16 InBody = 2;     ///< inside a body
 constexpr qint16 EscInBody = 3;  ///< ESC seen inside a body
 constexpr qint16 Complete = 4;   ///< a packet is complete and being handed over
 } // namespace RxStates
-
-/// Appends a run of body bytes: QByteArray::append() costs more than the copy of a short run.
-inline void appendRun(QByteArray &body, const char *from, qsizetype length)
-{
-    const qsizetype size = body.size();
-    body.resize(size + length);
-    std::memcpy(body.data() + size, from, static_cast<size_t>(length));
-}
 
 /// Cuts a byte stream into packets. `state` and `body` carry what is unfinished from call to call;
 /// onPacket() is called with each complete body in `body`, which stays there until the next packet

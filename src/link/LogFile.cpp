@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/LogFile.h"
 
+#include "link/Bytes.h"
+
 namespace vantrel {
 
 namespace {
@@ -18,7 +20,7 @@ std::optional<QString> LogFile::open(const QString &path)
 
 bool LogFile::write(std::string_view bytes)
 {
-    m_gathered.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    appendRun(m_gathered, bytes.data(), static_cast<qsizetype>(bytes.size()));
     return m_gathered.size() < PieceSize || flush();
 }
 

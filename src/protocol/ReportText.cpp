@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace vantrel {
 
@@ -61,8 +62,10 @@ ReportText &ReportText::dump(QByteArrayView bytes)
         const qsizetype start = m_text.size();
         m_text.resize(start + line.size() * DumpCell);
         char *cell = m_text.data() + start;
-        for (const char byte : line)
-            cell = std::ranges::copy(HexCells[static_cast<quint8>(byte)], cell).out;
+        for (const char byte : line) {
+            std::memcpy(cell, HexCells[static_cast<quint8>(byte)].data(), DumpCell);
+            cell += DumpCell;
+        }
         if (line.size() == DumpWidth)
             text(DumpBreak);
         bytes = bytes.sliced(line.size());

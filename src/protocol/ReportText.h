@@ -28,7 +28,7 @@ public:
 
     ReportText &text(std::string_view literal)
     {
-        m_text.append(literal.data(), static_cast<qsizetype>(literal.size()));
+        appendRun(m_text, literal.data(), static_cast<qsizetype>(literal.size()));
         return *this;
     }
     /// Two upper-case digits.
