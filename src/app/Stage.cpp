@@ -181,12 +181,46 @@ QCoro::Task<> Stage::expectText(QString name, QString text)
     co_await expect(QStringLiteral("%1 shows \"%2\"").arg(name, text), shows);
 }
 
-QCoro::Task<> Stage::expectLine(QString pane, QString line)
+QCoro::Task<> Stage::expectLine(QString pane, QString line, int ticks)
 {
     const auto holds = [this, pane, line] {
         return linesOf(pane).indexOf(line, m_oldLines.value(pane)) >= 0;
     };
-    co_await expect(QStringLiteral("%1 has got \"%2\"").arg(pane, line), holds);
+    co_await expect(QStringLiteral("%1 has got \"%2\"").arg(pane, line), holds, ticks);
+}
+
+QCoro::Task<> Stage::expectReport(QString pane, QString line)
+{
+    const auto holds = [this, pane, line] {
+        const auto *const edit = qobject_cast<QPlainTextEdit *>(locate(pane));
+        return edit != nullptr && edit->toPlainText().split(QLatin1Char('\n')).contains(line);
+    };
+    co_await expect(QStringLiteral("%1 holds \"%2\"").arg(pane, line), holds);
+}
+
+QCoro::Task<> Stage::expectEnabled(QString name, int ticks)
+{
+    const auto enabled = [this, name] {
+        const QWidget *widget = locate(name);
+        return widget != nullptr && widget->isEnabled();
+    };
+    co_await expect(QStringLiteral("%1 can be used").arg(name), enabled, ticks);
+}
+
+void Stage::closeWindow(const QString &name)
+{
+    QWidget *window = dialog(name);
+    if (!window)
+        throw TourFailure(QStringLiteral("%1 is not open").arg(name));
+    strike(*window, Qt::Key_Escape);
+    if (window->isVisible())
+        throw TourFailure(QStringLiteral("%1 does not close").arg(name));
+}
+
+QCoro::Task<> Stage::expectClosed(QString name, int ticks)
+{
+    const auto closed = [this, name] { return dialog(name) == nullptr; };
+    co_await expect(QStringLiteral("%1 has closed").arg(name), closed, ticks);
 }
 
 QCoro::Task<> Stage::expectBox(QString title, QString text, QString picture)

@@ -51,7 +51,15 @@ public:
     QCoro::Task<> expectText(QString name, QString text);
     /// Waits until a line has been added to the command pane or to the response pane since the step
     /// was announced.
-    QCoro::Task<> expectLine(QString pane, QString line);
+    QCoro::Task<> expectLine(QString pane, QString line, int ticks = 50);
+    /// Waits until the pane of an open tool window holds the line.
+    QCoro::Task<> expectReport(QString pane, QString line);
+    /// Waits until a control can be used.
+    QCoro::Task<> expectEnabled(QString name, int ticks = 50);
+    /// Closes a tool window as the user would, by Escape.
+    void closeWindow(const QString &name);
+    /// Waits until a tool window has closed.
+    QCoro::Task<> expectClosed(QString name, int ticks = 50);
     /// Waits for a message box, checks title and text, takes its picture if `picture` is not empty,
     /// and presses OK.
     QCoro::Task<> expectBox(QString title, QString text, QString picture = {});

@@ -88,6 +88,7 @@ constexpr auto Rows = std::to_array<Row>({
     {"Main", "mnuConfigureNetwork", "QAction", "&Network"},
     {"Main", "Help", "QMenu", "&Help"},
     {"Main", "HelpAbout", "QAction", "&About"},
+    {"Main", "HelpTopics", "QAction", "&Topics"},
 
     {"Main", "DownloadProgress", "QProgressBar", "", "Progress of the script download"},
 
@@ -266,7 +267,7 @@ void TestControls::menuOrder()
     QCOMPARE(items("Utilities"),
              list({"UtilDR", "UtilDV", "UtilFM", "EZUSB", "mnuUtilFW", "mnuUtilFTDI"}));
     QCOMPARE(items("mnuConfigure"), list({"mnuConfigureNetwork"}));
-    QCOMPARE(items("Help"), list({"HelpAbout"}));
+    QCOMPARE(items("Help"), list({"HelpAbout", "HelpTopics"}));
 }
 
 void TestControls::titles()

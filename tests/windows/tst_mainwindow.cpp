@@ -94,7 +94,7 @@ void TestMainWindow::startUp()
                                            "cbHSInhibit",
                                            "mnuConfigureNetwork",
                                            "FileClose"}));
-    for (const char *item : {"Exit", "HelpAbout"})
+    for (const char *item : {"Exit", "HelpAbout", "HelpTopics"})
         QVERIFY2(bench.find<QAction>(item).isEnabled(), item);
     QVERIFY(bench.find<QRadioButton>("Comm1").isChecked());
     QVERIFY(bench.widget("LogFrame").isHidden());
@@ -268,8 +268,8 @@ void TestMainWindow::itemsWithoutAWindowDoNothing()
 {
     WindowBench bench;
     bench.run();
-    for (const char *item :
-         {"UtilDR", "EZUSB", "mnuUtilFW", "mnuUtilFTDI", "mnuConfigureNetwork", "HelpAbout"})
+    for (const char *item : {"UtilDR", "EZUSB", "mnuUtilFW", "mnuUtilFTDI", "mnuConfigureNetwork",
+                             "HelpAbout", "HelpTopics"})
         bench.find<QAction>(item).trigger();
     QCOMPARE(bench.sent(), QByteArray());
     QCOMPARE(bench.dialogs.messages.size() + bench.dialogs.choices.size(), 0);
