@@ -9,14 +9,7 @@
 
 namespace vantrel::simulator {
 
-/// Status byte of a device request. Those other than Ok are also the codes of device errors.
-namespace RequestStatus {
-constexpr quint8 Ok = 0x00;
-constexpr quint8 Stall = wire::StatusStall;
-constexpr quint8 NoAnswer = 0x80;
-constexpr quint8 ShortPacket = 0x86;
-constexpr quint8 TransmitFail = 0x89;
-} // namespace RequestStatus
+namespace RequestStatus = wire::DeviceStatus;
 
 /// bRequest of the standard requests.
 namespace StandardRequest {
