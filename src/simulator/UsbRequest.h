@@ -64,8 +64,12 @@ struct DeviceAnswer
 {
     quint8 status = RequestStatus::Ok;
     QByteArray data = {}; ///< data stage of a device-to-host request
+    bool ended = true;    ///< false: status and data say nothing
 
     static DeviceAnswer stall() { return {RequestStatus::Stall}; }
+    /// The device says NAK for ever. The tester waits with it: the command is never answered, and a
+    /// script goes no further than this step. Other commands are carried out meanwhile.
+    static DeviceAnswer never() { return {RequestStatus::Ok, {}, false}; }
 };
 
 } // namespace vantrel::simulator
