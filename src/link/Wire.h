@@ -84,6 +84,22 @@ constexpr quint8 PowerOn = 0x04;
 constexpr quint8 Suspended = 0x08;
 } // namespace PortStatus
 
+/// How a device request ended; all but Ok are the codes of device error reports as well.
+namespace DeviceStatus {
+constexpr quint8 Ok = 0x00;
+constexpr quint8 Stall = 0x0E;
+constexpr quint8 NoAnswer = 0x80;
+constexpr quint8 DataCrc = 0x81;
+constexpr quint8 DataToggle = 0x82;
+constexpr quint8 Sync = 0x83;
+constexpr quint8 Babble = 0x84;
+constexpr quint8 PacketId = 0x85;
+constexpr quint8 ShortPacket = 0x86;
+constexpr quint8 Configuration = 0x87;
+constexpr quint8 Scheduling = 0x88;
+constexpr quint8 TransmitFail = 0x89;
+} // namespace DeviceStatus
+
 /// Kind byte of the version reply.
 namespace VersionKind {
 constexpr quint8 Vorn1Revision = 0;
@@ -100,8 +116,5 @@ constexpr float VoltageHighest = 5.5F;
 
 constexpr int FirmwareBlockLimit = 4096; ///< bytes
 constexpr int FlashNameLength = 8;
-
-/// Status of a device request that the device refused.
-constexpr quint8 StatusStall = 0x0E;
 
 } // namespace vantrel::wire

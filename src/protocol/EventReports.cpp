@@ -10,6 +10,8 @@
 
 namespace vantrel {
 
+namespace DeviceStatus = wire::DeviceStatus;
+
 namespace {
 
 constexpr std::array ConnectFields{
@@ -38,17 +40,17 @@ struct DeviceErrorText
 };
 
 constexpr std::array DeviceErrors{
-    DeviceErrorText{0x0E, "STALL"},
-    DeviceErrorText{0x80, "IGNORE"},
-    DeviceErrorText{0x81, "Data CRC Error"},
-    DeviceErrorText{0x82, "Data Toggle Error"},
-    DeviceErrorText{0x83, "Sync Error"},
-    DeviceErrorText{0x84, "Babble"},
-    DeviceErrorText{0x85, "PID Error"},
-    DeviceErrorText{0x86, "Short Packet Error"},
-    DeviceErrorText{0x87, "Configuration Error"},
-    DeviceErrorText{0x88, "Scheduling Error"},
-    DeviceErrorText{0x89, "Transmit Fail"},
+    DeviceErrorText{DeviceStatus::Stall, "STALL"},
+    DeviceErrorText{DeviceStatus::NoAnswer, "IGNORE"},
+    DeviceErrorText{DeviceStatus::DataCrc, "Data CRC Error"},
+    DeviceErrorText{DeviceStatus::DataToggle, "Data Toggle Error"},
+    DeviceErrorText{DeviceStatus::Sync, "Sync Error"},
+    DeviceErrorText{DeviceStatus::Babble, "Babble"},
+    DeviceErrorText{DeviceStatus::PacketId, "PID Error"},
+    DeviceErrorText{DeviceStatus::ShortPacket, "Short Packet Error"},
+    DeviceErrorText{DeviceStatus::Configuration, "Configuration Error"},
+    DeviceErrorText{DeviceStatus::Scheduling, "Scheduling Error"},
+    DeviceErrorText{DeviceStatus::TransmitFail, "Transmit Fail"},
 };
 
 std::string_view deviceErrorText(quint8 code)

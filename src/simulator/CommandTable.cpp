@@ -43,6 +43,8 @@ Reply deviceRequest(TesterState &state, const ByteReader &command)
     const SetupPacket setup = SetupPacket::read(command, 3);
     const DeviceAnswer answer =
         state.port.request(byteAt(command, 2), setup, command.from(3 + SetupPacket::Size));
+    if (!answer.ended)
+        return QByteArray();
     return reply(command, ByteWriter{answer.status}.bytes(answer.data).take());
 }
 

@@ -53,6 +53,12 @@ struct DeviceDescriptors
     QMap<quint8, QString> strings;    ///< by string index, from 1
 };
 
+/// Descriptors typed as hexadecimal digits; blanks do not count.
+inline QByteArray hexBytes(const char *digits)
+{
+    return QByteArray::fromHex(digits);
+}
+
 /// The byte at a position, 0 when the descriptor ends before it.
 inline quint8 descriptorField(QByteArrayView descriptor, qsizetype position)
 {

@@ -186,8 +186,7 @@ QString OperatorCommands::helpText() const
     for (const FaultEntry &fault : faultTable())
         lines.append(row(fault.name + QLatin1Char(' ') + fault.values, fault.help));
     lines.append(QStringLiteral("Devices:"));
-    for (const BuiltInDevice &device : builtInDevices())
-        lines.append(row(device.name, device.description));
+    lines += describeBuiltInDevices();
     return lines.join(QLatin1Char('\n'));
 }
 

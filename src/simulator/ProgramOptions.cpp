@@ -31,14 +31,6 @@ struct Given
     std::string ptyLink;
 };
 
-std::string builtInNames()
-{
-    QStringList names;
-    for (const BuiltInDevice &device : builtInDevices())
-        names.append(device.name);
-    return names.join(QLatin1Char(',')).toStdString();
-}
-
 std::optional<Firmware> parseFirmware(const QString &value)
 {
     const QStringList parts = value.split(QLatin1Char('.'));
@@ -47,18 +39,6 @@ std::optional<Firmware> parseFirmware(const QString &value)
     if (parts.size() != 2 || !major || !minor)
         return std::nullopt;
     return Firmware{static_cast<quint8>(*major), static_cast<quint8>(*minor)};
-}
-
-std::optional<QStringList> parseDevices(const QString &value)
-{
-    if (value == QLatin1String("none"))
-        return QStringList();
-    const QStringList names = value.split(QLatin1Char(','));
-    for (const QString &name : names) {
-        if (!findBuiltInDevice(name))
-            return std::nullopt;
-    }
-    return names;
 }
 
 /// An option whose value `take` accepts, or refuses by returning false.
@@ -96,9 +76,10 @@ void declareTester(CLI::App &app, Given &given, ProgramOptions &options)
     app.add_option("--ram", given.ramK, "RAM in KiB (default 32 or 64, by model)")
         ->check(CLI::Range(0, 32767));
     app.add_flag("--bootstrap", given.bootstrap, "wait for a firmware image (model 2)");
-    addText(app, "--devices", "NAME,...",
-            "built-in devices attached at the start, or none (default " + builtInNames() + ")",
-            into(options.devices, &parseDevices));
+    const std::string usual = options.devices.join(QLatin1Char(',')).toStdString();
+    addText(app, "--devices", "NAME,...|all|none",
+            "devices of the list below attached at the start (default " + usual + ")",
+            into(options.devices, &readDeviceList));
 }
 
 CLI::Option *declareEnds(CLI::App &app, Given &given, ProgramOptions &options)
@@ -145,8 +126,7 @@ Settings settingsOf(const Given &given)
 
 std::optional<int> parseProgramOptions(int argc, char **argv, ProgramOptions &options)
 {
-    for (const BuiltInDevice &device : builtInDevices())
-        options.devices.append(device.name);
+    options.devices = devicesAtStart();
 
     Given given;
     CLI::App app("A simulated Vorn tester. Type help while it runs.", "vantrel-simulator");
@@ -154,6 +134,8 @@ std::optional<int> parseProgramOptions(int argc, char **argv, ProgramOptions &op
     declareTester(app, given, options);
     const CLI::Option *pty = declareEnds(app, given, options);
     declareFaults(app, options);
+    app.footer("Devices:\n  " +
+               describeBuiltInDevices().join(QStringLiteral("\n  ")).toStdString());
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

@@ -46,12 +46,15 @@ void ScriptRun::step()
         stop();
         return;
     }
-    // The console may answer from inside the report, and so end this run or begin another.
     const QByteArray command = m_script.steps()[m_next];
+    const QByteArray inner = innerResponse(command);
+    if (inner.isEmpty())
+        return; // the device never ends the request: only a stop ends the run
+    // The console may answer from inside the report, and so end this run or begin another.
     const auto index = static_cast<quint16>(m_next++);
     takeTime();
     ByteWriter report{wire::Report::Script};
-    m_report(report.word(index).bytes(innerResponse(command)).take());
+    m_report(report.word(index).bytes(inner).take());
 }
 
 QByteArray ScriptRun::innerResponse(const QByteArray &command) const
@@ -64,6 +67,8 @@ QByteArray ScriptRun::innerResponse(const QByteArray &command) const
     const auto reply = m_carryOut(command);
     if (!reply)
         return ByteWriter{wire::Report::CommandError}.take();
+    if (reply->isEmpty() && reader.at(1) == wire::Command::DeviceRequest)
+        return {};
     const auto code = static_cast<quint8>(reader.at(1).value_or(0) | wire::ReplyFlag);
     return reply->isEmpty() ? ByteWriter{code}.take() : *reply;
 }

@@ -280,9 +280,19 @@ void Tester::reportStopBlockTransfer()
 std::unique_ptr<Tester> makeDefaultTester(const Settings &settings)
 {
     auto tester = std::make_unique<Tester>(settings);
-    for (const BuiltInDevice &device : builtInDevices())
-        tester->attach(device.make(), device.address);
+    attachBuiltInDevices(*tester, devicesAtStart());
     return tester;
+}
+
+bool attachBuiltInDevices(Tester &tester, const QStringList &names)
+{
+    bool all = true;
+    for (const QString &name : names) {
+        const BuiltInDevice *device = findBuiltInDevice(name);
+        if (device == nullptr || !tester.attach(device->make(), device->address))
+            all = false;
+    }
+    return all;
 }
 
 } // namespace vantrel::simulator

@@ -11,6 +11,7 @@
 #include <QByteArrayView>
 #include <QList>
 #include <QObject>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -121,7 +122,11 @@ private:
     bool m_recording = true;
 };
 
-/// A tester with every built-in device attached: the keyboard at 0x02, the phone at 0x03.
+/// A tester with the usual built-in devices attached: the keyboard at 0x02, the phone at 0x03.
 std::unique_ptr<Tester> makeDefaultTester(const Settings &settings);
+
+/// Attaches built-in devices, each at its usual address. False when one of them is unknown or its
+/// address is taken; the others are attached all the same.
+bool attachBuiltInDevices(Tester &tester, const QStringList &names);
 
 } // namespace vantrel::simulator

@@ -9,14 +9,7 @@
 
 namespace vantrel::simulator {
 
-/// Status byte of a device request. Those other than Ok are also the codes of device errors.
-namespace RequestStatus {
-constexpr quint8 Ok = 0x00;
-constexpr quint8 Stall = wire::StatusStall;
-constexpr quint8 NoAnswer = 0x80;
-constexpr quint8 ShortPacket = 0x86;
-constexpr quint8 TransmitFail = 0x89;
-} // namespace RequestStatus
+namespace RequestStatus = wire::DeviceStatus;
 
 /// bRequest of the standard requests.
 namespace StandardRequest {
@@ -71,8 +64,12 @@ struct DeviceAnswer
 {
     quint8 status = RequestStatus::Ok;
     QByteArray data = {}; ///< data stage of a device-to-host request
+    bool ended = true;    ///< false: status and data say nothing
 
     static DeviceAnswer stall() { return {RequestStatus::Stall}; }
+    /// The device says NAK for ever. The tester waits with it: the command is never answered, and a
+    /// script goes no further than this step. Other commands are carried out meanwhile.
+    static DeviceAnswer never() { return {RequestStatus::Ok, {}, false}; }
 };
 
 } // namespace vantrel::simulator

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/BuiltInDevices.h"
 #include "simulator/LineInput.h"
 #include "simulator/OperatorCommands.h"
 #include "simulator/ProgramOptions.h"
@@ -7,7 +6,6 @@
 #include "simulator/StopSignals.h"
 #include "simulator/TcpEnd.h"
 #include "simulator/Tester.h"
-#include "simulator/VirtualDevice.h"
 
 #include <QCoreApplication>
 
@@ -31,10 +29,7 @@ std::unique_ptr<Tester> makeTester(const ProgramOptions &options)
     auto tester = std::make_unique<Tester>(options.settings);
     tester->setRecording(false);
     tester->faults() = options.faults;
-    for (const QString &name : options.devices) {
-        const BuiltInDevice *device = findBuiltInDevice(name);
-        tester->attach(device->make(), device->address);
-    }
+    attachBuiltInDevices(*tester, options.devices);
     return tester;
 }
 

@@ -77,6 +77,10 @@ void tst_operatorcommands::bus()
     QCOMPARE(commands.run(QStringLiteral("attach phone")), QStringLiteral("the address is taken"));
     QCOMPARE(commands.run(QStringLiteral("attach phone 7")), QString());
     QCOMPARE(talk.take(), packet("90 00 07 00 ce0f 6601"_hex));
+    QCOMPARE(commands.run(QStringLiteral("attach many-strings")), QString());
+    QCOMPARE(talk.take(), packet("90 00 2a 00 0d1d 2a00"_hex));
+    QCOMPARE(commands.run(QStringLiteral("detach 42")), QString());
+    QCOMPARE(talk.take(), packet("90 01 2a"_hex));
     QCOMPARE(commands.run(QStringLiteral("attach toaster")), QStringLiteral("no such device"));
     commands.run(QStringLiteral("overload"));
     QCOMPARE(talk.take(), packet("90 01 02"_hex) + packet("90 01 03"_hex) + packet("90 01 07"_hex));
@@ -238,6 +242,8 @@ void tst_operatorcommands::help()
         QVERIFY(text.contains(fault.name + QLatin1Char(' ') + fault.values));
     for (const char *name : {"attach", "detach", "data", "error", "trigger", "message", "keyboard"})
         QVERIFY2(text.contains(QLatin1String(name)), name);
+    for (const QString &line : text.split(QLatin1Char('\n')))
+        QVERIFY2(line.size() <= 100, qPrintable(line));
 }
 
 void tst_operatorcommands::numbers()

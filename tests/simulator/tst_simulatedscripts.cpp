@@ -30,6 +30,7 @@ private slots:
     void silenceDuringARun();
     void refusalDuringARun();
     void deviceStatusDuringARun();
+    void silentDeviceHoldsTheRun();
 };
 
 void tst_simulatedscripts::run()
@@ -276,6 +277,21 @@ void tst_simulatedscripts::deviceStatusDuringARun()
     QCOMPARE(talk.after(5), packet("a0 0000 81 0e"_hex));
     talk.faults().deviceStatus.reset();
     QCOMPARE(talk.after(5), packet("a0 0001 81 00 1201100100000008"_hex));
+}
+
+void tst_simulatedscripts::silentDeviceHoldsTheRun()
+{
+    ScriptTalk talk;
+    QVERIFY(attachBuiltInDevices(talk.tester(), {QStringLiteral("silent")}));
+    talk.download({"0b"_hex, "01 2c 80 06 0001 0000 1200"_hex, "0b"_hex});
+    talk.ask("0d"_hex);
+    QCOMPARE(talk.after(5), packet("a0 0000 8b 44"_hex));
+    QCOMPARE(talk.after(100'000), QByteArray());
+    QCOMPARE(talk.ask("0b"_hex), packet("8b 44"_hex)); // commands are answered meanwhile
+    const QByteArray stopped = talk.ask("07 00 01"_hex);
+    QVERIFY2(stopped.startsWith(packet("87"_hex) + packet("a0 0001 a1 0001"_hex)),
+             stopped.toHex(' ').constData());
+    QCOMPARE(talk.after(100'000), QByteArray());
 }
 
 QTEST_GUILESS_MAIN(tst_simulatedscripts)

@@ -96,6 +96,7 @@ private slots:
     void options();
     void badOptions_data();
     void badOptions();
+    void listsItsDevices();
     void typedCommands();
     void verbose();
     void serialDevice();
@@ -120,6 +121,9 @@ void tst_simulatorprogram::options_data()
     row("--bootstrap", "02 01"_hex, "95"_hex);
     row("--devices none", "0b"_hex, "8b 04"_hex);
     row("--devices keyboard", "0b"_hex, "8b 05"_hex);
+    row("--devices mouse,disk", "01 05 80 06 0001 0000 1200"_hex,
+        "81 00 12 01 0002 00 00 00 40 0d2e 4000 0101 01 02 03 02"_hex);
+    row("--devices all", "01 2e 80 06 0001 0000 0400"_hex, "81 00 12011001"_hex);
     row("--devices 3,keyboard", "0b"_hex, "8b 44"_hex);
     row("--refusal 0x0b", "0b"_hex, "95"_hex);
     row("--status 0x81", "01 02 80 00 0000 0000 0200"_hex, "81 81"_hex);
@@ -139,9 +143,10 @@ void tst_simulatorprogram::options()
 void tst_simulatorprogram::badOptions_data()
 {
     QTest::addColumn<QString>("arguments");
-    for (const char *arguments : {"--model 3", "--firmware 3", "--firmware 3.256", "--ram 32768",
-                                  "--devices toaster", "--port 65536", "--baud 12345 --pty",
-                                  "--noise zz", "--silence 256", "--delay never", "--unheard-of"})
+    for (const char *arguments :
+         {"--model 3", "--firmware 3", "--firmware 3.256", "--ram 32768", "--devices toaster",
+          "--devices phone,all", "--port 65536", "--baud 12345 --pty", "--noise zz",
+          "--silence 256", "--delay never", "--unheard-of"})
         QTest::newRow(arguments) << QString::fromLatin1(arguments);
 }
 
@@ -150,6 +155,15 @@ void tst_simulatorprogram::badOptions()
     QFETCH(QString, arguments);
     Program program(arguments.split(QLatin1Char(' ')));
     QVERIFY(program.exitCode() > 0);
+}
+
+void tst_simulatorprogram::listsItsDevices()
+{
+    Program program(words("--help"));
+    QVERIFY(program.says(QStringLiteral("(default keyboard,phone)")));
+    QVERIFY(program.says(QStringLiteral(
+        "  disk              0x05           high-speed disk: two configurations, ")));
+    QCOMPARE(program.exitCode(), 0);
 }
 
 void tst_simulatorprogram::typedCommands()

@@ -1,34 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/BuiltInDevices.h"
-#include "simulator/VirtualDevice.h"
-#include "support/Hex.h"
+#include "simulator/DeviceTalk.h"
 
 #include <QTest>
-
-#include <memory>
 
 using namespace vantrel;
 using namespace vantrel::test;
 using namespace vantrel::simulator;
 
 namespace {
-
-std::unique_ptr<VirtualDevice> builtIn(const QByteArray &name)
-{
-    return findBuiltInDevice(QString::fromLatin1(name))->make();
-}
-
-SetupPacket setup(const QByteArray &bytes)
-{
-    return SetupPacket::read(ByteReader(bytes), 1);
-}
-
-/// Status byte, then the data, as they would stand in a reply.
-QByteArray ask(VirtualDevice &device, const QByteArray &request, const QByteArray &data = {})
-{
-    const DeviceAnswer answer = device.request(setup(request), data);
-    return ByteWriter{answer.status}.bytes(answer.data).take();
-}
 
 /// One interface with an alternate setting that has an endpoint more.
 DeviceDescriptors withAlternate()
@@ -184,7 +163,9 @@ void tst_virtualdevice::strings_data()
                              << "00 1803 480061006e00640073006500740020003600300030 00"_hex;
     QTest::newRow("string 1") << "8006 0103 0904 ff00"_hex
                               << "0e"_hex;
-    QTest::newRow("string 5") << "8006 0503 0904 ff00"_hex
+    QTest::newRow("interface") << "8006 0503 0904 ff00"_hex
+                               << "00 1a03 480061006e0064007300650074002000440061007400 6100"_hex;
+    QTest::newRow("string 6") << "8006 0603 0904 ff00"_hex
                               << "0e"_hex;
     QTest::newRow("in German") << "8006 0303 0704 ff00"_hex
                                << "0e"_hex;
