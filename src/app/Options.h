@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <optional>
@@ -18,7 +19,9 @@ struct Options
     quint16 port = 7;
     std::array<QString, 4> serialDevices; ///< behind COM1 to COM4
     bool listPorts = false;
-    QString tourDirectory; ///< drive the windows through a session, pictures go here
+    bool unsignedWords = false;         ///< words of devices and files reach to 65535
+    std::optional<QStringList> devices; ///< to attach to the simulated tester, not its usual ones
+    QString tourDirectory;              ///< drive the windows through a session, pictures go here
 };
 
 /// The exit code of a program that has already said what it had to: help, version, an error.

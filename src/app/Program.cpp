@@ -4,6 +4,7 @@
 #include "app/Tour.h"
 #include "link/SerialTransport.h"
 #include "link/TcpTransport.h"
+#include "simulator/BuiltInDevices.h"
 
 #include <QApplication>
 #include <QDir>
@@ -21,6 +22,7 @@ Program::Program(Options options)
         m_console.link().setSerialDevice(
             number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
     }
+    m_console.session().UnsignedWords = m_options.unsignedWords;
     QObject::connect(&m_console, &Console::loaded, &m_main, [this] { applyOptions(); });
 }
 
@@ -45,7 +47,8 @@ std::optional<QString> Program::startSimulator()
 {
     const auto settings = *m_options.simulatedModel == 1 ? simulator::Settings::vorn1()
                                                          : simulator::Settings::vorn2();
-    m_tester = simulator::makeDefaultTester(settings);
+    m_tester = std::make_unique<simulator::Tester>(settings);
+    attachBuiltInDevices(*m_tester, m_options.devices.value_or(simulator::devicesAtStart()));
     m_tester->setRecording(false); // it may run for days
     m_testerEnd = std::make_unique<simulator::TcpEnd>(*m_tester);
     if (!m_testerEnd->listen())

@@ -9,16 +9,29 @@ using namespace vantrel;
 
 namespace {
 
-Options parsed(const QByteArray &commandLine)
+std::variant<Options, ExitCode> parse(const QByteArray &commandLine)
 {
     QList<QByteArray> words = commandLine.split(' ');
     std::vector<char *> arguments;
     for (QByteArray &word : words)
         arguments.push_back(word.data());
-    const auto result = parseOptions(static_cast<int>(arguments.size()), arguments.data());
+    return parseOptions(static_cast<int>(arguments.size()), arguments.data());
+}
+
+Options parsed(const QByteArray &commandLine)
+{
+    const auto result = parse(commandLine);
     if (!std::holds_alternative<Options>(result))
         qFatal("refused: %s", commandLine.constData());
     return std::get<Options>(result);
+}
+
+/// The exit code of a command line that is complained about, 0 of any other.
+ExitCode refusal(const QByteArray &commandLine)
+{
+    const auto result = parse(commandLine);
+    const auto *const code = std::get_if<ExitCode>(&result);
+    return code != nullptr ? *code : 0;
 }
 
 } // namespace
@@ -34,6 +47,10 @@ private slots:
     void network();
     void serialDevices();
     void tourBringsTheSimulator();
+    void devices();
+    void unsignedWords();
+    void refusals_data();
+    void refusals();
 };
 
 void tst_options::defaults()
@@ -96,6 +113,38 @@ void tst_options::tourBringsTheSimulator()
     const Options options = parsed("vantrel --tour some/where");
     QCOMPARE(options.tourDirectory, QStringLiteral("some/where"));
     QCOMPARE(options.simulatedModel.value_or(0), 2);
+}
+
+void tst_options::devices()
+{
+    QVERIFY(!parsed("vantrel --simulator").devices);
+    const QStringList two{QStringLiteral("mouse"), QStringLiteral("keyboard")};
+    QCOMPARE(parsed("vantrel --simulator --devices mouse,2").devices, two);
+    QCOMPARE(parsed("vantrel --simulator --devices none").devices, QStringList());
+}
+
+void tst_options::unsignedWords()
+{
+    QVERIFY(!parsed("vantrel").unsignedWords);
+    QVERIFY(parsed("vantrel --unsigned-words").unsignedWords);
+}
+
+void tst_options::refusals_data()
+{
+    QTest::addColumn<QByteArray>("commandLine");
+
+    QTest::newRow("model") << QByteArray("vantrel --simulator vorn3");
+    QTest::newRow("device") << QByteArray("vantrel --simulator --devices toaster");
+    QTest::newRow("devices of nobody") << QByteArray("vantrel --devices mouse");
+    QTest::newRow("host and simulator") << QByteArray("vantrel --simulator --host bench");
+    QTest::newRow("port") << QByteArray("vantrel --port 65536");
+    QTest::newRow("unknown") << QByteArray("vantrel --colour");
+}
+
+void tst_options::refusals()
+{
+    QFETCH(QByteArray, commandLine);
+    QVERIFY(refusal(commandLine) != 0);
 }
 
 QTEST_GUILESS_MAIN(tst_options)
