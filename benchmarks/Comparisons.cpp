@@ -21,9 +21,13 @@ std::string yardstickOf(const Comparison &comparison)
     return comparison.name + " / " + comparison.yardstickName;
 }
 
-void measure(const std::string &side, const std::function<void(benchmark::State &)> &run)
+void measure(const std::string &side, const std::function<void(benchmark::State &)> &run,
+             bool realTime)
 {
-    benchmark::RegisterBenchmark(side.c_str(), run)->Repetitions(Repetitions)->MinTime(SecondsEach);
+    auto *const measured = benchmark::RegisterBenchmark(side.c_str(), run);
+    measured->Repetitions(Repetitions)->MinTime(SecondsEach);
+    if (realTime)
+        measured->UseRealTime();
 }
 
 std::string rateText(double bytesPerSecond)
@@ -37,8 +41,8 @@ std::string rateText(double bytesPerSecond)
 
 void Comparisons::add(Comparison comparison)
 {
-    measure(oursOf(comparison), comparison.ours);
-    measure(yardstickOf(comparison), comparison.yardstick);
+    measure(oursOf(comparison), comparison.ours, comparison.realTime);
+    measure(yardstickOf(comparison), comparison.yardstick, comparison.realTime);
     m_comparisons.push_back(std::move(comparison));
 }
 

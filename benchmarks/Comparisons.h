@@ -19,6 +19,8 @@ struct Comparison
     std::function<void(benchmark::State &)> ours;
     std::string yardstickName;
     std::function<void(benchmark::State &)> yardstick;
+    /// By the clock on the wall, not by processor time: a program of its own is not ours to count.
+    bool realTime = false;
 };
 
 /// Measures both sides of every comparison by turns and prints the table of their medians.

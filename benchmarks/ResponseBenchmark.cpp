@@ -8,6 +8,7 @@
 #include "support/LinkBench.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <array>
@@ -135,6 +136,47 @@ void runStraightforward(const Traffic &traffic, const QString &path)
     inReads(traffic.stream, [&](QByteArrayView read) { console.receive(read); });
 }
 
+/// Another program's dump of the same data: `xxd` of the bytes that the reports carry.
+class Xxd
+{
+public:
+    explicit Xxd(const Traffic &traffic)
+        : m_input(traffic.path("data.bin")), m_output(traffic.path("data.txt"))
+    {
+        QFile data(m_input);
+        data.open(QIODevice::WriteOnly);
+        for (const QByteArray &body : traffic.bodies)
+            data.write(body.sliced(ReportHead));
+    }
+
+    bool run() const { return QProcess::execute(QStringLiteral("xxd"), {m_input, m_output}) == 0; }
+
+private:
+    static constexpr qsizetype ReportHead = 3; // code, address, endpoint
+
+    QString m_input;
+    QString m_output;
+};
+
+void addXxd(Comparisons &comparisons, const std::shared_ptr<Traffic> &traffic)
+{
+    const auto xxd = std::make_shared<Xxd>(*traffic);
+    const auto ours = [traffic](benchmark::State &state) {
+        for ([[maybe_unused]] const auto iteration : state)
+            runConsole(*traffic, traffic->path("console.log"));
+        state.SetBytesProcessed(state.iterations() * traffic->stream.size());
+    };
+    const auto yardstick = [traffic, xxd](benchmark::State &state) {
+        for ([[maybe_unused]] const auto iteration : state) {
+            if (!xxd->run())
+                state.SkipWithError("xxd does not run");
+        }
+        state.SetBytesProcessed(state.iterations() * traffic->stream.size());
+    };
+    comparisons.add({"bytes to lines, beside another program", 2.5, ours, "xxd of the same data",
+                     yardstick, true});
+}
+
 using Run = void (*)(const Traffic &traffic, const QString &path);
 
 /// Two ways to the same file.
@@ -161,8 +203,10 @@ void addPair(Comparisons &comparisons, const char *name, double atLeast,
 
 void addResponses(Comparisons &comparisons)
 {
-    addPair(comparisons, "bytes to lines, data reports of 64", 0.5,
-            std::make_shared<Traffic>(dataReports()), "bare hex table loop", &runBareLoop);
+    const auto data = std::make_shared<Traffic>(dataReports());
+    addPair(comparisons, "bytes to lines, data reports of 64", 0.5, data, "bare hex table loop",
+            &runBareLoop);
+    addXxd(comparisons, data);
     addPair(comparisons, "bytes to lines, short reports", 8,
             std::make_shared<Traffic>(shortReports()), "straightforward code", &runStraightforward);
 }
