@@ -87,11 +87,23 @@ void VornComm::SendPacket(const QByteArray &packet)
     current().write(packet);
 }
 
+/// A noisy line, or another program at the other end, could fill the memory with one.
+void VornComm::giveUpEndlessBody()
+{
+    const bool unfinished =
+        m_session.RxState == RxStates::InBody || m_session.RxState == RxStates::EscInBody;
+    if (unfinished && m_session.RxPacket.size() > BodyLimit) {
+        m_session.RxPacket = QByteArray();
+        m_session.RxState = RxStates::Hunting;
+    }
+}
+
 void VornComm::ReceiveBytes()
 {
     while (const qint64 count = current().read(m_readBuffer.data(), m_readBuffer.size())) {
         deframe(m_session.RxState, m_session.RxPacket,
                 QByteArrayView(m_readBuffer.constData(), count), [this] { m_dispatch(); });
+        giveUpEndlessBody();
     }
     m_session.waits.check();
 }

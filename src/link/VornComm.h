@@ -57,7 +57,12 @@ public:
     /// Writes a framed packet in one call. Without an open link it says so in the command pane.
     void SendPacket(const QByteArray &packet);
 
-    /// Takes all waiting bytes, dispatches each packet they complete, then lets the waits look.
+    /// The longest body that is waited for, in bytes: a hundred times what any tester sends.
+    static constexpr qsizetype BodyLimit = 1 << 24;
+
+    /// Takes all waiting bytes, dispatches each packet they complete, then lets the waits look. A
+    /// packet that has grown beyond BodyLimit without an end is given up like noise between
+    /// packets.
     void ReceiveBytes();
 
     /// "( blank )rate,n,8,1" of the current BaudIndex.
@@ -69,6 +74,7 @@ signals:
 
 private:
     Transport &current() const;
+    void giveUpEndlessBody();
 
     Session &m_session;
     std::unique_ptr<Transport> MSComm1;   // serial port

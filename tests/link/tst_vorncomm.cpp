@@ -33,6 +33,7 @@ private slots:
     void receives();
     void receivesMoreThanOneReadTakes();
     void packetOverManyNotifications();
+    void endlessBodyIsGivenUp();
     void packetOverAReconnect();
     void packetStaysAfterDispatch();
     void nextByteAfterTheDispatcherReturned();
@@ -289,6 +290,23 @@ void TestVornComm::packetOverManyNotifications()
     bench.serial->receive("45"_hex);
     QCOMPARE(bench.session.RxState, qint16{0});
     QCOMPARE(packets, QList<QByteArray>{"81 1b 07"_hex});
+}
+
+void TestVornComm::endlessBodyIsGivenUp()
+{
+    LinkBench bench;
+    QList<QByteArray> packets;
+    bench.link.setDispatcher([&] { packets.append(bench.session.RxPacket); });
+    bench.open();
+    bench.serial->receive("1b53"_hex + QByteArray(VornComm::BodyLimit, 'x'));
+    QCOMPARE(bench.session.RxPacket.size(), VornComm::BodyLimit);
+    bench.serial->receive("1b"_hex); // it may still end
+    QCOMPARE(bench.session.RxState, qint16{3});
+    bench.serial->receive("78"_hex);
+    QCOMPARE(bench.session.RxState, qint16{0});
+    QCOMPARE(bench.session.RxPacket.capacity(), 0);
+    bench.serial->receive("7878 1b45 1b53 83 1b45"_hex);
+    QCOMPARE(packets, QList<QByteArray>{"83"_hex});
 }
 
 void TestVornComm::packetOverAReconnect()
