@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/BuiltInDevices.h"
 
+#include "simulator/EzUsbDevice.h"
+#include "simulator/FtdiDevice.h"
 #include "simulator/TextValues.h"
 #include "simulator/VirtualDevice.h"
 
@@ -9,6 +11,8 @@
 namespace vantrel::simulator {
 
 namespace {
+
+constexpr bool AtStart = true;
 
 QByteArray hex(const char *digits)
 {
@@ -50,9 +54,15 @@ const QList<BuiltInDevice> &builtInDevices()
 {
     static const QList<BuiltInDevice> devices = {
         {QStringLiteral("keyboard"), QStringLiteral("composite keyboard and mouse, 64 mA"), 0x02,
-         &makeKeyboard},
+         &makeKeyboard, AtStart},
         {QStringLiteral("phone"), QStringLiteral("high-speed phone with strings, 500 mA"), 0x03,
-         &makePhone},
+         &makePhone, AtStart},
+        {QStringLiteral("ftdi"), QStringLiteral("serial converter with an EEPROM, 100 mA"), 0x07,
+         &makeFtdi},
+        {QStringLiteral("fx2"), QStringLiteral("EZ-USB/FX2 that waits for firmware, 100 mA"), 0x08,
+         &makeFx2},
+        {QStringLiteral("ezusb"), QStringLiteral("EZ-USB that waits for firmware, 100 mA"), 0x09,
+         &makeEzUsb},
     };
     return devices;
 }

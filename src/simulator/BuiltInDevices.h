@@ -17,6 +17,7 @@ struct BuiltInDevice
     QString description;
     quint8 address; ///< where it is usually attached
     std::unique_ptr<VirtualDevice> (*make)();
+    bool atStart = false; ///< attached unless other devices are asked for
 };
 
 const QList<BuiltInDevice> &builtInDevices();

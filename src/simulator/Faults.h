@@ -40,6 +40,10 @@ struct Faults
     /// Bytes that still get out before the connection drops, wherever in a packet that is. Gone
     /// once it has happened.
     std::optional<qint64> dropAfter;
+    /// An EEPROM refuses to be erased, or to write or read this word (0 to 63).
+    bool eepromEraseFails = false;
+    std::optional<quint8> eepromWriteFails;
+    std::optional<quint8> eepromReadFails;
 };
 
 } // namespace vantrel::simulator

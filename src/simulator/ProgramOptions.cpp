@@ -31,12 +31,14 @@ struct Given
     std::string ptyLink;
 };
 
-std::string builtInNames()
+QStringList devicesAtStart()
 {
     QStringList names;
-    for (const BuiltInDevice &device : builtInDevices())
-        names.append(device.name);
-    return names.join(QLatin1Char(',')).toStdString();
+    for (const BuiltInDevice &device : builtInDevices()) {
+        if (device.atStart)
+            names.append(device.name);
+    }
+    return names;
 }
 
 std::optional<Firmware> parseFirmware(const QString &value)
@@ -97,7 +99,8 @@ void declareTester(CLI::App &app, Given &given, ProgramOptions &options)
         ->check(CLI::Range(0, 32767));
     app.add_flag("--bootstrap", given.bootstrap, "wait for a firmware image (model 2)");
     addText(app, "--devices", "NAME,...",
-            "built-in devices attached at the start, or none (default " + builtInNames() + ")",
+            "built-in devices attached at the start, or none (default " +
+                devicesAtStart().join(QLatin1Char(',')).toStdString() + ")",
             into(options.devices, &parseDevices));
 }
 
@@ -145,9 +148,7 @@ Settings settingsOf(const Given &given)
 
 std::optional<int> parseProgramOptions(int argc, char **argv, ProgramOptions &options)
 {
-    for (const BuiltInDevice &device : builtInDevices())
-        options.devices.append(device.name);
-
+    options.devices = devicesAtStart();
     Given given;
     CLI::App app("A simulated Vorn tester. Type help while it runs.", "vantrel-simulator");
     app.set_version_flag("--version", "vantrel-simulator " VANTREL_VERSION);

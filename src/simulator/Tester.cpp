@@ -162,6 +162,7 @@ void Tester::followBus()
 
 bool Tester::attach(std::unique_ptr<VirtualDevice> device, quint8 address)
 {
+    device->setFaults(&m_faults);
     if (!m_state.port.attach(std::move(device), address))
         return false;
     followBus();
@@ -171,6 +172,8 @@ bool Tester::attach(std::unique_ptr<VirtualDevice> device, quint8 address)
 std::unique_ptr<VirtualDevice> Tester::detach(quint8 address)
 {
     std::unique_ptr<VirtualDevice> device = m_state.port.detach(address);
+    if (device)
+        device->setFaults(nullptr);
     followBus();
     return device;
 }
@@ -280,8 +283,10 @@ void Tester::reportStopBlockTransfer()
 std::unique_ptr<Tester> makeDefaultTester(const Settings &settings)
 {
     auto tester = std::make_unique<Tester>(settings);
-    for (const BuiltInDevice &device : builtInDevices())
-        tester->attach(device.make(), device.address);
+    for (const BuiltInDevice &device : builtInDevices()) {
+        if (device.atStart)
+            tester->attach(device.make(), device.address);
+    }
     return tester;
 }
 

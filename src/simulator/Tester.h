@@ -121,7 +121,8 @@ private:
     bool m_recording = true;
 };
 
-/// A tester with every built-in device attached: the keyboard at 0x02, the phone at 0x03.
+/// A tester with the built-in devices that are there at the start: the keyboard at 0x02, the phone
+/// at 0x03.
 std::unique_ptr<Tester> makeDefaultTester(const Settings &settings);
 
 } // namespace vantrel::simulator

@@ -39,6 +39,7 @@ bool UsbPort::attach(std::unique_ptr<VirtualDevice> device, quint8 address)
     if (address > HighestAddress || deviceAt(address))
         return false;
     device->setAddress(address);
+    device->powerUp();
     device->reset();
     device->setHighSpeedAllowed(!m_highSpeedInhibit);
     m_attachments.push_back({std::move(device), address});
@@ -63,8 +64,11 @@ VirtualDevice *UsbPort::deviceAt(quint8 address) const
 
 void UsbPort::setVbus(bool on)
 {
-    if (on && !m_vbus)
+    if (on && !m_vbus) {
+        for (const Attachment &attachment : m_attachments)
+            attachment.device->powerUp();
         reset();
+    }
     if (!on)
         m_suspended = false;
     m_vbus = on;
