@@ -75,6 +75,15 @@ void UsbPort::setVbus(bool on)
     m_overloaded = false;
 }
 
+void UsbPort::powerUp()
+{
+    setVbus(false);
+    setVoltageCode(FiveVolts);
+    setAutoRecovery(false);
+    setHighSpeedInhibit(false);
+    setVbus(true);
+}
+
 void UsbPort::overload()
 {
     if (!m_vbus)
