@@ -45,6 +45,11 @@ QByteArray disconnectReport(quint8 address)
     return ByteWriter{wire::Report::Connect, Disconnected, address}.take();
 }
 
+bool AutomaticMode::Known::isStill(const VirtualDevice &present) const
+{
+    return device == &present && reconnections == present.reconnections();
+}
+
 QList<QByteArray> AutomaticMode::follow(const UsbPort &port)
 {
     if (!m_on) {
@@ -55,13 +60,16 @@ QList<QByteArray> AutomaticMode::follow(const UsbPort &port)
     QList<QByteArray> reports;
     const std::vector<VirtualDevice *> present = presentDevices(port);
     for (const Known &known : m_known) {
-        if (std::find(present.begin(), present.end(), known.device) == present.end())
+        const bool isGone =
+            std::none_of(present.begin(), present.end(),
+                         [&known](const VirtualDevice *device) { return known.isStill(*device); });
+        if (isGone)
             reports.append(disconnectReport(known.address));
     }
     for (VirtualDevice *device : present) {
         const bool isNew =
             std::none_of(m_known.begin(), m_known.end(),
-                         [device](const Known &known) { return known.device == device; });
+                         [device](const Known &known) { return known.isStill(*device); });
         if (isNew) {
             device->configure();
             reports.append(connectReport(*device));
@@ -70,7 +78,7 @@ QList<QByteArray> AutomaticMode::follow(const UsbPort &port)
 
     m_known.clear();
     for (const VirtualDevice *device : present)
-        m_known.push_back({device, device->address()});
+        m_known.push_back({device, device->reconnections(), device->address()});
     return reports;
 }
 

@@ -17,7 +17,7 @@ QByteArray connectReport(const VirtualDevice &device);
 QByteArray disconnectReport(quint8 address);
 
 /// The tester looks after the bus by itself: it configures the devices it finds and reports those
-/// that come and go.
+/// that come and go, or that have gone and come back by themselves.
 class AutomaticMode
 {
 public:
@@ -33,7 +33,10 @@ private:
     struct Known
     {
         const VirtualDevice *device; // compared, never followed: it may be gone
+        int reconnections;           // as they were at the last look
         quint8 address;
+
+        bool isStill(const VirtualDevice &present) const;
     };
 
     bool m_on = false;

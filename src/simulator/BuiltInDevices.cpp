@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/BuiltInDevices.h"
 
+#include "simulator/EzUsbDevice.h"
+#include "simulator/FtdiDevice.h"
 #include "simulator/OddDevices.h"
 #include "simulator/TextValues.h"
 #include "simulator/UsualDevices.h"
@@ -41,6 +43,12 @@ const QList<BuiltInDevice> &builtInDevices()
          &makeDisk},
         {QStringLiteral("gateway"), QStringLiteral("healthy, with the vendor ID 0x8087"), 0x06,
          &makeGateway},
+        {QStringLiteral("ftdi"), QStringLiteral("serial converter with an EEPROM, 100 mA"), 0x07,
+         &makeFtdi},
+        {QStringLiteral("fx2"), QStringLiteral("EZ-USB/FX2 that waits for firmware, 100 mA"), 0x08,
+         &makeFx2},
+        {QStringLiteral("ezusb"), QStringLiteral("EZ-USB that waits for firmware, 100 mA"), 0x09,
+         &makeEzUsb},
         {QStringLiteral("string-stall"), QStringLiteral("names strings and stalls when asked"),
          0x20, &makeStringStall},
         {QStringLiteral("string-short"), QStringLiteral("strings shorter than their bLength"), 0x21,

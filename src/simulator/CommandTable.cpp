@@ -181,7 +181,8 @@ Reply flashScript(TesterState &state, const ByteReader &command)
 
 Reply firmwareStart(TesterState &state, const ByteReader &command)
 {
-    state.firmware.start(command.doubleWord(2).value_or(0));
+    if (!state.firmware.start(state.settings.model, command.doubleWord(2).value_or(0)))
+        return CommandError;
     return reply(command);
 }
 
@@ -190,12 +191,14 @@ Reply firmwareBlock(TesterState &state, const ByteReader &command)
     const QByteArrayView block = command.from(2);
     if (block.size() > wire::FirmwareBlockLimit)
         return CommandError;
-    return reply(command, ByteWriter().doubleWord(state.firmware.append(block)).take());
+    const std::optional<quint32> count = state.firmware.append(block);
+    return count ? reply(command, ByteWriter().doubleWord(*count).take()) : CommandError;
 }
 
 Reply firmwareProgram(TesterState &state, const ByteReader &command)
 {
-    state.firmware.program(command.doubleWord(2).value_or(0));
+    if (!state.firmware.accept(state.settings.model, command.doubleWord(2).value_or(0)))
+        return CommandError;
     return reply(command);
 }
 

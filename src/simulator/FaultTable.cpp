@@ -12,6 +12,7 @@ namespace {
 
 constexpr quint32 LongestTime = 3'600'000; // ms
 constexpr quint32 LargestFragment = 65535;
+constexpr quint32 LastEepromWord = 63;
 
 bool isOff(const QString &value)
 {
@@ -57,6 +58,25 @@ bool setOptional(Faults &faults, const QString &value)
     return number.has_value();
 }
 
+template <bool Faults::*Member>
+bool setFlag(Faults &faults, const QString &value)
+{
+    const bool on = value == QLatin1String("on");
+    if (on || isOff(value))
+        faults.*Member = on;
+    return on || isOff(value);
+}
+
+template <std::optional<quint8> Faults::*Member>
+bool setEepromWord(Faults &faults, const QString &value)
+{
+    const auto number = parseNumber(value, LastEepromWord);
+    if (!number && !isOff(value))
+        return false;
+    faults.*Member = number;
+    return true;
+}
+
 bool setGarbage(Faults &faults, const QString &value)
 {
     const auto bytes = isOff(value) ? QByteArray() : parseHex(value);
@@ -97,6 +117,17 @@ const QList<FaultEntry> &faultTable()
         {QStringLiteral("drop-after"), QStringLiteral("BYTES"),
          QStringLiteral("drop the connection, once, after so many bytes more"),
          &setOptional<qint64, &Faults::dropAfter>},
+        {QStringLiteral("firmware-corrupts"), QStringLiteral("on"),
+         QStringLiteral("find firmware bad that is programmed"),
+         &setFlag<&Faults::firmwareCorrupts>},
+        {QStringLiteral("eeprom-erase-fails"), QStringLiteral("on"),
+         QStringLiteral("refuse to erase an EEPROM"), &setFlag<&Faults::eepromEraseFails>},
+        {QStringLiteral("eeprom-write-fails"), QStringLiteral("WORD"),
+         QStringLiteral("refuse to write this word of an EEPROM"),
+         &setEepromWord<&Faults::eepromWriteFails>},
+        {QStringLiteral("eeprom-read-fails"), QStringLiteral("WORD"),
+         QStringLiteral("refuse to read this word of an EEPROM"),
+         &setEepromWord<&Faults::eepromReadFails>},
     };
     return table;
 }

@@ -40,6 +40,13 @@ struct Faults
     /// Bytes that still get out before the connection drops, wherever in a packet that is. Gone
     /// once it has happened.
     std::optional<qint64> dropAfter;
+    /// A firmware image that is programmed turns out bad: a Vorn 2 stays in its boot loader, a
+    /// Vorn 1 keeps the firmware that it had.
+    bool firmwareCorrupts = false;
+    /// An EEPROM refuses to be erased, or to write or read this word (0 to 63).
+    bool eepromEraseFails = false;
+    std::optional<quint8> eepromWriteFails;
+    std::optional<quint8> eepromReadFails;
 };
 
 } // namespace vantrel::simulator

@@ -54,19 +54,6 @@ std::optional<QByteArray> ConfigMemory::read(quint16 address, quint16 count) con
     return m_bytes.mid(address, count);
 }
 
-void FirmwareMemory::start(quint32 length)
-{
-    m_announcedLength = length;
-    m_image.clear();
-    m_checkValue.reset();
-}
-
-quint32 FirmwareMemory::append(QByteArrayView block)
-{
-    m_image.append(block);
-    return static_cast<quint32>(m_image.size());
-}
-
 void ScriptMemory::startDownload()
 {
     begin(Mode::Downloading);

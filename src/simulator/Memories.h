@@ -52,26 +52,6 @@ private:
     QByteArray m_bytes;
 };
 
-/// A firmware image on its way into the tester.
-class FirmwareMemory
-{
-public:
-    void start(quint32 length);
-    /// Returns how many bytes have come since the start.
-    quint32 append(QByteArrayView block);
-    void program(quint32 checkValue) { m_checkValue = checkValue; }
-
-    quint32 announcedLength() const { return m_announcedLength; }
-    const QByteArray &image() const { return m_image; }
-    /// As sent with the order to program; nothing before that.
-    std::optional<quint32> checkValue() const { return m_checkValue; }
-
-private:
-    quint32 m_announcedLength = 0;
-    QByteArray m_image;
-    std::optional<quint32> m_checkValue;
-};
-
 /// The working script: commands taken in one by one during a download.
 class ScriptMemory
 {

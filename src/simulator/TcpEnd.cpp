@@ -16,6 +16,7 @@ TcpEnd::TcpEnd(Tester &tester) : m_tester(tester)
     connect(&m_server, &QTcpServer::newConnection, this, &TcpEnd::acceptConsole);
     connect(&tester, &Tester::bytesReady, this, &TcpEnd::write);
     connect(&tester, &Tester::connectionDropped, this, &TcpEnd::dropConnection);
+    connect(&tester, &Tester::restarted, this, &TcpEnd::dropConnection);
 }
 
 TcpEnd::~TcpEnd()

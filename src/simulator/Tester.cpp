@@ -34,7 +34,12 @@ Tester::Tester(const Settings &settings)
           [this](const QByteArray &report) {
               sendPacket(report);
               followBus();
-          })
+              followFirmware();
+          }),
+      m_update(m_clock, m_state, m_faults, [this] {
+          startConversation();
+          emit restarted();
+      })
 {
     connect(&m_outlet, &Outlet::bytesReady, this, &Tester::bytesReady);
     connect(&m_outlet, &Outlet::connectionDropped, this, &Tester::connectionDropped);
@@ -42,6 +47,8 @@ Tester::Tester(const Settings &settings)
 
 void Tester::receive(QByteArrayView bytes)
 {
+    if (m_update.isAway())
+        return;
     m_input.append(bytes);
     if (m_receiving)
         return; // the console answered from inside an answer; the outer call goes on with it
@@ -58,11 +65,14 @@ void Tester::startConversation()
     m_rxState = RxStates::Hunting;
     m_outlet.discard();
     m_state.script.endDownload();
+    m_state.firmware.forgetDownload();
     m_run.abandon();
 }
 
 void Tester::handle(const QByteArray &command)
 {
+    if (m_update.isAway())
+        return; // came in one read with the order to program
     if (m_recording)
         m_commandsSeen.append(command);
     emit commandReceived(command);
@@ -79,6 +89,7 @@ void Tester::handle(const QByteArray &command)
     if (done && !stored)
         followScript(command);
     followBus();
+    followFirmware();
 }
 
 /// A console that has given up on a download does not say so: what it sends next is meant for the
@@ -160,8 +171,15 @@ void Tester::followBus()
         sendPacket(report);
 }
 
+void Tester::followFirmware()
+{
+    if (m_update.begin())
+        m_run.abandon();
+}
+
 bool Tester::attach(std::unique_ptr<VirtualDevice> device, quint8 address)
 {
+    device->setFaults(&m_faults);
     if (!m_state.port.attach(std::move(device), address))
         return false;
     followBus();
@@ -171,6 +189,8 @@ bool Tester::attach(std::unique_ptr<VirtualDevice> device, quint8 address)
 std::unique_ptr<VirtualDevice> Tester::detach(quint8 address)
 {
     std::unique_ptr<VirtualDevice> device = m_state.port.detach(address);
+    if (device)
+        device->setFaults(nullptr);
     followBus();
     return device;
 }
@@ -193,7 +213,7 @@ void Tester::dropConnection()
 
 void Tester::sendPacket(const QByteArray &body)
 {
-    if (m_faults.silence.all)
+    if (m_faults.silence.all || m_update.isAway())
         return;
     emit packetSent(body);
     m_outlet.sendPacket(body);

@@ -3,6 +3,7 @@
 
 #include "simulator/Clock.h"
 #include "simulator/Faults.h"
+#include "simulator/FirmwareUpdate.h"
 #include "simulator/Outlet.h"
 #include "simulator/ScriptRun.h"
 #include "simulator/TesterState.h"
@@ -42,7 +43,7 @@ public:
     void receive(QByteArrayView bytes);
 
     /// A console has connected: half a packet of the one before, replies that it still waited for,
-    /// a download that it left open and a script that it left running are forgotten. The state of
+    /// downloads that it left open and a script that it left running are forgotten. The state of
     /// the tester stays.
     void startConversation();
 
@@ -95,6 +96,8 @@ signals:
     void bytesReady(const QByteArray &bytes);
     /// The connection to the console is to be cut.
     void connectionDropped();
+    /// The tester starts up again: a network connection ends with that, a serial line does not.
+    void restarted();
     void commandReceived(const QByteArray &body);
     void packetSent(const QByteArray &body);
 
@@ -107,12 +110,14 @@ private:
     bool belongsToRefusedScript(const QByteArray &command);
     void followScript(const QByteArray &command);
     void followBus();
+    void followFirmware();
 
     TesterState m_state;
     Faults m_faults;
     Clock m_clock;
     Outlet m_outlet{m_clock, m_faults};
     ScriptRun m_run;
+    FirmwareUpdate m_update;
     qint64 m_lastCommand = 0; // time of the clock
     QByteArray m_input;       // not yet de-framed
     bool m_receiving = false;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "simulator/AutomaticMode.h"
+#include "simulator/FirmwareMemory.h"
 #include "simulator/Memories.h"
 #include "simulator/Settings.h"
 #include "simulator/UsbPort.h"

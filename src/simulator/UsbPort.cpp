@@ -39,6 +39,7 @@ bool UsbPort::attach(std::unique_ptr<VirtualDevice> device, quint8 address)
     if (address > HighestAddress || deviceAt(address))
         return false;
     device->setAddress(address);
+    device->powerUp();
     device->reset();
     device->setHighSpeedAllowed(!m_highSpeedInhibit);
     m_attachments.push_back({std::move(device), address});
@@ -63,12 +64,24 @@ VirtualDevice *UsbPort::deviceAt(quint8 address) const
 
 void UsbPort::setVbus(bool on)
 {
-    if (on && !m_vbus)
+    if (on && !m_vbus) {
+        for (const Attachment &attachment : m_attachments)
+            attachment.device->powerUp();
         reset();
+    }
     if (!on)
         m_suspended = false;
     m_vbus = on;
     m_overloaded = false;
+}
+
+void UsbPort::powerUp()
+{
+    setVbus(false);
+    setVoltageCode(FiveVolts);
+    setAutoRecovery(false);
+    setHighSpeedInhibit(false);
+    setVbus(true);
 }
 
 void UsbPort::overload()

@@ -28,6 +28,8 @@ public:
     VirtualDevice *deviceAt(quint8 address) const;
     const std::vector<Attachment> &attachments() const { return m_attachments; }
 
+    /// Everything as when the tester is switched on; the devices stay, and start anew.
+    void powerUp();
     /// Devices start anew with each power-on; power-off ends a suspend.
     void setVbus(bool on);
     bool vbus() const { return m_vbus; }

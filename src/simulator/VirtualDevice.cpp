@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/VirtualDevice.h"
 
+#include "simulator/Faults.h"
+
 #include <algorithm>
 
 namespace vantrel::simulator {
@@ -60,6 +62,25 @@ void VirtualDevice::reset()
     m_remoteWakeup = false;
     m_halted.clear();
     m_alternates.clear();
+}
+
+void VirtualDevice::setDescriptors(DeviceDescriptors descriptors)
+{
+    m_descriptors = std::move(descriptors);
+    m_fastest = fastestSpeed(m_descriptors);
+}
+
+void VirtualDevice::reconnect(DeviceDescriptors descriptors)
+{
+    setDescriptors(std::move(descriptors));
+    reset();
+    ++m_reconnections;
+}
+
+const Faults &VirtualDevice::faults() const
+{
+    static const Faults none;
+    return m_faults ? *m_faults : none;
 }
 
 Speed VirtualDevice::speed() const

@@ -13,6 +13,8 @@
 
 namespace vantrel::simulator {
 
+struct Faults;
+
 /// A USB device under test. Answers the standard control requests from its descriptors and stalls
 /// on whatever it does not have. A device with requests of its own overrides the protected hooks.
 class VirtualDevice
@@ -30,6 +32,17 @@ public:
     /// Back to the state after a bus reset: unconfigured, nothing halted. The address stays; the
     /// port gives it.
     virtual void reset();
+
+    /// The device has been plugged in, or Vbus is back: nothing is left of what power alone keeps.
+    /// A reset follows.
+    virtual void powerUp() {}
+
+    /// How often the device has left the bus by itself and come back.
+    int reconnections() const { return m_reconnections; }
+
+    /// What goes wrong with the device from now on, nullptr for nothing. Followed for as long as it
+    /// is set.
+    void setFaults(const Faults *faults) { m_faults = faults; }
 
     quint8 address() const { return m_address; }
     void setAddress(quint8 address) { m_address = address; }
@@ -55,6 +68,14 @@ protected:
 
     /// The descriptor a GET_DESCRIPTOR asks for, uncut; nothing when the device has none.
     virtual std::optional<QByteArray> descriptor(const SetupPacket &setup) const;
+
+    /// What the device tells of itself from now on.
+    void setDescriptors(DeviceDescriptors descriptors);
+    /// Leaves the bus and comes back at once: at the same address, unconfigured, with these.
+    void reconnect(DeviceDescriptors descriptors);
+
+    /// What goes wrong with the device.
+    const Faults &faults() const;
 
 private:
     DeviceAnswer getStatus(const SetupPacket &setup);
@@ -84,6 +105,8 @@ private:
     bool m_remoteWakeup = false;
     QSet<quint16> m_halted;             // endpoint addresses
     QMap<quint16, quint8> m_alternates; // by interface, where it is not 0
+    int m_reconnections = 0;
+    const Faults *m_faults = nullptr;
 };
 
 } // namespace vantrel::simulator

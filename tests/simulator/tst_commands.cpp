@@ -46,8 +46,6 @@ private slots:
     void settingsAreKept();
     void flashSlot();
     void flashSlotsAreSeparate();
-    void firmware();
-    void configMemory();
     void escapesInBothDirections();
     void scriptDownload();
     void scriptDownloadStartsAnew();
@@ -114,10 +112,6 @@ void tst_commands::reply_data()
                                             << "b1 ff 2020202020202020"_hex;
     QTest::newRow("firmware start") << "32 00020000"_hex
                                     << "b2"_hex;
-    QTest::newRow("firmware block") << "33 010203"_hex
-                                    << "b3 00000003"_hex;
-    QTest::newRow("firmware program") << "34 cbf43926"_hex
-                                      << "b4"_hex;
     QTest::newRow("config write") << "35 0100 aa"_hex
                                   << "b5"_hex;
     QTest::newRow("config read, network record")
@@ -161,6 +155,9 @@ void tst_commands::commandError_data()
     QTest::newRow("firmware length of 3 bytes") << "32 000001"_hex;
     QTest::newRow("firmware block of none") << "33"_hex;
     QTest::newRow("firmware block of 4097") << "33"_hex + QByteArray(4097, 'x');
+    QTest::newRow("firmware block without a start") << "33 010203"_hex;
+    QTest::newRow("check value of 3 bytes") << "34 cbf439"_hex;
+    QTest::newRow("firmware program without an image") << "34 00000000"_hex;
     QTest::newRow("config write of none") << "35 0010"_hex;
     QTest::newRow("config write past the end") << "35 ffff aabb"_hex;
     QTest::newRow("config read without count") << "36 0010"_hex;
@@ -235,10 +232,6 @@ void tst_commands::bootstrap_data()
                                  << "8b 44"_hex;
     QTest::newRow("firmware start") << "32 00000100"_hex
                                     << "b2"_hex;
-    QTest::newRow("firmware block") << "33 aa"_hex
-                                    << "b3 00000001"_hex;
-    QTest::newRow("firmware program") << "34 00000000"_hex
-                                      << "b4"_hex;
     for (const char *other :
          {"01 02 80 06 0001 0000 1200", "02 01", "03", "04", "05 64", "07 00 01", "08", "0a ff",
           "0c", "0d", "0e", "21", "22 01", "31 00 03", "35 0010 00", "36 0010 0012"})
@@ -295,33 +288,6 @@ void tst_commands::flashSlotsAreSeparate()
     talk.ask("31 03 02 4142434445464748"_hex);
     QCOMPARE(talk.ask("31 00 03"_hex), packet("b1 ff 2020202020202020"_hex));
     QCOMPARE(talk.ask("31 03 03"_hex), packet("b1 00 4142434445464748"_hex));
-}
-
-void tst_commands::firmware()
-{
-    Talk talk;
-    QCOMPARE(talk.ask("32 00001b1b02"_hex), packet("b2"_hex));
-    QCOMPARE(talk.ask("33"_hex + QByteArray(4096, 'a')), packet("b3 00001000"_hex));
-    QCOMPARE(talk.ask("33"_hex + QByteArray(4096, 'b')), packet("b3 00002000"_hex));
-    QCOMPARE(talk.ask("33 1b1b 00"_hex), packet("b3 00002002"_hex));
-    const FirmwareMemory &firmware = talk.tester().state().firmware;
-    QVERIFY(!firmware.checkValue());
-    QCOMPARE(talk.ask("34 cbf43926"_hex), packet("b4"_hex));
-    QCOMPARE(firmware.checkValue().value_or(0), 0xCBF43926U);
-    QCOMPARE(firmware.announcedLength(), 0x1B02U);
-    QCOMPARE(firmware.image(), QByteArray(4096, 'a') + QByteArray(4096, 'b') + "1b00"_hex);
-
-    talk.ask("32 00000001"_hex); // a new image starts from nothing
-    QCOMPARE(talk.ask("33 55"_hex), packet("b3 00000001"_hex));
-}
-
-void tst_commands::configMemory()
-{
-    Talk talk;
-    QCOMPARE(talk.ask("35 0010 c6336407 c6336401 ffffff80 02000000 1b1b 05"_hex), packet("b5"_hex));
-    QCOMPARE(talk.ask("36 0010 0012"_hex),
-             packet("b6 c6336407 c6336401 ffffff80 02000000 1b1b 05"_hex));
-    QCOMPARE(talk.ask("36 000f 0002"_hex), packet("b6 ff c6"_hex));
 }
 
 void tst_commands::escapesInBothDirections()

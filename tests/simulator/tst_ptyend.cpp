@@ -61,6 +61,7 @@ private slots:
     void otherFilesAreLeftAlone();
     void unplugAndPlug();
     void dropUnplugs();
+    void restartKeepsTheLine();
     void unknownRate();
     void slowReader();
     void unsentBytesGoWithTheDevice();
@@ -293,6 +294,20 @@ void tst_ptyend::dropUnplugs()
     Port again(m_end->path(), 57600);
     again.send(packet("0b"_hex));
     QTRY_COMPARE(again.received, packet("8b 44"_hex));
+}
+
+void tst_ptyend::restartKeepsTheLine()
+{
+    Port port(m_end->path(), 57600);
+    port.send(packet("32 0000000a"_hex) + packet("33 4e56 000000000000 0402"_hex) +
+              packet("34 e8d3c3b1"_hex));
+    QTRY_COMPARE(port.received, packet("b2"_hex) + packet("b3 0000000a"_hex) + packet("b4"_hex));
+    m_tester->clock().advance(5000);
+    port.received.clear();
+    port.send(packet("0f"_hex));
+    QTRY_COMPARE(port.received, packet("8f 02 04 02 0040"_hex));
+    QVERIFY(m_end->isPlugged());
+    QVERIFY(!port.hasFailed());
 }
 
 void tst_ptyend::unknownRate()

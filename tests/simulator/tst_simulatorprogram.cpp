@@ -125,6 +125,10 @@ void tst_simulatorprogram::options_data()
         "81 00 12 01 0002 00 00 00 40 0d2e 4000 0101 01 02 03 02"_hex);
     row("--devices all", "01 2e 80 06 0001 0000 0400"_hex, "81 00 12011001"_hex);
     row("--devices 3,keyboard", "0b"_hex, "8b 44"_hex);
+    row("--devices ezusb", "0b"_hex, "8b 06"_hex);
+    row("--devices fx2", "01 08 c0a0 00e6 0000 0100"_hex, "81 00 00"_hex);
+    row("--devices ftdi --eeprom-read-fails 1", "01 07 c0 90 0000 0100 0200"_hex, "81 0e"_hex);
+    row("--firmware 4.1 --firmware-corrupts on", "0f"_hex, "8f 02 04 01 0040"_hex);
     row("--refusal 0x0b", "0b"_hex, "95"_hex);
     row("--status 0x81", "01 02 80 00 0000 0000 0200"_hex, "81 81"_hex);
     row("--delay 20 --fragment 1 --pause 2", "0b"_hex, "8b 44"_hex);

@@ -53,6 +53,7 @@ private slots:
     void reconnects();
     void dropNow();
     void dropInMidPacket();
+    void restartEndsTheConnection();
     void fragmentsAreSeparateWrites();
     void delay();
     void nobodyThere();
@@ -158,6 +159,25 @@ void tst_tcpend::dropInMidPacket()
     Client again(*m_end);
     again.send(packet("0b"_hex));
     QTRY_COMPARE(again.received(), packet("8b 44"_hex));
+}
+
+void tst_tcpend::restartEndsTheConnection()
+{
+    Client client(*m_end);
+    QVERIFY(client.waitUntilConnected());
+    client.send(packet("32 0000000a"_hex) + packet("33 4e56 000000000000 0402"_hex) +
+                packet("34 e8d3c3b1"_hex));
+    QTRY_COMPARE(client.received(),
+                 packet("b2"_hex) + packet("b3 0000000a"_hex) + packet("b4"_hex));
+    m_tester->clock().advance(FirmwareUpdate::ProgrammingTime);
+    QTRY_VERIFY(client.isClosed());
+    QVERIFY(!m_end->isConsoleConnected());
+
+    Client next(*m_end);
+    QVERIFY(next.waitUntilConnected());
+    m_tester->clock().advance(5000);
+    next.send(packet("0f"_hex));
+    QTRY_COMPARE(next.received(), packet("8f 02 04 02 0040"_hex));
 }
 
 void tst_tcpend::fragmentsAreSeparateWrites()
