@@ -57,6 +57,15 @@ bool setOptional(Faults &faults, const QString &value)
     return number.has_value();
 }
 
+template <bool Faults::*Member>
+bool setSwitch(Faults &faults, const QString &value)
+{
+    const bool on = value == QLatin1String("on");
+    if (on || isOff(value))
+        faults.*Member = on;
+    return on || isOff(value);
+}
+
 bool setGarbage(Faults &faults, const QString &value)
 {
     const auto bytes = isOff(value) ? QByteArray() : parseHex(value);
@@ -86,6 +95,17 @@ const QList<FaultEntry> &faultTable()
         {QStringLiteral("refuse-step"), QStringLiteral("INDEX"),
          QStringLiteral("refuse a script that is downloaded at this step"),
          &setOptional<qint32, &Faults::refusedStep>},
+        {QStringLiteral("flash-fails"), QStringLiteral("all|OPERATION,..."),
+         QStringLiteral("refuse these on a flash slot: 0 disable, 1 enable, 2 program, 3 read"),
+         &setCommands<&Faults::flashFailure>},
+        {QStringLiteral("flash-state"), QStringLiteral("STATE"),
+         QStringLiteral("report this state of every flash slot"),
+         &setOptional<quint8, &Faults::flashState>},
+        {QStringLiteral("short-reply"), QStringLiteral("BYTES"),
+         QStringLiteral("cut each answer to its first bytes"),
+         &setOptional<qint32, &Faults::shortReply>},
+        {QStringLiteral("double"), QStringLiteral("on"), QStringLiteral("send each answer twice"),
+         &setSwitch<&Faults::doubleReply>},
         {QStringLiteral("garbage"), QStringLiteral("HEX"),
          QStringLiteral("put these bytes in front of each packet"), &setGarbage},
         {QStringLiteral("fragment"), QStringLiteral("BYTES"),
