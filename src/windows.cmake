@@ -3,6 +3,8 @@ add_library(vantrel_windows STATIC
   windows/DialogBoxes.cpp
   windows/ElidedLabel.cpp
   windows/FileDialog.cpp
+  windows/LegiblePane.cpp
+  windows/ReadOnlyFields.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
   console/Main.cpp

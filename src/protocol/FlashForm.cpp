@@ -4,6 +4,7 @@
 #include "protocol/FlashScripts.h"
 #include "ui_FlashForm.h"
 #include "windows/Binder.h"
+#include "windows/ReadOnlyFields.h"
 
 #include <QKeyEvent>
 
@@ -13,6 +14,7 @@ FlashForm::FlashForm(FlashScripts &flash, QWidget *parent)
     : QMainWindow(parent, Qt::Dialog), m_flash(flash), m_ui(std::make_unique<Ui::FlashForm>())
 {
     m_ui->setupUi(this);
+    new ReadOnlyFields(*this);
     m_binder = std::make_unique<Binder>(flash.controls().all, *this);
     connect(m_ui->ScriptEnable, &QPushButton::clicked, this,
             [this] { m_flash.scriptEnableClicked(); });
