@@ -14,6 +14,7 @@ FlashForm::FlashForm(FlashScripts &flash, QWidget *parent)
     : QMainWindow(parent, Qt::Dialog), m_flash(flash), m_ui(std::make_unique<Ui::FlashForm>())
 {
     m_ui->setupUi(this);
+    m_ui->Label1->setMinimumWidth(m_ui->Label1->sizeHint().width()); // of its longer caption
     new ReadOnlyFields(*this);
     m_binder = std::make_unique<Binder>(flash.controls().all, *this);
     connect(m_ui->ScriptEnable, &QPushButton::clicked, this,

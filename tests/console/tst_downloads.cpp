@@ -176,6 +176,11 @@ void tst_downloads::stepsAndProgress()
     QTRY_COMPARE(bar.progress(), (Progress{1000, 1000}));
     bench.answer("a0 00 08 21"_hex);
     QVERIFY(!bar.isVisible());
+
+    bench.begin(pattern(600)); // counts from the beginning
+    QVERIFY(bar.isVisible());
+    QCOMPARE(bar.progress(), (Progress{512, 600}));
+    QCOMPARE(bar.text(), QStringLiteral("512 of 600 bytes sent, 0 steps stored"));
 }
 
 void tst_downloads::warnings()

@@ -196,10 +196,13 @@ void TestFlashForm::captions()
     QCOMPARE(bench.enable.text(), QStringLiteral("Enable"));
     QCOMPARE(bench.program.text(), QStringLiteral("Program"));
     QVERIFY(bench.form.findChild<QWidget *>(QStringLiteral("Frame1")));
+    const QRect place = bench.name.geometry();
     bench.load();
     bench.answer("a0 00 00 21"_hex);
     QCOMPARE(child<QLabel>(bench.form, "Label1").text(), QStringLiteral("New Script Name"));
     QCOMPARE(bench.name.text(), QStringLiteral("Script0"));
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(bench.name.geometry(), place); // nothing moves with the captions
 }
 
 void TestFlashForm::escapeDuringADownload()
