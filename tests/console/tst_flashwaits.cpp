@@ -93,6 +93,8 @@ void tst_flashwaits::timeOutDuringADownload()
     QVERIFY(!bench.session.ScriptBusy);
     QCOMPARE(bench.controls.Label1.text(), QStringLiteral("New Script Name"));
     QCOMPARE(bench.dialogs.heldCount(), 1);
+    bench.dialogs.answerHeld(Answer::Ok);
+    QCOMPARE(bench.session.waits.pendingCount(), 0);
 }
 
 void tst_flashwaits::downloadTimesOutFirst()
