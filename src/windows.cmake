@@ -5,6 +5,8 @@ add_library(vantrel_windows STATIC
   windows/FieldFocus.cpp
   windows/FileDialog.cpp
   windows/ToolWindow.cpp
+  windows/LegiblePane.cpp
+  windows/ReadOnlyFields.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
   console/Main.cpp

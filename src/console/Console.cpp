@@ -126,6 +126,7 @@ void Console::countDown()
 
 void Console::shutDown()
 {
+    m_flash.closed();
     m_session.waits.closeAll();
     m_link.CloseLink();
     m_log.flush();

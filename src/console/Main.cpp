@@ -7,6 +7,8 @@
 #include "protocol/FlashForm.h"
 #include "ui_Main.h"
 #include "windows/Binder.h"
+#include "windows/LegiblePane.h"
+#include "windows/ReadOnlyFields.h"
 
 #include <QCloseEvent>
 #include <QFontDatabase>
@@ -144,23 +146,6 @@ void Main::onClick(QAbstractButton *button, void (PortControls::*handler)())
     });
 }
 
-void Main::changeEvent(QEvent *event)
-{
-    QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange)
-        colourReadOnlyFields();
-}
-
-/// Fields that only show have the window's colour, fields that take an entry the palette's.
-void Main::colourReadOnlyFields()
-{
-    for (QLineEdit *field : {m_ui->CurrWin, m_ui->ScriptName}) {
-        QPalette colours;
-        colours.setBrush(QPalette::Base, palette().window());
-        field->setPalette(colours);
-    }
-}
-
 /// What the form cannot say: sizes that follow from fonts and screen.
 void Main::arrange()
 {
@@ -180,7 +165,9 @@ void Main::arrange()
     reserve(*m_ui->VoltWin, QStringLiteral("5.00"));
     reserve(*m_ui->CurrWin, QStringLiteral(" 999.99 mA"));
 
-    colourReadOnlyFields();
+    new ReadOnlyFields(*this);
+    new LegiblePane(*m_ui->CmdWin);
+    new LegiblePane(*m_ui->RespWin);
 
     // The rows of all groups stand in line.
     const int rowHeight =

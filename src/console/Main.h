@@ -35,7 +35,6 @@ public:
     ~Main() override;
 
 protected:
-    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
@@ -46,7 +45,6 @@ private:
     void onClick(QAbstractButton *button, void (PortControls::*handler)());
     void voltWinLeft();
     void arrange();
-    void colourReadOnlyFields();
     void shutDown();
     void closeOtherWindows();
 

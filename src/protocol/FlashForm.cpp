@@ -4,6 +4,7 @@
 #include "protocol/FlashScripts.h"
 #include "ui_FlashForm.h"
 #include "windows/Binder.h"
+#include "windows/ReadOnlyFields.h"
 
 namespace vantrel {
 
@@ -11,6 +12,8 @@ FlashForm::FlashForm(FlashScripts &flash, QWidget *parent)
     : ToolWindow(parent), m_flash(flash), m_ui(std::make_unique<Ui::FlashForm>())
 {
     m_ui->setupUi(this);
+    m_ui->Label1->setMinimumWidth(m_ui->Label1->sizeHint().width()); // of its longer caption
+    new ReadOnlyFields(*this);
     m_binder = std::make_unique<Binder>(flash.controls().all, *this);
     connect(m_ui->ScriptEnable, &QPushButton::clicked, this,
             [this] { m_flash.scriptEnableClicked(); });

@@ -20,6 +20,23 @@ constexpr qint16 Enabled = 1;
 constexpr qint16 Undefined = 255;
 } // namespace SlotState
 
+/// Out of the user's reach for as long as this lives.
+class Disabled
+{
+public:
+    explicit Disabled(Control &control) : m_control(control), m_before(control.isEnabled())
+    {
+        control.setEnabled(false);
+    }
+    ~Disabled() { m_control.setEnabled(m_before); }
+    Disabled(const Disabled &) = delete;
+    Disabled &operator=(const Disabled &) = delete;
+
+private:
+    Control &m_control;
+    const bool m_before;
+};
+
 } // namespace
 
 FlashScripts::FlashScripts(Session &session, VornCommands &commands, VornScript &script,
@@ -32,6 +49,7 @@ FlashScripts::FlashScripts(Session &session, VornCommands &commands, VornScript 
 void FlashScripts::opened()
 {
     m_lock.emplace(m_session);
+    ++m_visit;
     for (Control *field : {&m_controls.ScriptName, &m_controls.Status, &m_controls.filename})
         field->setText({});
     m_controls.ScriptEnable.setText(QStringLiteral("Enable"));
@@ -42,6 +60,8 @@ void FlashScripts::opened()
 void FlashScripts::closed()
 {
     m_lock.reset();
+    ++m_visit;
+    m_session.waits.check();
 }
 
 void FlashScripts::scriptEnableClicked()
@@ -68,7 +88,7 @@ QCoro::Task<> FlashScripts::RefreshScriptInfo()
     m_controls.Burn.setEnabled(false);
 
     m_commands.SendFlashScriptInfoQuery(Slot);
-    const bool answered = co_await m_commands.WaitFlashResponse();
+    const bool answered = co_await awaitAnswer();
     if (answered) {
         showSlot();
         m_controls.Burn.setEnabled(true);
@@ -97,7 +117,7 @@ QCoro::Task<> FlashScripts::changeState()
 {
     const bool enable = m_controls.ScriptEnable.text() == QLatin1String("Enable");
     m_commands.SendFlashScriptEnable(Slot, enable);
-    const bool changed = co_await m_commands.WaitFlashResponse();
+    const bool changed = co_await awaitAnswer();
     if (changed) {
         co_await RefreshScriptInfo();
     } else {
@@ -114,17 +134,29 @@ QCoro::Task<> FlashScripts::burn()
                             QStringLiteral("VornScript Files|*.vn"),
                             QStringLiteral("vn"),
                             {}};
+    const int visit = m_visit;
     const QString path = co_await m_dialogs.fileDialog(choice);
-    if (path.isEmpty())
+    if (path.isEmpty() || m_visit != visit)
         co_return; // cancelled: all stays as it is until the next refresh
 
     m_controls.filename.setText(QFileInfo(path).fileName());
-    co_await m_script.LoadVornScript(path);
+    co_await download(path);
+    if (m_visit != visit)
+        co_return;
     if (m_session.ScriptError) {
         co_await showFailure(QStringLiteral("Load Failed"));
     } else {
         offerNaming();
     }
+}
+
+/// Nothing may come between the packets of a script: neither another script nor an order to
+/// program.
+QCoro::Task<> FlashScripts::download(QString path)
+{
+    const Disabled burn(m_controls.Burn);
+    const Disabled program(m_controls.BtnProgram);
+    co_await m_script.LoadVornScript(path);
 }
 
 void FlashScripts::offerNaming()
@@ -140,12 +172,19 @@ QCoro::Task<> FlashScripts::program()
 {
     m_session.FlashScriptName = m_controls.ScriptName.text();
     m_commands.SendFlashScriptProgram(Slot);
-    const bool programmed = co_await m_commands.WaitFlashResponse();
+    const bool programmed = co_await awaitAnswer();
     if (programmed) {
         co_await RefreshScriptInfo();
     } else {
         co_await showFailure(QStringLiteral("Failed to Program"));
     }
+}
+
+QCoro::Task<bool> FlashScripts::awaitAnswer()
+{
+    const std::function<bool()> abandoned = [this, visit = m_visit] { return m_visit != visit; };
+    const bool success = co_await m_commands.WaitFlashResponse(abandoned);
+    co_return success;
 }
 
 /// Nobody is left to read it once the window has closed.

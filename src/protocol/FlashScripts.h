@@ -34,6 +34,10 @@ struct FlashControls
 /// What the window `FlashForm` does: shows the script in the tester's flash, enables and disables
 /// it, replaces it. Each handler runs inside the error boundary and returns at once. The main
 /// window is disabled while the window is open.
+///
+/// Closing the window ends a wait for an answer at once. A download under way goes on to its own
+/// end, with the main window disabled for so long: a tester that has half a script would take
+/// whatever comes next for the other half.
 class FlashScripts
 {
 public:
@@ -54,6 +58,8 @@ private:
     QCoro::Task<> changeState();
     QCoro::Task<> burn();
     QCoro::Task<> program();
+    QCoro::Task<> download(QString path);
+    QCoro::Task<bool> awaitAnswer();
     QCoro::Task<> showFailure(QString text);
     void showSlot();
     void offerNaming();
@@ -65,6 +71,7 @@ private:
     ErrorBoundary &m_errors;
     FlashControls m_controls;
     std::optional<MainWindowLock> m_lock; // while the window is open
+    int m_visit = 0;                      // counts the times that the window has opened or closed
 };
 
 } // namespace vantrel

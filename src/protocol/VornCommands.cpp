@@ -179,12 +179,14 @@ void VornCommands::SendFlashScriptInfoQuery(int slot)
     sendFlash(slot, FlashOperation::InfoQuery);
 }
 
-QCoro::Task<bool> VornCommands::WaitFlashResponse()
+QCoro::Task<bool> VornCommands::WaitFlashResponse(std::function<bool()> abandoned)
 {
-    const auto answered = [this] { return m_session.FlashStatus != 0; };
-    const WaitEnd end =
-        co_await m_session.waits.until(answered, deadlineIn(m_session, AnswerTicks));
-    co_return end == WaitEnd::Answered &&m_session.FlashStatus == 1;
+    const auto givenUp = [this, abandoned, losses = m_session.LinkLosses] {
+        return m_session.LinkLosses != losses || (abandoned && abandoned());
+    };
+    const auto ended = [this, givenUp] { return m_session.FlashStatus != 0 || givenUp(); };
+    co_await m_session.waits.until(ended, deadlineIn(m_session, AnswerTicks));
+    co_return m_session.FlashStatus == 1 && !givenUp();
 }
 
 void VornCommands::SendFirmwareStart(qint32 length)

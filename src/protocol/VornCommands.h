@@ -5,6 +5,8 @@
 #include <QCoroTask>
 #include <QtGlobal>
 
+#include <functional>
+
 namespace vantrel {
 
 struct Session;
@@ -56,8 +58,9 @@ public:
     /// doubled: the tester takes the name as it stands.
     void SendFlashScriptProgram(int slot);
     void SendFlashScriptInfoQuery(int slot);
-    /// Waits up to 20 ticks for the answer to a flash command; true when it reported success.
-    QCoro::Task<bool> WaitFlashResponse();
+    /// Waits up to 20 ticks for the answer to a flash command; true when it reported success. Ends
+    /// at once, with false, when the link is lost or `abandoned` becomes true.
+    QCoro::Task<bool> WaitFlashResponse(std::function<bool()> abandoned = {});
 
     /// `length` in bytes.
     void SendFirmwareStart(qint32 length);

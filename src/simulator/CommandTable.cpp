@@ -142,8 +142,8 @@ Reply versionQuery(TesterState &state, const ByteReader &command)
 
 Reply scriptDownloadEnd(TesterState &state, const ByteReader &command)
 {
-    const auto index = static_cast<quint16>(state.script.steps().size());
-    return stepReport(index, byteAt(command, 1));
+    const qsizetype index = std::min(state.script.steps().size(), ScriptMemory::LastIndex);
+    return stepReport(static_cast<quint16>(index), byteAt(command, 1));
 }
 
 Reply scriptOption(TesterState &state, const ByteReader &command)

@@ -31,6 +31,15 @@ struct Faults
     std::optional<quint8> deviceStatus;
     /// Step of a script download, from 0, at which the tester refuses the script.
     std::optional<qint32> refusedStep;
+    /// Operations on the scripts in flash, by their number, that end in a command error. To program
+    /// erases first: the slot is empty then. The others change nothing.
+    CommandSet flashFailure;
+    /// State that is reported of every flash slot, whatever it holds.
+    std::optional<quint8> flashState;
+    /// Bytes of its body to which each answer to a command, a command error included, is cut.
+    std::optional<qint32> shortReply;
+    /// Each answer to a command is sent twice.
+    bool doubleReply = false;
     /// Bytes put in front of each packet.
     QByteArray garbage;
     /// Bytes a write; 0 writes a packet whole.

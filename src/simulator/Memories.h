@@ -26,6 +26,7 @@ public:
     };
 
     const Slot &slot(quint8 index) { return m_slots[index]; }
+    void erase(quint8 index) { m_slots.remove(index); }
     /// Has no effect on an empty slot.
     void setEnabled(quint8 index, bool enabled);
     /// The slot is disabled afterwards.
@@ -56,6 +57,9 @@ private:
 class ScriptMemory
 {
 public:
+    /// Index of the last step that a report can name. It belongs to the end of the script.
+    static constexpr qsizetype LastIndex = 0xFFFF;
+
     void startDownload();
     /// Leaves download mode with what has been stored so far.
     void endDownload() { m_mode = Mode::Idle; }

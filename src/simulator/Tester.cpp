@@ -101,26 +101,31 @@ void Tester::endStaleDownload()
         m_state.script.endDownload();
 }
 
-/// Too many bytes for the memory, or a step that is chosen to be refused.
+/// Too many bytes for the memory, too many steps to number, or a step that is chosen to be refused.
 bool Tester::refusesStep(const QByteArray &command) const
 {
     const ScriptMemory &script = m_state.script;
-    if (!script.isDownloading() || ByteReader(command).at(1) == wire::Command::ScriptDownloadStart)
+    const auto code = ByteReader(command).at(1);
+    if (!script.isDownloading() || code == wire::Command::ScriptDownloadStart)
         return false;
+    const bool unnumbered = script.steps().size() == ScriptMemory::LastIndex &&
+                            code != wire::Command::ScriptDownloadEnd;
     const qsizetype memory = qsizetype{m_state.settings.ramK} * 1024;
-    return script.steps().size() == m_faults.refusedStep || script.size() + command.size() > memory;
+    return unnumbered || script.steps().size() == m_faults.refusedStep ||
+           script.size() + command.size() > memory;
 }
 
 /// The console learns of a refusal while the rest of the script is on its way. That must not be
-/// taken for commands: it is dropped up to its end, to the next download, or until the console
-/// gives up and switches automatic mode back on.
+/// taken for commands: it is dropped up to its end, to the next download, or to a silence of
+/// DownloadTimeout. No other command ends the dropping, because any may be a step; the console
+/// stays silent longer than that before it gives up and switches automatic mode back on.
 bool Tester::belongsToRefusedScript(const QByteArray &command)
 {
     if (!m_state.script.isRefused())
         return false;
     const ByteReader reader(command);
     const bool ends = reader.at(1) == wire::Command::ScriptDownloadEnd;
-    if (ends || reader.at(1) == wire::Command::ScriptDownloadStart || isAutoModeOn(reader))
+    if (ends || reader.at(1) == wire::Command::ScriptDownloadStart)
         m_state.script.endDownload();
     return ends || m_state.script.isRefused();
 }
@@ -146,10 +151,18 @@ bool Tester::answer(const QByteArray &command)
     if (m_faults.silence.contains(ByteReader(command).at(1).value_or(0)))
         return reply.has_value();
     if (!reply)
-        reportCommandError();
+        sendAnswer(ByteWriter{Report::CommandError}.take());
     else if (!reply->isEmpty())
-        sendPacket(*reply);
+        sendAnswer(*reply);
     return reply.has_value();
+}
+
+void Tester::sendAnswer(const QByteArray &body)
+{
+    const QByteArray sent = body.left(m_faults.shortReply.value_or(body.size()));
+    sendPacket(sent);
+    if (m_faults.doubleReply)
+        sendPacket(sent);
 }
 
 /// What goes wrong with a command goes wrong with a step of a running script as well.
@@ -161,7 +174,24 @@ std::optional<QByteArray> Tester::carryOut(const QByteArray &command)
     if (code == wire::Command::DeviceRequest && m_faults.deviceStatus &&
         !m_state.script.isDownloading())
         return ByteWriter{DeviceRequestReply, *m_faults.deviceStatus}.take();
+    if (code == wire::Command::FlashScript && !m_state.script.isDownloading())
+        return carryOutOnFlash(command);
     return execute(m_state, command);
+}
+
+std::optional<QByteArray> Tester::carryOutOnFlash(const QByteArray &command)
+{
+    const ByteReader reader(command);
+    const auto operation = reader.at(3);
+    if (operation && m_faults.flashFailure.contains(*operation)) {
+        if (operation == wire::FlashOperation::Program)
+            m_state.flash.erase(reader.at(2).value_or(0));
+        return std::nullopt;
+    }
+    auto reply = execute(m_state, command);
+    if (reply && operation == wire::FlashOperation::InfoQuery && m_faults.flashState)
+        (*reply)[1] = static_cast<char>(*m_faults.flashState);
+    return reply;
 }
 
 void Tester::followBus()

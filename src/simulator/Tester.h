@@ -104,7 +104,9 @@ signals:
 private:
     void handle(const QByteArray &command);
     bool answer(const QByteArray &command);
+    void sendAnswer(const QByteArray &body);
     std::optional<QByteArray> carryOut(const QByteArray &command);
+    std::optional<QByteArray> carryOutOnFlash(const QByteArray &command);
     void endStaleDownload();
     bool refusesStep(const QByteArray &command) const;
     bool belongsToRefusedScript(const QByteArray &command);

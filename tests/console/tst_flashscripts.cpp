@@ -1,42 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "support/ConsoleBench.h"
-#include "support/Hex.h"
-
-#include <QTest>
+#include "console/FlashBench.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
 
-namespace {
-
-struct FlashBench : ConsoleBench
-{
-    FlashBench() { run(); }
-
-    /// Opens the window over a slot of this state and name.
-    void open(const QByteArray &reply)
-    {
-        flash.opened();
-        answer(reply);
-        serial->takeWritten();
-    }
-    void download()
-    {
-        QFile script(directory.filePath(QStringLiteral("new.vn")));
-        if (!script.open(QIODevice::WriteOnly) || script.write("\x1bS!\x1b"
-                                                               "E") != 5)
-            qFatal("no script file");
-        script.close();
-        dialogs.paths = {script.fileName()};
-        flash.burnClicked();
-    }
-
-    FlashScripts &flash = console.flash();
-    FlashControls &controls = flash.controls();
-};
-
-} // namespace
-
+/// The script in the tester's flash: shown, enabled and disabled, replaced.
 class tst_flashscripts : public QObject
 {
     Q_OBJECT
@@ -46,10 +14,11 @@ private slots:
     void states_data();
     void states();
     void noAnswer();
-    void withoutConnection();
+    void readFails_data() { answerFails_data(); }
     void changingState_data();
     void changingState();
-    void stateChangeFails_data();
+    void answerFails_data();
+    void stateChangeFails_data() { answerFails_data(); }
     void stateChangeFails();
     void dialog();
     void cancelledDialog();
@@ -58,11 +27,16 @@ private slots:
     void vanishedFile();
     void names_data();
     void names();
+    void programFails_data() { answerFails_data(); }
     void programFails();
-    void mainWindowStaysDisabled();
-    void closedWhileWaiting();
-    void twoWaitsAtOnce();
     void downloadEndsARun();
+    void readFails();
+    void stateReadAgain_data();
+    void stateReadAgain();
+    void duringTheDialog();
+    void outOfReachDuringADownload();
+    void refused();
+    void pollingGoesOn();
 };
 
 void tst_flashscripts::opening()
@@ -134,19 +108,6 @@ void tst_flashscripts::noAnswer()
     QVERIFY(!bench.controls.Burn.isEnabled());
 }
 
-void tst_flashscripts::withoutConnection()
-{
-    ConsoleBench bench;
-    bench.console.flash().opened();
-    QVERIFY(
-        bench.main.CmdWin.text().endsWith(QLatin1String("\r\nNot connected: nothing was sent")));
-    bench.tick(20);
-    QCOMPARE(bench.dialogs.messages.size(), 1);
-    QCOMPARE(bench.dialogs.messages[0].text,
-             QStringLiteral("Failed to read Script Info from Vorn 1"));
-    QVERIFY(!bench.console.flash().controls().Burn.isEnabled());
-}
-
 void tst_flashscripts::changingState_data()
 {
     QTest::addColumn<QByteArray>("before");
@@ -178,7 +139,7 @@ void tst_flashscripts::changingState()
     QTEST(bench.controls.Status.text(), "status");
 }
 
-void tst_flashscripts::stateChangeFails_data()
+void tst_flashscripts::answerFails_data()
 {
     QTest::addColumn<bool>("silent");
     QTest::newRow("time-out") << true;
@@ -191,12 +152,7 @@ void tst_flashscripts::stateChangeFails()
     FlashBench bench;
     bench.open("b1 00 41"_hex);
     bench.flash.scriptEnableClicked();
-    if (silent) {
-        bench.tick(20);
-    } else {
-        bench.session.FlashStatus = 2;
-        bench.session.waits.check();
-    }
+    bench.fail(silent);
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Failed to Change Script Status"));
     QCOMPARE(bench.dialogs.messages[0].title, QStringLiteral("Vantrel - Error"));
@@ -251,6 +207,12 @@ void tst_flashscripts::loadFails()
     bench.tick(50);
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Load Failed"));
+    QCOMPARE(bench.dialogs.messages[0].title, QStringLiteral("Vantrel - Error"));
+    QCOMPARE(bench.controls.Label1.text(), QStringLiteral("Current Script Name"));
+    QCOMPARE(bench.controls.ScriptName.text(), QStringLiteral("A"));
+    QVERIFY(bench.controls.ScriptName.isLocked());
+    QVERIFY(!bench.controls.ScriptEnable.isEnabled());
+    QVERIFY(bench.controls.Burn.isEnabled());
     QCOMPARE(bench.main.ScriptIdx.text(), QStringLiteral("Load Error"));
     QVERIFY(!bench.controls.BtnProgram.isVisible());
 }
@@ -307,48 +269,16 @@ void tst_flashscripts::programFails()
     bench.answer("a0 00 00 21"_hex);
     bench.controls.ScriptName.adoptText(QStringLiteral("Mine"));
     bench.flash.programClicked();
-    bench.tick(20);
+    QFETCH(bool, silent);
+    bench.fail(silent);
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Failed to Program"));
+    QCOMPARE(bench.dialogs.messages[0].title, QStringLiteral("Vantrel - Error"));
+    QCOMPARE(bench.controls.Label1.text(), QStringLiteral("New Script Name"));
+    QVERIFY(!bench.controls.ScriptName.isLocked());
+    QVERIFY(bench.controls.BtnProgram.isEnabled());
     QCOMPARE(bench.controls.ScriptName.text(), QStringLiteral("Mine"));
     QVERIFY(bench.controls.BtnProgram.isVisible());
-}
-
-void tst_flashscripts::mainWindowStaysDisabled()
-{
-    FlashBench bench;
-    bench.open("b1 00 41"_hex);
-    bench.download();
-    bench.answer("a0 00 00 21"_hex);
-    QVERIFY(!bench.session.ScriptBusy);
-    QVERIFY(!bench.main.Window.isEnabled()); // the download is over, the window is not
-    bench.flash.closed();
-    QVERIFY(bench.main.Window.isEnabled());
-}
-
-void tst_flashscripts::closedWhileWaiting()
-{
-    FlashBench bench;
-    bench.flash.opened();
-    bench.flash.closed();
-    bench.tick(20);
-    QVERIFY(bench.dialogs.messages.isEmpty());
-    QCOMPARE(bench.session.waits.pendingCount(), 0);
-}
-
-void tst_flashscripts::twoWaitsAtOnce()
-{
-    FlashBench bench;
-    bench.flash.opened();
-    bench.tick(15);
-    bench.download();
-    bench.answer("a0 00 00 21"_hex); // the later wait is answered first, and goes on at once
-    QCOMPARE(bench.controls.Label1.text(), QStringLiteral("New Script Name"));
-    QVERIFY(bench.dialogs.messages.isEmpty());
-    bench.tick(4);
-    QVERIFY(bench.dialogs.messages.isEmpty());
-    bench.tick();
-    QCOMPARE(bench.dialogs.messages.size(), 1); // the earlier one at its own time
 }
 
 void tst_flashscripts::downloadEndsARun()
@@ -363,6 +293,123 @@ void tst_flashscripts::downloadEndsARun()
     bench.answer("a0 00 00 21"_hex);
     QVERIFY(!bench.session.ScriptBusy);
     QVERIFY(bench.main.ScriptLoad.isEnabled());
+}
+
+void tst_flashscripts::readFails()
+{
+    QFETCH(bool, silent);
+    FlashBench bench;
+    bench.open("b1 00 41 42"_hex);
+    bench.flash.scriptEnableClicked();
+    bench.answer("b1"_hex);
+    QVERIFY(!bench.controls.Burn.isEnabled());
+    bench.fail(silent);
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.dialogs.messages[0].text,
+             QStringLiteral("Failed to read Script Info from Vorn 1"));
+    QCOMPARE(bench.dialogs.messages[0].title, QStringLiteral("Vantrel - Error"));
+    QVERIFY(!bench.controls.Burn.isEnabled());
+    QCOMPARE(bench.controls.Status.text(), QStringLiteral("Disabled")); // as it was
+    QCOMPARE(bench.controls.ScriptName.text(), QStringLiteral("AB"));
+    QCOMPARE(bench.controls.ScriptEnable.text(), QStringLiteral("Enable"));
+    QVERIFY(bench.controls.ScriptEnable.isEnabled());
+}
+
+void tst_flashscripts::stateReadAgain_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<QString>("status");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("undefined") << "b1 ff 43"_hex
+                               << "Undefined"
+                               << "";
+    QTest::newRow("another") << "b1 02 43"_hex
+                             << "Enabled"
+                             << "AB";
+    QTest::newRow("254") << "b1 fe 43"_hex
+                         << "Enabled"
+                         << "AB";
+    QTest::newRow("nothing of the slot") << "b1 00"_hex
+                                         << "Enabled"
+                                         << "AB";
+}
+
+/// Over a slot that was enabled: its button stays as it is.
+void tst_flashscripts::stateReadAgain()
+{
+    QFETCH(QByteArray, reply);
+    FlashBench bench;
+    bench.open("b1 01 41 42"_hex);
+    bench.flash.scriptEnableClicked();
+    bench.answer("b1"_hex);
+    bench.answer(reply);
+    QTEST(bench.controls.Status.text(), "status");
+    QTEST(bench.controls.ScriptName.text(), "name");
+    QCOMPARE(bench.controls.ScriptEnable.text(), QStringLiteral("Disable"));
+    QVERIFY(bench.controls.ScriptEnable.isEnabled());
+    QVERIFY(bench.controls.Burn.isEnabled());
+    QVERIFY(bench.dialogs.messages.isEmpty());
+}
+
+void tst_flashscripts::duringTheDialog()
+{
+    FlashBench bench;
+    bench.open("b1 00 41"_hex);
+    bench.session.ScriptError = true;
+    bool looked = false;
+    bench.dialogs.onChoice = [&] {
+        looked = true;
+        QVERIFY(!bench.controls.ScriptEnable.isEnabled());
+        QVERIFY(!bench.session.ScriptError);
+    };
+    bench.flash.burnClicked();
+    QVERIFY(looked);
+}
+
+void tst_flashscripts::outOfReachDuringADownload()
+{
+    FlashBench bench;
+    bench.open("b1 00 41"_hex);
+    bench.download();
+    QVERIFY(!bench.controls.Burn.isEnabled());
+    bench.answer("a0 00 00 21"_hex);
+    QVERIFY(bench.controls.Burn.isEnabled());
+
+    // Another script in place of the one that is about to be programmed.
+    bench.download();
+    QVERIFY(!bench.controls.Burn.isEnabled());
+    QVERIFY(!bench.controls.BtnProgram.isEnabled());
+    QVERIFY(bench.controls.BtnProgram.isVisible());
+    bench.tick(50);
+    QVERIFY(bench.controls.Burn.isEnabled());
+    QVERIFY(bench.controls.BtnProgram.isEnabled());
+}
+
+void tst_flashscripts::refused()
+{
+    FlashBench bench;
+    bench.open("b1 00 41"_hex);
+    bench.download();
+    bench.answer("97"_hex);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    bench.answer("a0 00 00 21"_hex);
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Load Failed"));
+    QVERIFY(!bench.controls.BtnProgram.isVisible());
+}
+
+void tst_flashscripts::pollingGoesOn()
+{
+    FlashBench bench;
+    bench.flash.opened();
+    bench.serial->takeWritten();
+    bench.second();
+    QCOMPARE(bench.serial->takeWritten(), "1b53 0e 1b45 1b53 0b 1b45"_hex);
+    bench.answer("8b 4c"_hex);
+    QCOMPARE(bench.main.vornstate.text(), QStringLiteral("Suspended"));
+    QCOMPARE(bench.session.waits.pendingCount(), 1);
+    bench.answer("b1 01 41"_hex);
+    QCOMPARE(bench.controls.Status.text(), QStringLiteral("Enabled"));
 }
 
 QTEST_GUILESS_MAIN(tst_flashscripts)

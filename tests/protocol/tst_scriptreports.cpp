@@ -209,6 +209,10 @@ void TestScriptReports::progress_data()
         << QStringLiteral("Load Error") << "a0 00 01 01"_hex << QStringLiteral(" 1");
     QTest::newRow("almost running")
         << QStringLiteral("running") << "a0 00 01 83"_hex << QStringLiteral(" 1");
+    QTest::newRow("more than running")
+        << QStringLiteral("Running ") << "a0 00 01 83"_hex << QStringLiteral(" 1");
+    QTest::newRow("caption of the button")
+        << QStringLiteral("Run") << "a0 00 01 83"_hex << QStringLiteral(" 1");
     QTest::newRow("nested report")
         << QString() << "a0 00 05 a0 00 06 a1 00 07"_hex << QStringLiteral(" 5");
     QTest::newRow("unknown code") << QString() << "a0 00 05 86"_hex << QStringLiteral(" 5");

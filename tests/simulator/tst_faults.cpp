@@ -17,6 +17,12 @@ private slots:
     void refusalByCommand();
     void refusedAndSilent();
     void wrongStatus();
+    void shortReply_data();
+    void shortReply();
+    void shortReplyLeavesReports();
+    void doubleReply();
+    void doubleReplyLeavesReports();
+    void shortAndDouble();
     void delay();
     void delayKeepsTheOrder();
     void newConversationForgetsDelayed();
@@ -96,6 +102,85 @@ void tst_faults::wrongStatus()
     QCOMPARE(talk.ask("01 02 80 06 0001 0000 1200"_hex), packet("81 1b1b"_hex));
     talk.tester().faults().deviceStatus.reset();
     QCOMPARE(talk.ask("01 02 80 08 0000 0000 0100"_hex), packet("81 00 00"_hex)); // not reached
+}
+
+void tst_faults::shortReply_data()
+{
+    QTest::addColumn<int>("bytes");
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::newRow("nothing") << 0 << "0f"_hex << QByteArray();
+    QTest::newRow("code") << 1 << "0f"_hex
+                          << "8f"_hex;
+    QTest::newRow("version without RAM") << 4 << "0f"_hex
+                                         << "8f 02 03 0c"_hex;
+    QTest::newRow("one less") << 5 << "0f"_hex
+                              << "8f 02 03 0c 00"_hex;
+    QTest::newRow("just whole") << 6 << "0f"_hex
+                                << "8f 02 03 0c 0040"_hex;
+    QTest::newRow("shorter anyway") << 6 << "0b"_hex
+                                    << "8b 44"_hex;
+    QTest::newRow("flash slot") << 2 << "31 00 03"_hex
+                                << "b1 ff"_hex;
+    QTest::newRow("command error") << 0 << "ff"_hex << QByteArray();
+    QTest::newRow("command error, whole") << 1 << "ff"_hex
+                                          << "95"_hex;
+}
+
+void tst_faults::shortReply()
+{
+    QFETCH(int, bytes);
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, answer);
+    Talk talk;
+    talk.tester().faults().shortReply = bytes;
+    QCOMPARE(talk.ask(command), packet(answer));
+}
+
+void tst_faults::shortReplyLeavesReports()
+{
+    Talk talk;
+    talk.tester().faults().shortReply = 1;
+    QCOMPARE(talk.ask("07 00 01"_hex), packet("87"_hex) + packet("90 00 02 00 f305 0700"_hex) +
+                                           packet("90 00 03 00 ce0f 6601"_hex));
+    QCOMPARE(talk.ask("22 01"_hex), QByteArray()); // has no reply to cut
+    talk.tester().reportTrigger(1);
+    QCOMPARE(talk.take(), packet("96 01"_hex));
+}
+
+void tst_faults::doubleReply()
+{
+    Talk talk;
+    talk.tester().faults().doubleReply = true;
+    talk.tester().receive(packet("0b"_hex));
+    QCOMPARE(talk.writes, (QList<QByteArray>{packet("8b 44"_hex), packet("8b 44"_hex)}));
+    talk.take();
+    QCOMPARE(talk.ask("ff"_hex), packet("95"_hex) + packet("95"_hex));
+    QCOMPARE(talk.ask("22 01"_hex), QByteArray());
+    talk.ask("0c"_hex);
+    QCOMPARE(talk.ask("0b"_hex), packet("a0 0000 0b"_hex) + packet("a0 0000 0b"_hex));
+    QCOMPARE(talk.tester().state().script.steps().size(), 1);
+}
+
+void tst_faults::doubleReplyLeavesReports()
+{
+    Talk talk;
+    talk.tester().faults().doubleReply = true;
+    QCOMPARE(talk.ask("07 00 01"_hex), packet("87"_hex) + packet("87"_hex) +
+                                           packet("90 00 02 00 f305 0700"_hex) +
+                                           packet("90 00 03 00 ce0f 6601"_hex));
+    talk.tester().reportTrigger(1);
+    QCOMPARE(talk.take(), packet("96 01"_hex));
+}
+
+void tst_faults::shortAndDouble()
+{
+    Talk talk;
+    talk.tester().faults().shortReply = 2;
+    talk.tester().faults().doubleReply = true;
+    QCOMPARE(talk.ask("0f"_hex), packet("8f 02"_hex) + packet("8f 02"_hex));
+    talk.tester().faults().silence.codes = {0x0F};
+    QCOMPARE(talk.ask("0f"_hex), QByteArray());
 }
 
 void tst_faults::delay()

@@ -142,6 +142,11 @@ QByteArray shown(const Faults &faults)
     return "silence=" + set(faults.silence) + " refusal=" + set(faults.refusal) +
            " delay=" + QByteArray::number(faults.delay) +
            " status=" + QByteArray::number(faults.deviceStatus ? *faults.deviceStatus : -1) +
+           " step=" + QByteArray::number(faults.refusedStep.value_or(-1)) +
+           " flash=" + set(faults.flashFailure) +
+           " state=" + QByteArray::number(faults.flashState ? *faults.flashState : -1) +
+           " short=" + QByteArray::number(faults.shortReply.value_or(-1)) +
+           " double=" + QByteArray::number(static_cast<int>(faults.doubleReply)) +
            " garbage=" + faults.garbage.toHex() +
            " fragment=" + QByteArray::number(faults.fragment) +
            " pause=" + QByteArray::number(faults.fragmentPause) +
@@ -149,7 +154,8 @@ QByteArray shown(const Faults &faults)
 }
 
 const QByteArray Healthy =
-    "silence= refusal= delay=0 status=-1 garbage= fragment=0 pause=0 drop=-1";
+    "silence= refusal= delay=0 status=-1 step=-1 flash= state=-1 short=-1 double=0 garbage= "
+    "fragment=0 pause=0 drop=-1";
 
 } // namespace
 
@@ -166,6 +172,14 @@ void tst_operatorcommands::faults_data()
     row("fault refusal 0x31", "refusal=", "refusal=31");
     row("fault delay 1500", "delay=0", "delay=1500");
     row("fault status 0x0E", "status=-1", "status=14");
+    row("fault refuse-step 300", "step=-1", "step=300");
+    row("fault flash-fails all", "flash=", "flash=all");
+    row("fault flash-fails 2,0x03", "flash=", "flash=2 3");
+    row("fault flash-state 0", "state=-1", "state=0");
+    row("fault flash-state 255", "state=-1", "state=255");
+    row("fault short-reply 0", "short=-1", "short=0");
+    row("fault short-reply 2", "short=-1", "short=2");
+    row("fault double on", "double=0", "double=1");
     row("fault garbage 00 1b ff", "garbage=", "garbage=001bff");
     row("fault fragment 1", "fragment=0", "fragment=1");
     row("fault pause 20", "pause=0", "pause=20");
@@ -202,6 +216,13 @@ void tst_operatorcommands::badFaultValues_data()
     row("delay", "-1");
     row("delay", "3600001");
     row("status", "0x100");
+    row("flash-fails", "program");
+    row("flash-state", "256");
+    row("flash-state", "");
+    row("short-reply", "-1");
+    row("short-reply", "2147483648");
+    row("double", "");
+    row("double", "2");
     row("garbage", "");
     row("garbage", "1");
     row("garbage", "gg");

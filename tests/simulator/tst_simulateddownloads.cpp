@@ -9,12 +9,24 @@ using namespace vantrel::simulator;
 
 namespace {
 
-Settings withOneKilobyte()
+Settings withKilobytes(quint16 ramK)
 {
     Settings settings;
-    settings.ramK = 1;
+    settings.ramK = ramK;
     return settings;
 }
+
+/// A download that has stored 65535 steps, with memory for more.
+struct LongDownload : ScriptTalk
+{
+    LongDownload() : ScriptTalk(withKilobytes(1024))
+    {
+        tester().setRecording(false);
+        ask("0c"_hex);
+        tester().receive(packet("0b"_hex).repeated(65535));
+        take();
+    }
+};
 
 } // namespace
 
@@ -30,10 +42,14 @@ private slots:
     void refusedAtAStep();
     void refusedAtItsEnd();
     void nextDownloadEndsTheDropping();
-    void automaticModeEndsTheDropping();
+    void automaticModeMayBeAStep();
+    void consoleGivesUp();
     void newConversationEndsTheDropping();
     void refusedForLackOfMemory();
     void exactlyFillsTheMemory();
+    void endWithTheLastIndex();
+    void refusedForLackOfIndices();
+    void longestRunWithoutAnEnd();
     void refusalByText();
     void silentDownloadIsOver();
     void silentRefusedDownloadIsOver();
@@ -125,18 +141,35 @@ void tst_simulateddownloads::nextDownloadEndsTheDropping()
     QCOMPARE(talk.ask("0b"_hex), packet("a0 0000 0b"_hex));
 }
 
-void tst_simulateddownloads::automaticModeEndsTheDropping()
+void tst_simulateddownloads::automaticModeMayBeAStep()
 {
     ScriptTalk talk;
     talk.faults().refusedStep = 0;
     talk.ask("0c"_hex);
     QCOMPARE(talk.ask("0b"_hex), packet("97"_hex));
-    QCOMPARE(talk.ask("07 00 00"_hex), QByteArray());
-    QCOMPARE(talk.ask("07 02 01"_hex), QByteArray());
-    QCOMPARE(talk.ask("0b"_hex), QByteArray());
+    for (const QByteArray &rest : {"07 00 00"_hex, "07 02 01"_hex, "07 00 01"_hex, "02 00"_hex})
+        QCOMPARE(talk.ask(rest), QByteArray());
+    QVERIFY(!talk.tester().state().automaticMode.isOn());
+    QVERIFY(!talk.tester().state().port.autoRecovery());
+    QVERIFY(talk.tester().state().port.vbus());
+    QCOMPARE(talk.ask("21"_hex), QByteArray());
+
+    QCOMPARE(talk.ask("07 00 01"_hex), packet("87"_hex) + Connects); // the console's own
+    QVERIFY(talk.tester().state().automaticMode.isOn());
+}
+
+/// It stops sending in the middle of the script and waits five seconds for its end.
+void tst_simulateddownloads::consoleGivesUp()
+{
+    ScriptTalk talk;
+    talk.faults().refusedStep = 0;
+    talk.ask("0c"_hex);
+    QCOMPARE(talk.ask("0b"_hex), packet("97"_hex));
+    QCOMPARE(talk.ask("07 00 01"_hex), QByteArray());
+    talk.tester().receive("1b53 02"_hex); // cut at the end of a chunk
+    talk.after(5000);
     QCOMPARE(talk.ask("07 00 01"_hex), packet("87"_hex) + Connects);
     QCOMPARE(talk.ask("0b"_hex), packet("8b 44"_hex));
-    QVERIFY(!talk.tester().state().port.autoRecovery());
 }
 
 void tst_simulateddownloads::newConversationEndsTheDropping()
@@ -151,7 +184,7 @@ void tst_simulateddownloads::newConversationEndsTheDropping()
 
 void tst_simulateddownloads::refusedForLackOfMemory()
 {
-    ScriptTalk talk(withOneKilobyte());
+    ScriptTalk talk(withKilobytes(1));
     talk.ask("0c"_hex);
     QCOMPARE(talk.ask("28"_hex + QByteArray(1022, 'x')), packet("a0 0000 28"_hex));
     QCOMPARE(talk.ask("02 00"_hex), packet("97"_hex)); // the 1024th and 1025th byte
@@ -166,13 +199,45 @@ void tst_simulateddownloads::refusedForLackOfMemory()
 
 void tst_simulateddownloads::exactlyFillsTheMemory()
 {
-    ScriptTalk talk(withOneKilobyte());
+    ScriptTalk talk(withKilobytes(1));
     for (int i = 0; i < 2; ++i) { // what the first one took does not count the second time
         talk.ask("0c"_hex);
         QCOMPARE(talk.ask("28"_hex + QByteArray(1022, 'x')), packet("a0 0000 28"_hex));
         QCOMPARE(talk.ask("21"_hex), packet("a0 0001 21"_hex));
     }
     QCOMPARE(talk.tester().state().script.size(), 1024);
+}
+
+void tst_simulateddownloads::endWithTheLastIndex()
+{
+    LongDownload talk;
+    QCOMPARE(talk.ask("21"_hex), packet("a0 ffff 21"_hex));
+    QCOMPARE(talk.steps().size(), 65536);
+    QCOMPARE(talk.ask("21"_hex), packet("a0 ffff 21"_hex)); // outside a download: the same end
+    QCOMPARE(talk.ask("0b"_hex), packet("8b 44"_hex));
+}
+
+void tst_simulateddownloads::refusedForLackOfIndices()
+{
+    LongDownload talk;
+    QCOMPARE(talk.ask("0b"_hex), packet("97"_hex));
+    QVERIFY(talk.steps().isEmpty());
+    QCOMPARE(talk.ask("0b"_hex), QByteArray());
+    QCOMPARE(talk.ask("21"_hex), QByteArray());
+
+    QCOMPARE(talk.ask("0c"_hex), packet("8c"_hex));
+    QCOMPARE(talk.ask("0b"_hex), packet("a0 0000 0b"_hex));
+}
+
+void tst_simulateddownloads::longestRunWithoutAnEnd()
+{
+    LongDownload talk;
+    talk.after(4000); // given up without an end
+    talk.ask("0d"_hex);
+    talk.tester().clock().advance(5 * 65534);
+    talk.take();
+    QCOMPARE(talk.after(5), packet("a0 fffe 8b 44"_hex));
+    QCOMPARE(talk.after(5), packet("a0 ffff a1 ffff"_hex));
 }
 
 void tst_simulateddownloads::refusalByText()

@@ -3,7 +3,9 @@
 #include "support/Hex.h"
 #include "windows/DialogBench.h"
 
+#include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -22,6 +24,17 @@ struct FlashFormBench : WindowBench
         find<QAction>("UtilFM").trigger();
     }
 
+    /// Chooses a new script; the tester has not reported its end yet.
+    void load()
+    {
+        QFile script(directory.filePath(QStringLiteral("new.vn")));
+        if (!script.open(QIODevice::WriteOnly) || script.write("1b53 21 1b45"_hex) != 5)
+            qFatal("no script file");
+        script.close();
+        dialogs.paths = {script.fileName()};
+        burn.trigger();
+    }
+
     /// The main window, controls and menus alike.
     bool usable()
     {
@@ -30,6 +43,8 @@ struct FlashFormBench : WindowBench
             qFatal("half a window is disabled");
         return controls;
     }
+
+    FlashScripts &flash() { return console.flash(); }
 
     FlashForm &form = find<FlashForm>("FlashForm");
     QPushButton &program = child<QPushButton>(form, "BtnProgram");
@@ -54,6 +69,10 @@ private slots:
     void opensAgain();
     void mainWindowClosesIt();
     void boxOverTheDisabledMainWindow();
+    void captions();
+    void escapeDuringADownload();
+    void fieldsShowWhetherTheyTakeAnEntry();
+    void keyboardAlone();
 };
 
 void TestFlashForm::openingAndClosing()
@@ -99,12 +118,7 @@ void TestFlashForm::newScriptIsNamedAndProgrammed()
 {
     FlashFormBench bench;
     bench.answer("b1 ff"_hex + "        ");
-    QFile script(bench.directory.filePath(QStringLiteral("new.vn")));
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write("1b53 21 1b45"_hex);
-    script.close();
-    bench.dialogs.paths = {script.fileName()};
-    bench.burn.trigger();
+    bench.load();
     QCOMPARE(child<QLineEdit>(bench.form, "filename").text(), QStringLiteral("new.vn"));
     QVERIFY(bench.find<QWidget>("DownloadProgress").isVisible());
     bench.answer("a0 00 00 21"_hex);
@@ -126,6 +140,7 @@ void TestFlashForm::escapeCloses()
     QTest::keyClick(&bench.form, Qt::Key_Escape);
     QVERIFY(!bench.form.isVisible());
     QVERIFY(bench.usable());
+    QCOMPARE(bench.session.waits.pendingCount(), 0);
 }
 
 void TestFlashForm::opensAgain()
@@ -148,6 +163,7 @@ void TestFlashForm::mainWindowClosesIt()
     bench.window.close();
     QVERIFY(!bench.form.isVisible());
     QCOMPARE(bench.session.waits.pendingCount(), 0);
+    QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
 void TestFlashForm::boxOverTheDisabledMainWindow()
@@ -166,6 +182,95 @@ void TestFlashForm::boxOverTheDisabledMainWindow()
     QVERIFY(!child<QWidget>(*bench.window, "centralwidget").isEnabled());
     child<FlashForm>(*bench.window, "FlashForm").close();
     QVERIFY(child<QWidget>(*bench.window, "centralwidget").isEnabled());
+}
+
+void TestFlashForm::captions()
+{
+    FlashFormBench bench;
+    bench.answer("b1 ff"_hex + "        ");
+    QCOMPARE(child<QLabel>(bench.form, "Label1").text(), QStringLiteral("Current Script Name"));
+    QCOMPARE(child<QLabel>(bench.form, "Label2").text(), QStringLiteral("Script File"));
+    QCOMPARE(child<QLabel>(bench.form, "Label3").text(), QStringLiteral("Status"));
+    QCOMPARE(child<QMenu>(bench.form, "File").title(), QStringLiteral("&File"));
+    QCOMPARE(bench.burn.text(), QStringLiteral("&Open"));
+    QCOMPARE(bench.enable.text(), QStringLiteral("Enable"));
+    QCOMPARE(bench.program.text(), QStringLiteral("Program"));
+    QVERIFY(bench.form.findChild<QWidget *>(QStringLiteral("Frame1")));
+    const QRect place = bench.name.geometry();
+    bench.load();
+    bench.answer("a0 00 00 21"_hex);
+    QCOMPARE(child<QLabel>(bench.form, "Label1").text(), QStringLiteral("New Script Name"));
+    QCOMPARE(bench.name.text(), QStringLiteral("Script0"));
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(bench.name.geometry(), place); // nothing moves with the captions
+}
+
+void TestFlashForm::escapeDuringADownload()
+{
+    FlashFormBench bench;
+    bench.answer("b1 ff"_hex + "        ");
+    bench.load();
+    QVERIFY(!bench.burn.isEnabled());
+    QTest::keyClick(&bench.form, Qt::Key_Escape);
+    QVERIFY(!bench.form.isVisible());
+    QVERIFY(!bench.usable()); // until the tester has the whole script
+    QVERIFY(bench.find<QWidget>("DownloadProgress").isVisible());
+    bench.answer("a0 00 00 21"_hex);
+    QVERIFY(bench.usable());
+    QVERIFY(!bench.find<QWidget>("DownloadProgress").isVisible());
+    QCOMPARE(bench.session.waits.pendingCount(), 0);
+    QVERIFY(!bench.form.isVisible());
+}
+
+void TestFlashForm::fieldsShowWhetherTheyTakeAnEntry()
+{
+    FlashFormBench bench;
+    bench.answer("b1 01"_hex + "Blink   ");
+    const auto base = [](const QWidget &field) { return field.palette().color(QPalette::Base); };
+    const auto window = [&bench](QPalette::ColorRole role) {
+        return bench.form.palette().color(role);
+    };
+    auto &filename = child<QLineEdit>(bench.form, "filename");
+    const QPalette before = QApplication::palette();
+    for (const QColor &colour : {QColor(30, 30, 30), QColor(240, 240, 240)}) {
+        QApplication::setPalette(QPalette(colour));
+        QTRY_COMPARE(window(QPalette::Window), colour);
+        QVERIFY(window(QPalette::Base) != colour);
+        for (const QLineEdit *field : {&bench.name, &bench.status, &filename})
+            QTRY_COMPARE(base(*field), colour);
+
+        bench.load();
+        bench.answer("a0 00 00 21"_hex);
+        QVERIFY(!bench.name.isReadOnly());
+        QCOMPARE(base(bench.name), window(QPalette::Base));
+        QCOMPARE(base(filename), colour);
+
+        bench.flash().programClicked();
+        bench.answer("b1"_hex);
+        bench.answer("b1 01"_hex + "Script0 ");
+        QVERIFY(bench.name.isReadOnly());
+        QCOMPARE(base(bench.name), colour);
+    }
+    QApplication::setPalette(before);
+}
+
+/// The focus goes where there is something to do, and Tab through all that can be used.
+void TestFlashForm::keyboardAlone()
+{
+    FlashFormBench bench;
+    bench.form.activateWindow();
+    QTRY_COMPARE(QApplication::activeWindow(), &bench.form);
+    bench.answer("b1 ff"_hex + "        ");
+    bench.load();
+    bench.answer("a0 00 00 21"_hex);
+    bench.sent();
+    bench.name.setFocus();
+    QTest::keyClick(&bench.name, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(&bench.name, QStringLiteral("Mine"));
+    QTest::keyClick(&bench.name, Qt::Key_Tab);
+    QCOMPARE(QApplication::focusWidget(), &bench.program);
+    QTest::keyClick(&bench.program, Qt::Key_Space);
+    QCOMPARE(bench.sent(), ("1b53 31 00 02"_hex + "Mine    " + "1b45"_hex).toHex());
 }
 
 QTEST_MAIN(TestFlashForm)

@@ -57,6 +57,8 @@ private slots:
     void fitsSmallScreens();
     void nothingMovesWithTheTexts();
     void readOnlyFieldsFollowThePalette();
+    void panesStayLegible();
+    void disabledPanesTakeNoInput();
 };
 
 void TestMainWindow::startUp_data()
@@ -362,13 +364,59 @@ void TestMainWindow::nothingMovesWithTheTexts()
 void TestMainWindow::readOnlyFieldsFollowThePalette()
 {
     WindowBench bench;
+    bench.run();
     const QPalette before = QApplication::palette();
     for (const QColor &colour : {QColor(30, 30, 30), QColor(240, 240, 240)}) {
         QApplication::setPalette(QPalette(colour));
         QTRY_COMPARE(bench.window.palette().color(QPalette::Window), colour);
-        QTRY_COMPARE(bench.widget("CurrWin").palette().color(QPalette::Base), colour);
+        for (const char *field : {"CurrWin", "ScriptName"})
+            QTRY_COMPARE(bench.widget(field).palette().color(QPalette::Base), colour);
+        QCOMPARE(bench.widget("VoltWin").palette().color(QPalette::Base),
+                 bench.window.palette().color(QPalette::Base)); // takes an entry
     }
     QApplication::setPalette(before);
+}
+
+void TestMainWindow::panesStayLegible()
+{
+    WindowBench bench;
+    bench.run();
+    bench.answer(QByteArray::fromHex("86"));
+    bench.tick();
+    const QPalette before = QApplication::palette();
+    for (const QColor &colour : {QColor(30, 30, 30), QColor(240, 240, 240)}) {
+        QApplication::setPalette(QPalette(colour));
+        QTRY_COMPARE(bench.window.palette().color(QPalette::Window), colour);
+        for (const char *name : {"CmdWin", "RespWin"}) {
+            auto &pane = bench.find<QPlainTextEdit>(name);
+            const QImage enabled = pane.viewport()->grab().toImage();
+            bench.main.Window.setEnabled(false);
+            QVERIFY(!pane.isEnabled());
+            QVERIFY2(pane.viewport()->grab().toImage() == enabled, name);
+            const QPalette colours = pane.palette();
+            for (const QPalette::ColorRole role : {QPalette::Text, QPalette::Base})
+                QCOMPARE(colours.color(QPalette::Disabled, role),
+                         bench.window.palette().color(QPalette::Active, role));
+            bench.main.Window.setEnabled(true);
+        }
+    }
+    QApplication::setPalette(before);
+}
+
+void TestMainWindow::disabledPanesTakeNoInput()
+{
+    WindowBench bench;
+    auto &pane = bench.find<QPlainTextEdit>("RespWin");
+    const auto select = [&pane] {
+        pane.setTextCursor(QTextCursor(pane.document()));
+        QTest::mouseDClick(pane.viewport(), Qt::LeftButton, {}, QPoint(20, 10));
+        QTest::keyClick(&pane, Qt::Key_A, Qt::ControlModifier);
+        return pane.textCursor().hasSelection();
+    };
+    pane.setPlainText(QStringLiteral("something to select"));
+    QVERIFY(select());
+    bench.main.Window.setEnabled(false);
+    QVERIFY(!select());
 }
 
 QTEST_MAIN(TestMainWindow)
