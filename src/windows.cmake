@@ -4,6 +4,8 @@ add_library(vantrel_windows STATIC
   windows/ElidedLabel.cpp
   windows/FieldFocus.cpp
   windows/FileDialog.cpp
+  windows/FindBar.cpp
+  windows/FindBar.ui
   windows/ToolWindow.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
