@@ -13,6 +13,8 @@ add_library(vantrel_windows STATIC
   console/Main.ui
   console/frmNewIP.cpp
   console/frmNewIP.ui
+  tools/GetDescForm.cpp
+  tools/GetDescForm.ui
 )
 target_link_libraries(vantrel_windows
   PUBLIC vantrel_core Qt6::Widgets
