@@ -4,6 +4,8 @@ add_library(vantrel_windows STATIC
   windows/ElidedLabel.cpp
   windows/FieldFocus.cpp
   windows/FileDialog.cpp
+  windows/FindBar.cpp
+  windows/FindBar.ui
   windows/ToolWindow.cpp
   windows/LegiblePane.cpp
   windows/ReadOnlyFields.cpp
@@ -13,6 +15,8 @@ add_library(vantrel_windows STATIC
   console/Main.ui
   console/frmNewIP.cpp
   console/frmNewIP.ui
+  tools/GetDescForm.cpp
+  tools/GetDescForm.ui
 )
 target_link_libraries(vantrel_windows
   PUBLIC vantrel_core Qt6::Widgets

@@ -26,7 +26,8 @@ struct FileChoice
 {
     enum class Kind {
         OpenExisting,
-        SaveAs, ///< asks before it lets an existing file be overwritten
+        SaveAs,       ///< asks before it lets an existing file be overwritten
+        SaveExisting, ///< an existing file is written into; offers to make one that is missing
     };
 
     Kind kind = Kind::OpenExisting;

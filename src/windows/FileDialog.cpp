@@ -31,9 +31,9 @@ QMessageBox *openBox(QMessageBox::Icon icon, QMessageBox::StandardButtons button
 } // namespace
 
 FileDialog::FileDialog(const FileChoice &choice, QWidget *parent)
-    : QFileDialog(parent, choice.title)
+    : QFileDialog(parent, choice.title), m_kind(choice.kind)
 {
-    const bool saving = choice.kind == FileChoice::Kind::SaveAs;
+    const bool saving = choice.kind != FileChoice::Kind::OpenExisting;
     setObjectName(QStringLiteral("FileDial1"));
     setAttribute(Qt::WA_DeleteOnClose);
     setOption(DontUseNativeDialog);
@@ -77,12 +77,15 @@ void FileDialog::acceptForOpening(const QFileInfo &file)
 
 void FileDialog::acceptForSaving(const QFileInfo &file)
 {
+    const bool intoExisting = m_kind == FileChoice::Kind::SaveExisting;
     if (!file.dir().exists())
         refuse(tr("This directory does not exist."), QFileInfo(file.path()));
-    else if (!file.exists())
-        QFileDialog::accept();
-    else if (isReadOnly(file))
+    else if (file.exists() && isReadOnly(file))
         refuse(tr("This file is read-only. Choose another name."), file);
+    else if (file.exists() == intoExisting)
+        QFileDialog::accept();
+    else if (intoExisting)
+        askToCreate(file);
     else
         askToReplace(file);
 }
@@ -102,6 +105,26 @@ void FileDialog::askToReplace(const QFileInfo &file)
         if (button == QMessageBox::Yes)
             QFileDialog::accept();
     });
+}
+
+void FileDialog::askToCreate(const QFileInfo &file)
+{
+    QMessageBox *box = openBox(QMessageBox::Question, QMessageBox::Yes | QMessageBox::No,
+                               tr("%1 does not exist.\nCreate it?").arg(file.fileName()), this);
+    box->setDefaultButton(QMessageBox::Yes);
+    connect(box, &QMessageBox::finished, this, [this, file](int button) {
+        if (button == QMessageBox::Yes)
+            create(file);
+    });
+}
+
+void FileDialog::create(const QFileInfo &file)
+{
+    QFile created(file.filePath());
+    if (created.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        QFileDialog::accept();
+    else
+        refuse(tr("This file cannot be created: %1.").arg(created.errorString()), file);
 }
 
 } // namespace vantrel

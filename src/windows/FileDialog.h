@@ -8,8 +8,9 @@
 namespace vantrel {
 
 /// One choice of a file. Refuses a file or directory that does not exist and, for saving, a file
-/// that is read-only; asks before an existing file is given for saving. Each refusal is a message
-/// box over the dialog, which stays open.
+/// that is read-only; asks before an existing file is given for saving, or, where an existing file
+/// is wanted, before a missing one is made. Each refusal is a message box over the dialog, which
+/// stays open.
 ///
 /// It is Qt's own dialog on every platform: those of the systems make some of these checks only,
 /// and not the same ones.
@@ -31,6 +32,10 @@ private:
     void acceptForSaving(const QFileInfo &file);
     void refuse(const QString &reason, const QFileInfo &file);
     void askToReplace(const QFileInfo &file);
+    void askToCreate(const QFileInfo &file);
+    void create(const QFileInfo &file);
+
+    FileChoice::Kind m_kind;
 };
 
 } // namespace vantrel

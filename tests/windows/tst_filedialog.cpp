@@ -27,6 +27,15 @@ FileChoice saving()
             QStringLiteral("Log Files|*.log"), QStringLiteral("log"), QStringLiteral("*.log")};
 }
 
+FileChoice savingInto()
+{
+    return {FileChoice::Kind::SaveExisting,
+            QStringLiteral("Save Descriptors to File"),
+            QStringLiteral("Text Files|*.txt"),
+            QStringLiteral("txt"),
+            {}};
+}
+
 FileChoice opening()
 {
     return {FileChoice::Kind::OpenExisting,
@@ -110,6 +119,12 @@ private slots:
     void keepsWhatIsThere();
     void refusesReadOnlyFile();
     void refusesMissingDirectory();
+    void savesIntoExistingFile();
+    void offersToCreate();
+    void createsNothing();
+    void refusesReadOnlyFileToSaveInto();
+    void refusesMissingDirectoryToSaveInto();
+    void cannotCreate();
     void opensExistingFile();
     void refusesMissingFile();
     void cancelled();
@@ -219,6 +234,86 @@ void TestFileDialog::refusesMissingDirectory()
     bench.box()->button(QMessageBox::Ok)->click();
     QVERIFY(!bench.chosen);
     QVERIFY(bench.dialog().isVisible());
+}
+
+void TestFileDialog::savesIntoExistingFile()
+{
+    const Bench bench(savingInto());
+    QCOMPARE(bench.dialog().acceptMode(), QFileDialog::AcceptSave);
+    const QString path = bench.create("old.txt");
+    bench.enter(bench.file("old")); // with the default suffix
+    QVERIFY(!bench.box());
+    QCOMPARE(bench.chosen, path);
+    QCOMPARE(QFileInfo(path).size(), 3);
+}
+
+void TestFileDialog::offersToCreate()
+{
+    const Bench bench(savingInto());
+    bench.enter(bench.file("new"));
+    QVERIFY(bench.box());
+    QCOMPARE(bench.box()->text(), QStringLiteral("new.txt does not exist.\nCreate it?"));
+    QVERIFY(!QFile::exists(bench.file("new.txt")));
+    QVERIFY(!bench.chosen);
+    bench.box()->button(QMessageBox::Yes)->click();
+    QCOMPARE(bench.chosen, bench.file("new.txt"));
+    QVERIFY(QFile::exists(bench.file("new.txt")));
+    QCOMPARE(QFileInfo(bench.file("new.txt")).size(), 0);
+}
+
+void TestFileDialog::createsNothing()
+{
+    const Bench bench(savingInto());
+    bench.enter(bench.file("new.txt"));
+    QVERIFY(bench.box());
+    bench.box()->button(QMessageBox::No)->click();
+    QVERIFY(!bench.chosen);
+    QVERIFY(!QFile::exists(bench.file("new.txt")));
+    QVERIFY(bench.dialog().isVisible());
+    const QString path = bench.create("old.txt");
+    bench.enter(path);
+    QCOMPARE(bench.chosen, path);
+}
+
+void TestFileDialog::refusesReadOnlyFileToSaveInto()
+{
+    const Bench bench(savingInto());
+    const QString path = bench.create("old.txt");
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::ReadUser));
+    bench.enter(path);
+    QVERIFY(bench.box());
+    QVERIFY(bench.box()->text().contains(QLatin1String("read-only")));
+    bench.box()->button(QMessageBox::Ok)->click();
+    QVERIFY(!bench.chosen);
+    QVERIFY(bench.dialog().isVisible());
+}
+
+void TestFileDialog::refusesMissingDirectoryToSaveInto()
+{
+    const Bench bench(savingInto());
+    bench.enter(bench.file("nowhere/new.txt"));
+    QVERIFY(bench.box());
+    QVERIFY(bench.box()->text().startsWith(bench.file("nowhere")));
+    bench.box()->button(QMessageBox::Ok)->click();
+    QVERIFY(!bench.chosen);
+}
+
+/// A file may come up while the question stands: its contents are not to be lost.
+void TestFileDialog::cannotCreate()
+{
+    const Bench bench(savingInto());
+    bench.enter(bench.file("new.txt"));
+    QMessageBox *question = bench.box();
+    QVERIFY(question);
+    bench.create("new.txt");
+    question->button(QMessageBox::Yes)->click();
+    QTRY_VERIFY(bench.box() && bench.box() != question);
+    QVERIFY(bench.box()->text().startsWith(bench.file("new.txt") +
+                                           QLatin1String("\nThis file cannot be created: ")));
+    bench.box()->button(QMessageBox::Ok)->click();
+    QVERIFY(!bench.chosen);
+    QVERIFY(bench.dialog().isVisible());
+    QCOMPARE(QFileInfo(bench.file("new.txt")).size(), 3);
 }
 
 void TestFileDialog::opensExistingFile()

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tools/GetDescForm.h"
+
+#include "tools/DescriptorViewer.h"
+#include "ui_GetDescForm.h"
+#include "windows/Binder.h"
+#include "windows/FieldFocus.h"
+#include "windows/FindBar.h"
+
+#include <QClipboard>
+#include <QFontDatabase>
+#include <QKeyEvent>
+#include <QScreen>
+#include <QShortcut>
+
+namespace vantrel {
+
+namespace {
+
+// What the window shows at first, in characters and lines of the report
+constexpr int Columns = 72;
+constexpr int Lines = 42;
+
+} // namespace
+
+GetDescForm::GetDescForm(DescriptorViewer &viewer, QWidget *parent)
+    : ToolWindow(parent), m_viewer(viewer), m_ui(std::make_unique<Ui::GetDescForm>()),
+      m_focus(new FieldFocus(*this))
+{
+    m_ui->setupUi(this);
+    m_binder = std::make_unique<Binder>(viewer.controls().all, *this);
+    m_ui->rows->addWidget(new FindBar(*m_ui->DescInfo, m_ui->content));
+    arrange();
+
+    m_focus->onLeft(*m_ui->DevAddr, [this] { m_viewer.devAddrLeft(); });
+    connect(m_ui->GetDesc, &QPushButton::clicked, this, [this] {
+        m_focus->commit();
+        m_viewer.getDescClicked();
+    });
+    connect(m_ui->Save, &QPushButton::clicked, this, [this] {
+        m_focus->commit();
+        m_viewer.saveClicked();
+    });
+
+    auto *copy = new QShortcut(QKeySequence::Copy, this);
+    connect(copy, &QShortcut::activated, this, &GetDescForm::copyReport);
+    m_ui->DescInfo->installEventFilter(this);
+    for (QLineEdit *field : findChildren<QLineEdit *>())
+        field->installEventFilter(this);
+}
+
+GetDescForm::~GetDescForm() = default;
+
+void GetDescForm::arrange()
+{
+    m_ui->DescInfo->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_ui->DevAddr->setFixedWidth(
+        m_ui->DevAddr->minimumSizeHint().width() +
+        m_ui->DevAddr->fontMetrics().horizontalAdvance(QStringLiteral("0xFFFF")));
+    const QFontMetrics metrics(m_ui->DescInfo->font());
+    const QSize wanted(metrics.averageCharWidth() * Columns, metrics.lineSpacing() * Lines);
+    resize(wanted.boundedTo(screen()->availableSize() * 0.9));
+}
+
+/// A field with nothing selected, and the report always, leave Ctrl+C to the window.
+bool GetDescForm::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent *>(event)->matches(QKeySequence::Copy)) {
+        const auto *field = qobject_cast<QLineEdit *>(watched);
+        if (!field || !field->hasSelectedText()) {
+            event->ignore();
+            return true;
+        }
+    }
+    return ToolWindow::eventFilter(watched, event);
+}
+
+void GetDescForm::copyReport()
+{
+    if (m_ui->DescInfo->textCursor().hasSelection())
+        m_ui->DescInfo->copy();
+    else if (const QString report = m_ui->DescInfo->toPlainText(); !report.isEmpty())
+        QGuiApplication::clipboard()->setText(report);
+}
+
+} // namespace vantrel
