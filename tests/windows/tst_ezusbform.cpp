@@ -6,6 +6,7 @@
 #include "windows/DialogBench.h"
 
 #include <QFile>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -75,7 +76,7 @@ private slots:
     void opensAgain();
     void mainWindowClosesIt();
     void roomForWhatIsHidden();
-    void realBoxes();
+    void realDialogs();
 
 private:
     EzUsbFormBench m_bench;
@@ -263,8 +264,8 @@ void TestEZUSBForm::roomForWhatIsHidden()
     QCOMPARE(bench.form.size(), size);
 }
 
-/// With the program's own dialogs: the box stands over the window, and the window goes after it.
-void TestEZUSBForm::realBoxes()
+/// With the program's own dialogs: a run-time error shows after the window has gone.
+void TestEZUSBForm::realDialogs()
 {
     DialogBench bench;
     ErrorBoundary errors(bench.dialogs);
@@ -273,12 +274,29 @@ void TestEZUSBForm::realBoxes()
     auto *const form = new EZUSBForm(converter, bench.window.get());
     form->present();
     QTRY_COMPARE(QApplication::activeWindow(), form);
+    auto &address = child<QLineEdit>(*form, "Address");
+    address.setFocus();
+    address.selectAll();
+    QTest::keyClicks(&address, QStringLiteral("-1")); // no device has it
+
     QTest::mouseClick(&child<QPushButton>(*form, "LoadFW"), Qt::LeftButton);
-    QTRY_VERIFY(openWindow<QDialog>("FileDial1"));
-    QDialog *const dialog = openWindow<QDialog>("FileDial1");
+    QTRY_VERIFY(openWindow<QFileDialog>("FileDial1"));
+    auto *const dialog = openWindow<QFileDialog>("FileDial1");
     QCOMPARE(dialog->windowTitle(), QStringLiteral("Open EZ-USB Firmware File"));
-    QTest::keyClick(dialog, Qt::Key_Escape);
-    QTRY_VERIFY(!form->isVisible());
+    QFile hex(bench.directory.filePath(QStringLiteral("blink.hex")));
+    QVERIFY(hex.open(QIODevice::WriteOnly));
+    hex.write(":00000001FF");
+    hex.close();
+    dialog->selectFile(hex.fileName());
+    QTest::keyClick(dialog, Qt::Key_Return);
+
+    QTRY_VERIFY(openWindow<QMessageBox>("MessageBox"));
+    auto *const box = openWindow<QMessageBox>("MessageBox");
+    QCOMPARE(box->text(), QStringLiteral("Overflow"));
+    QVERIFY(box->isEnabled());
+    QVERIFY(!form->isVisible());
+    QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
+    QTRY_VERIFY(!openWindow<QMessageBox>("MessageBox"));
     bench.window.reset(); // the form with it, before the converter
 }
 
