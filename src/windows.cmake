@@ -11,6 +11,10 @@ add_library(vantrel_windows STATIC
   windows/ReadOnlyFields.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
+  maintenance/EZUSBForm.cpp
+  maintenance/EZUSBForm.ui
+  maintenance/FWLoad.cpp
+  maintenance/FWLoad.ui
   console/Main.cpp
   console/Main.ui
   console/frmNewIP.cpp

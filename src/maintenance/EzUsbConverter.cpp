@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "maintenance/EzUsbConverter.h"
+
+#include "link/Dialogs.h"
+#include "link/ErrorBoundary.h"
+#include "link/Files.h"
+#include "link/RuntimeError.h"
+#include "link/Utils.h"
+#include "link/Words.h"
+#include "maintenance/Exchange.h"
+#include "maintenance/IntelHex.h"
+#include "protocol/SetupPacket.h"
+#include "protocol/VornCommands.h"
+#include "protocol/VornScript.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+namespace vantrel {
+
+namespace {
+
+constexpr qint32 HighestAddress = 127; // of a USB device
+constexpr qint32 EndTicks = 50;
+
+constexpr quint8 VendorOut = 0x40;
+constexpr quint8 FirmwareLoad = 0xA0;
+
+/// Register of the device's CPU: 1 holds it in reset, 0 lets it run.
+namespace CpuControl {
+constexpr quint16 EzUsb = 0x7F92;
+constexpr quint16 Fx2 = 0xE600;
+} // namespace CpuControl
+
+/// "my.fw.hex" gives "my.vn".
+QString scriptName(const QString &path)
+{
+    return QFileInfo(path).fileName().section(QLatin1Char('.'), 0, 0) + QStringLiteral(".vn");
+}
+
+} // namespace
+
+QByteArray ezUsbWriteRequest(qint32 device, quint16 address, QByteArrayView data)
+{
+    const SetupPacket setup{VendorOut, FirmwareLoad, address, 0, checked<quint8>(data.size())};
+    return deviceRequest(device, setup, data);
+}
+
+EzUsbConverter::EzUsbConverter(Session &session, VornComm &link, VornCommands &commands,
+                               Dialogs &dialogs, ErrorBoundary &errors)
+    : m_session(session), m_link(link), m_commands(commands), m_dialogs(dialogs), m_errors(errors)
+{
+}
+
+void EzUsbConverter::opened()
+{
+    ++m_openings;
+    for (Control *control : {&m_controls.filename, &m_controls.FNLabel, &m_controls.Loaded,
+                             &m_controls.LinesLabel, &m_controls.busy, &m_controls.ConvertProgress})
+        control->setVisible(false);
+    m_controls.Address.setText(QStringLiteral("0x02"));
+    m_controls.LoadFW.setEnabled(true);
+    m_controls.optFX2.setChecked(false);
+    m_controls.optEZUSB.setChecked(true);
+}
+
+void EzUsbConverter::closed()
+{
+    ++m_openings;
+    m_session.waits.check();
+}
+
+void EzUsbConverter::addressLeft()
+{
+    m_errors.runNow([this] {
+        QString text = m_controls.Address.text();
+        const qint32 address = std::min(ParseNumber(text), HighestAddress);
+        if (address < std::numeric_limits<qint16>::min())
+            throw RuntimeError::overflow();
+        m_controls.Address.setText(QStringLiteral("0x") + Hex2(static_cast<qint16>(address)));
+    });
+}
+
+void EzUsbConverter::loadClicked()
+{
+    m_errors.run([this] { return load(); });
+}
+
+QCoro::Task<> EzUsbConverter::load()
+{
+    const Exchange exchange(m_session, m_link, m_openings);
+    m_controls.LoadFW.setEnabled(false);
+    const FileChoice choice{FileChoice::Kind::OpenExisting,
+                            QStringLiteral("Open EZ-USB Firmware File"),
+                            QStringLiteral("EZ USB Firmware Files|*.hex"), QStringLiteral("hex"),
+                            QStringLiteral("*.hex")};
+    const QString path = co_await m_dialogs.fileDialog(choice);
+
+    std::optional<RuntimeError> failure;
+    if (!path.isEmpty() && exchange.windowIsThere()) {
+        try {
+            co_await convert(path);
+        } catch (const RuntimeError &error) {
+            failure = error;
+        }
+    }
+
+    if (m_session.Main.Automode.isChecked() && m_link.isConnected())
+        m_commands.SendAutoMode(true);
+    if (exchange.windowIsThere())
+        emit closeWanted();
+    if (failure)
+        throw RuntimeError(*failure);
+}
+
+QCoro::Task<> EzUsbConverter::convert(QString path)
+{
+    TextLines lines(readWholeFile(path));
+    showFile(path);
+    const Exchange exchange(m_session, m_link, m_openings);
+    beginDownload();
+    showProgress(lines);
+
+    Ending ending = Ending::Stopped;
+    try {
+        ending = co_await sendFirmware(lines, exchange);
+    } catch (const RuntimeError &) {
+        abandonDownload(exchange);
+        throw;
+    }
+
+    if (ending == Ending::Complete) {
+        co_await finish(path, exchange);
+        co_return;
+    }
+    if (ending != Ending::Stopped) {
+        const QString text = ending == Ending::NoRecord
+                                 ? QStringLiteral("Error in Firmware File")
+                                 : QStringLiteral("Premature End of Firmware File");
+        co_await showMessage(text, QStringLiteral("Line ") + numberText(m_line));
+    }
+    abandonDownload(exchange);
+}
+
+void EzUsbConverter::showFile(const QString &path)
+{
+    m_controls.filename.setText(path);
+    m_line = 0;
+    m_controls.Loaded.setText(QStringLiteral("0"));
+    for (Control *control :
+         {&m_controls.filename, &m_controls.FNLabel, &m_controls.Loaded, &m_controls.LinesLabel})
+        control->setVisible(true);
+}
+
+void EzUsbConverter::beginDownload()
+{
+    endUnreportedRun(m_session); // a download ends whatever runs
+    m_session.ScriptBusy = true;
+    m_session.ScriptDone = false;
+    m_session.ScriptError = false;
+    m_commands.SendAutoMode(false);
+    m_commands.SendScriptDownloadStart();
+    m_commands.SendScriptOption(true);
+    m_controls.busy.setVisible(true);
+    m_controls.ConvertProgress.setVisible(true);
+}
+
+/// The tester keeps what it has as a script that ends here.
+void EzUsbConverter::abandonDownload(const Exchange &exchange)
+{
+    if (exchange.linkIsThere())
+        m_commands.SendScriptDownloadEnd();
+    m_session.ScriptBusy = false;
+}
+
+void EzUsbConverter::send(quint16 address, QByteArrayView data)
+{
+    QString device = m_controls.Address.text();
+    QByteArray request = ezUsbWriteRequest(ParseNumber(device), address, data);
+    m_commands.SendDeviceRequest(request);
+}
+
+void EzUsbConverter::holdCpu(bool hold)
+{
+    const bool fx2 = m_controls.optFX2.isChecked();
+    const char data = hold ? 0x01 : 0x00;
+    send(fx2 ? CpuControl::Fx2 : CpuControl::EzUsb, QByteArrayView(&data, 1));
+}
+
+QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendFirmware(TextLines &lines,
+                                                                 const Exchange &exchange)
+{
+    holdCpu(true);
+    const Ending ending = co_await sendRecords(lines, exchange);
+    if (ending == Ending::Complete) {
+        holdCpu(false);
+        m_commands.SendScriptDownloadEnd();
+    }
+    co_return ending;
+}
+
+QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendRecords(TextLines &lines,
+                                                                const Exchange &exchange)
+{
+    for (;;) {
+        if (lines.atEnd())
+            co_return Ending::NoLastRecord;
+        const HexRecord record(lines.next());
+        m_line = checked<qint16>(qint64{m_line} + 1);
+        if (!record.hasMark())
+            co_return Ending::NoRecord;
+        if (record.length() == 0)
+            co_return Ending::Complete;
+        send(record.address(), record.data());
+
+        const WaitEnd turn = co_await m_session.waits.oneTurn();
+        if (m_session.ScriptError || turn == WaitEnd::Closed || !exchange.goesOn())
+            co_return Ending::Stopped;
+        m_controls.Loaded.setText(numberText(m_line));
+        showProgress(lines);
+    }
+}
+
+void EzUsbConverter::showProgress(const TextLines &lines)
+{
+    m_controls.ConvertProgress.setProgress(
+        {static_cast<int>(lines.position()), static_cast<int>(lines.size())});
+    m_controls.ConvertProgress.setText(
+        QStringLiteral("%1 of %2 bytes").arg(lines.position()).arg(lines.size()));
+}
+
+QCoro::Task<> EzUsbConverter::finish(QString path, const Exchange &exchange)
+{
+    const auto ended = [this, &exchange] { return m_session.ScriptDone || !exchange.goesOn(); };
+    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    if (end != WaitEnd::Answered || !exchange.goesOn()) {
+        m_session.ScriptDone = true;
+        m_session.ScriptBusy = false;
+        co_return;
+    }
+
+    m_session.Main.ScriptName.setText(scriptName(path));
+    m_session.Main.ScriptRun.setEnabled(true);
+    co_await showMessage(QStringLiteral("Click RUN in VornScript Window to Load Device Firmware"),
+                         QStringLiteral("** Firmware Conversion Complete **"));
+    if (!exchange.linkIsKept())
+        m_session.ScriptBusy = false; // nobody will run it
+}
+
+QCoro::Task<> EzUsbConverter::showMessage(QString text, QString title)
+{
+    const Message message{text, title};
+    co_await m_dialogs.messageBox(message);
+}
+
+} // namespace vantrel
