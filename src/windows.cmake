@@ -4,6 +4,7 @@ add_library(vantrel_windows STATIC
   windows/ElidedLabel.cpp
   windows/FieldFocus.cpp
   windows/FileDialog.cpp
+  windows/ProgramIcon.cpp
   windows/ToolWindow.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
@@ -11,7 +12,19 @@ add_library(vantrel_windows STATIC
   console/Main.ui
   console/frmNewIP.cpp
   console/frmNewIP.ui
+  tools/DevRqstForm.cpp
+  tools/DevRqstForm.ui
+  tools/HelpForm.cpp
+  tools/HelpForm.ui
+  tools/frmAbout.cpp
+  tools/frmAbout.ui
 )
 target_link_libraries(vantrel_windows
   PUBLIC vantrel_core Qt6::Widgets
-  PRIVATE vantrel_options)
+  PRIVATE Qt6::Svg vantrel_options)
+
+# The program's mark.
+qt_add_resources(vantrel_windows icon
+  PREFIX /
+  BASE windows
+  FILES windows/images/vantrel.svg)
