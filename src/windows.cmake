@@ -6,6 +6,7 @@ add_library(vantrel_windows STATIC
   windows/FileDialog.cpp
   windows/FindBar.cpp
   windows/FindBar.ui
+  windows/ProgramIcon.cpp
   windows/ToolWindow.cpp
   windows/LegiblePane.cpp
   windows/ReadOnlyFields.cpp
@@ -21,7 +22,19 @@ add_library(vantrel_windows STATIC
   console/frmNewIP.ui
   tools/GetDescForm.cpp
   tools/GetDescForm.ui
+  tools/DevRqstForm.cpp
+  tools/DevRqstForm.ui
+  tools/HelpForm.cpp
+  tools/HelpForm.ui
+  tools/frmAbout.cpp
+  tools/frmAbout.ui
 )
 target_link_libraries(vantrel_windows
   PUBLIC vantrel_core Qt6::Widgets
-  PRIVATE vantrel_options)
+  PRIVATE Qt6::Svg vantrel_options)
+
+# The program's mark.
+qt_add_resources(vantrel_windows icon
+  PREFIX /
+  BASE windows
+  FILES windows/images/vantrel.svg)

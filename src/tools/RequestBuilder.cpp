@@ -1,0 +1,355 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tools/RequestBuilder.h"
+
+#include "link/Dialogs.h"
+#include "link/ErrorBoundary.h"
+#include "link/Files.h"
+#include "link/Utils.h"
+#include "link/publicvars.h"
+#include "protocol/VornCommands.h"
+#include "tools/RequestFile.h"
+#include "tools/RequestReading.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace vantrel {
+
+namespace {
+
+constexpr qint32 HighestAddress = 127;
+constexpr qint32 HighestByte = 0xFF;
+constexpr qint32 HighestWord = 0xFFFF;
+constexpr qint16 MostEntered = RequestControls::DataFieldCount - 1;
+
+constexpr qint32 ManualModeAddress = 0x80; // marks the address of a manual-mode request
+constexpr qint32 FullSpeedFlag = 4;
+
+/// Four digits for a number below zero, which no field limits.
+QString byteText(qint32 value)
+{
+    if (value < std::numeric_limits<qint16>::min())
+        throw RuntimeError::overflow();
+    return QStringLiteral("0x") + Hex2(static_cast<qint16>(value));
+}
+
+QString wordText(qint32 value)
+{
+    return QStringLiteral("0x") + Hex4(value);
+}
+
+qint32 numberIn(const Control &field)
+{
+    QString text = field.text();
+    return ParseNumber(text);
+}
+
+quint8 byteIn(const Control &field)
+{
+    return checked<quint8>(numberIn(field));
+}
+
+quint16 wordIn(const Control &field)
+{
+    return checked<quint16>(numberIn(field));
+}
+
+/// Limits what was entered and shows it as the window shows numbers.
+qint32 settleByte(Control &field, qint32 highest = HighestByte)
+{
+    const qint32 value = std::min(numberIn(field), highest);
+    field.setText(byteText(value));
+    return value;
+}
+
+void settleWord(Control &field)
+{
+    field.setText(wordText(std::min(numberIn(field), HighestWord)));
+}
+
+FileChoice requestFileChoice(FileChoice::Kind kind, const QString &title)
+{
+    return {
+        kind, title, QStringLiteral("Device Request Files|*.dr"), QStringLiteral("dr"), {},
+    };
+}
+
+} // namespace
+
+RequestControls::RequestControls()
+{
+    for (int index = 0; index < DataFieldCount; ++index)
+        Data0.emplace_back(all, qPrintable(QStringLiteral("Data0_%1").arg(index)));
+}
+
+RequestBuilder::RequestBuilder(Session &session, VornCommands &commands, Dialogs &dialogs,
+                               ErrorBoundary &errors)
+    : m_session(session), m_commands(commands), m_dialogs(dialogs), m_errors(errors)
+{
+    for (Control *field : {&m_controls.Address, &m_controls.bmReqType, &m_controls.bReq})
+        field->setText(byteText(0));
+    for (Control *field : {&m_controls.wValue, &m_controls.windex, &m_controls.wLength})
+        field->setText(wordText(0));
+    for (Control &field : m_controls.Data0)
+        field.setText({});
+    enableDataEntry(true);
+    m_controls.dsize.setText(QStringLiteral("0x0 bytes"));
+    showReading();
+}
+
+void RequestBuilder::activated()
+{
+    m_controls.FullSpeed.setChecked(m_session.FullSpeedMode);
+    const std::array options{&m_controls.mp8, &m_controls.mp16, &m_controls.mp32, &m_controls.mp64};
+    qint16 code = 0;
+    for (Control *option : options)
+        option->setChecked(code++ == m_session.MaxPacketCode);
+
+    const bool manual = !isAutomatic();
+    m_controls.ManualMode.setEnabled(manual);
+    m_controls.FullSpeed.setEnabled(manual);
+    for (Control *option : options)
+        option->setEnabled(manual);
+}
+
+void RequestBuilder::act(const std::function<void()> &handler)
+{
+    m_errors.runNow(handler);
+    showReading();
+}
+
+void RequestBuilder::addressLeft()
+{
+    act([this] { settleByte(m_controls.Address, HighestAddress); });
+}
+
+void RequestBuilder::bmReqTypeLeft()
+{
+    act([this] { enableDataEntry(settleByte(m_controls.bmReqType) < DeviceToHost); });
+}
+
+void RequestBuilder::bReqLeft()
+{
+    act([this] { settleByte(m_controls.bReq); });
+}
+
+void RequestBuilder::wValueLeft()
+{
+    act([this] { settleWord(m_controls.wValue); });
+}
+
+void RequestBuilder::windexLeft()
+{
+    act([this] { settleWord(m_controls.windex); });
+}
+
+void RequestBuilder::wLengthLeft()
+{
+    act([this] { settleWord(m_controls.wLength); });
+}
+
+void RequestBuilder::fieldEdited()
+{
+    showReading();
+}
+
+/// One empty field always follows those that hold the request's bytes.
+void RequestBuilder::dataEntered(int index)
+{
+    if (index == m_dataCount && m_dataCount < MostEntered)
+        m_controls.dataField(m_dataCount + 1).setEnabled(true);
+}
+
+void RequestBuilder::dataLeft(int index)
+{
+    m_lastDataIndex = static_cast<qint16>(index);
+    act([this, index] {
+        if (m_controls.dataField(index).text().isEmpty())
+            removeData(index);
+        else
+            enterData(index);
+        enableDataEntry(true);
+        showDataSize();
+    });
+}
+
+void RequestBuilder::enterData(int index)
+{
+    settleByte(m_controls.dataField(index));
+    if (index == m_dataCount && m_dataCount < MostEntered)
+        ++m_dataCount;
+}
+
+void RequestBuilder::removeData(int index)
+{
+    for (int place = index; place < RequestControls::DataFieldCount - 1; ++place)
+        m_controls.dataField(place).setText(m_controls.dataField(place + 1).text());
+    if (index < m_dataCount)
+        --m_dataCount;
+}
+
+void RequestBuilder::enableDataEntry(bool enabled)
+{
+    for (int index = 0; index < RequestControls::DataFieldCount; ++index)
+        m_controls.dataField(index).setEnabled(enabled && index <= m_dataCount);
+    m_controls.dsize.setEnabled(enabled);
+}
+
+void RequestBuilder::showDataSize()
+{
+    m_controls.dsize.setText(byteText(m_dataCount) + QStringLiteral(" bytes"));
+}
+
+/// Empty while a field holds no number that fits it: the user may be about to type the rest.
+void RequestBuilder::showReading()
+{
+    QString reading;
+    try {
+        reading = plainReading(setupPacket(), m_dataCount);
+    } catch (const RuntimeError &) {
+        reading.clear();
+    }
+    m_controls.SetupReading.setText(reading);
+}
+
+void RequestBuilder::showFileName(const QString &path)
+{
+    m_controls.Window.setText(QStringLiteral("Device Request Builder - ") +
+                              QFileInfo(path).fileName());
+}
+
+void RequestBuilder::maxPacketClicked(qint16 code)
+{
+    m_session.MaxPacketCode = code;
+}
+
+void RequestBuilder::fullSpeedClicked()
+{
+    m_session.FullSpeedMode = m_controls.FullSpeed.isChecked();
+}
+
+void RequestBuilder::sendClicked()
+{
+    m_errors.run([this] { return send(); });
+}
+
+void RequestBuilder::openClicked()
+{
+    m_errors.run([this] { return open(); });
+}
+
+void RequestBuilder::saveClicked()
+{
+    m_errors.run([this] { return save(); });
+}
+
+bool RequestBuilder::isAutomatic() const
+{
+    return m_session.Main.Automode.isChecked();
+}
+
+/// The version is compared part by part: 1.9 passes as well.
+bool RequestBuilder::takesManualMode() const
+{
+    return m_session.FirmwareMinor >= 9 || m_session.FirmwareMajor >= 3 ||
+           m_session.TesterModel != 1;
+}
+
+quint8 RequestBuilder::manualModeByte() const
+{
+    return checked<quint8>(m_session.MaxPacketCode + (m_session.FullSpeedMode ? FullSpeedFlag : 0));
+}
+
+SetupPacket RequestBuilder::setupPacket() const
+{
+    return {byteIn(m_controls.bmReqType), byteIn(m_controls.bReq), wordIn(m_controls.wValue),
+            wordIn(m_controls.windex), wordIn(m_controls.wLength)};
+}
+
+QByteArray RequestBuilder::dataBytes() const
+{
+    ByteWriter data;
+    for (int index = 0; index < m_dataCount; ++index)
+        data.byte(byteIn(m_controls.dataField(index)));
+    return data.take();
+}
+
+QCoro::Task<> RequestBuilder::send()
+{
+    const bool automatic = isAutomatic();
+    if (!automatic && !takesManualMode()) {
+        const Message refusal{QStringLiteral("Device Request in Manual Mode is not supported for "
+                                             "Vorn-1 Firmware Versions 2.8 or Lower"),
+                              QStringLiteral("Vantrel - Illegal Operation")};
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
+
+    const qint64 address = numberIn(m_controls.Address);
+    const SetupPacket setup = setupPacket();
+    const QByteArray data = setup.bmRequestType < DeviceToHost ? dataBytes() : QByteArray();
+    const auto target = checked<quint8>(automatic ? address : address + ManualModeAddress);
+    QByteArray block = deviceRequest(target, setup, data);
+    if (!automatic)
+        block.insert(1, static_cast<char>(manualModeByte()));
+    m_commands.SendDeviceRequest(block);
+}
+
+QCoro::Task<> RequestBuilder::save()
+{
+    const FileChoice choice =
+        requestFileChoice(FileChoice::Kind::SaveAs, QStringLiteral("Save Device Request File"));
+    const QString path = co_await m_dialogs.fileDialog(choice);
+    if (path.isEmpty())
+        co_return; // cancelled
+
+    const SetupPacket setup = setupPacket();
+    const QByteArray data =
+        setup.bmRequestType < DeviceToHost ? dataBytes() : QByteArray(m_dataCount, '\0');
+    const RequestFile file{byteIn(m_controls.Address), setup, data};
+    writeAtStart(path, file.toBytes());
+    showFileName(path);
+}
+
+QCoro::Task<> RequestBuilder::open()
+{
+    const FileChoice choice = requestFileChoice(FileChoice::Kind::OpenExisting,
+                                                QStringLiteral("Open Device Request File"));
+    const QString path = co_await m_dialogs.fileDialog(choice);
+    if (path.isEmpty()) {
+        const Message failure{QStringLiteral("Error Opening File"),
+                              QStringLiteral("Vantrel - Error")};
+        co_await m_dialogs.messageBox(failure);
+        co_return;
+    }
+    m_controls.Window.setText(QStringLiteral("Device Request Builder"));
+    act([this, path] { load(path); });
+}
+
+/// Fields that were set before an error stay set.
+void RequestBuilder::load(const QString &path)
+{
+    const RequestFileReader file(m_session, readWholeFile(path));
+    m_controls.Address.setText(byteText(file.address()));
+    m_controls.bmReqType.setText(byteText(file.bmRequestType()));
+    m_controls.bReq.setText(byteText(file.bRequest()));
+    m_controls.wValue.setText(wordText(file.wValue()));
+    m_controls.windex.setText(wordText(file.wIndex()));
+    m_controls.wLength.setText(wordText(file.wLength()));
+
+    const QByteArray data = file.data();
+    for (int index = 0; index < RequestControls::DataFieldCount; ++index) {
+        const bool present = index < data.size();
+        m_controls.dataField(index).setText(present ? byteText(static_cast<quint8>(data[index]))
+                                                    : QString());
+    }
+    m_dataCount = static_cast<qint16>(data.size());
+    m_controls.dsize.setText(byteText(m_dataCount));
+    enableDataEntry(file.bmRequestType() < DeviceToHost);
+    showFileName(path);
+}
+
+} // namespace vantrel
