@@ -7,6 +7,10 @@ add_library(vantrel_windows STATIC
   windows/ToolWindow.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
+  maintenance/frmFTDI.cpp
+  maintenance/frmFTDI.ui
+  maintenance/frmNWCfg.cpp
+  maintenance/frmNWCfg.ui
   console/Main.cpp
   console/Main.ui
   console/frmNewIP.cpp
