@@ -16,6 +16,10 @@ add_library(vantrel_windows STATIC
   maintenance/EZUSBForm.ui
   maintenance/FWLoad.cpp
   maintenance/FWLoad.ui
+  maintenance/frmFTDI.cpp
+  maintenance/frmFTDI.ui
+  maintenance/frmNWCfg.cpp
+  maintenance/frmNWCfg.ui
   console/Main.cpp
   console/Main.ui
   console/frmNewIP.cpp

@@ -217,17 +217,20 @@ void VornCommands::SendConfigMemoryWrite(int address, const QByteArray &data)
     sendStuffed(std::move(body.word(checked<quint16>(address)).bytes(data)));
 }
 
-QCoro::Task<int> VornCommands::SendConfigMemoryRead(int address, QByteArray &buffer, int count)
+QCoro::Task<int> VornCommands::SendConfigMemoryRead(int address, QByteArray &buffer, int count,
+                                                    std::function<bool()> abandoned)
 {
     ByteWriter body{Command::ConfigMemoryRead};
     body.word(checked<quint16>(address)).word(checked<quint16>(count));
     m_session.ConfigReadDone = false;
     sendStuffed(std::move(body));
 
-    const auto answered = [this] { return m_session.ConfigReadDone; };
-    const WaitEnd end =
-        co_await m_session.waits.until(answered, deadlineIn(m_session, AnswerTicks));
-    if (end != WaitEnd::Answered)
+    const auto givenUp = [this, abandoned, losses = m_session.LinkLosses] {
+        return m_session.LinkLosses != losses || (abandoned && abandoned());
+    };
+    const auto ended = [this, givenUp] { return m_session.ConfigReadDone || givenUp(); };
+    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, AnswerTicks));
+    if (end != WaitEnd::Answered || givenUp())
         co_return 1;
     const QByteArray &data = m_session.ConfigReadData;
     buffer.replace(0, std::min(buffer.size(), data.size()), data);

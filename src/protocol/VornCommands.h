@@ -70,8 +70,10 @@ public:
 
     void SendConfigMemoryWrite(int address, const QByteArray &data);
     /// Reads `count` bytes and waits up to 20 ticks. 0: the answer's bytes lie at the start of
-    /// `buffer`; 1: no answer, `buffer` is untouched. `buffer` must outlive the task.
-    QCoro::Task<int> SendConfigMemoryRead(int address, QByteArray &buffer, int count);
+    /// `buffer`; 1: no answer, `buffer` is untouched. `buffer` must outlive the task. Without an
+    /// answer it ends early when the link is lost or `abandoned` says that nobody waits any more.
+    QCoro::Task<int> SendConfigMemoryRead(int address, QByteArray &buffer, int count,
+                                          std::function<bool()> abandoned = {});
 
 private:
     void sendFramed(const QByteArray &body);

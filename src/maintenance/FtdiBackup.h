@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArrayView>
+#include <QDateTime>
+#include <QString>
+
+namespace vantrel {
+
+/// Saves the image in a new file of the folder, which is made if there is none, and returns its
+/// path: "ftdi-eeprom-20261121-142233.bin", with "-2" and so on behind the time when that is taken.
+/// A failure throws RuntimeError.
+QString saveEepromBackup(const QString &folder, const QDateTime &now, QByteArrayView image);
+
+} // namespace vantrel

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "maintenance/FtdiExchange.h"
+
+#include "link/Utils.h"
+#include "link/publicvars.h"
+#include "protocol/VornCommands.h"
+
+#include <algorithm>
+
+namespace vantrel {
+
+namespace {
+constexpr qint32 AnswerTicks = 10;
+}
+
+FtdiExchange::FtdiExchange(Session &session, VornCommands &commands)
+    : m_session(session), m_commands(commands)
+{
+    m_session.FTDIResp = [this](QByteArrayView payload) { FTDIResp(payload); };
+}
+
+FtdiExchange::~FtdiExchange()
+{
+    m_session.FTDIResp = nullptr;
+}
+
+void FtdiExchange::abandon()
+{
+    ++m_abandonments;
+    m_session.waits.check();
+}
+
+QCoro::Task<FtdiExchange::End> FtdiExchange::request(quint8 address, SetupPacket setup)
+{
+    const qint32 losses = m_session.LinkLosses;
+    const int abandonments = m_abandonments;
+    if (m_owedSince != losses)
+        m_owed = 0;
+    m_owedSince = losses;
+
+    // An answer may come before the send returns.
+    m_reply.reset();
+    m_waiting = true;
+    m_session.FtdiActive = true;
+    QByteArray block = deviceRequest(address, setup);
+    m_commands.SendDeviceRequest(block);
+
+    const auto over = [this, losses, abandonments] {
+        return !m_session.FtdiActive || m_session.LinkLosses != losses ||
+               m_abandonments != abandonments;
+    };
+    const WaitEnd end = co_await m_session.waits.until(over, deadlineIn(m_session, AnswerTicks));
+    m_waiting = false;
+    co_return ended(m_abandonments != abandonments || end == WaitEnd::Closed,
+                    m_session.LinkLosses != losses);
+}
+
+FtdiExchange::End FtdiExchange::ended(bool abandoned, bool linkLost)
+{
+    if (linkLost) {
+        m_owed = 0;
+        m_session.FtdiActive = false;
+        return End::Abandoned;
+    }
+    if (abandoned || !m_reply) {
+        if (m_session.FtdiActive)
+            ++m_owed;
+        return abandoned ? End::Abandoned : End::TimedOut;
+    }
+    m_owed = 0;
+    m_session.FtdiActive = false;
+    return m_reply->status == 0 ? End::Answered : End::Refused;
+}
+
+void FtdiExchange::FTDIResp(QByteArrayView payload)
+{
+    const ByteReader packet(payload);
+    const std::optional<quint8> status = packet.at(2);
+    if (!status)
+        return;
+    if (!m_waiting) {
+        m_owed = std::max(0, m_owed - 1);
+        m_session.FtdiActive = false;
+        return;
+    }
+    m_reply = Reply{*status, packet.from(3).toByteArray()};
+    if (m_owed > 0)
+        --m_owed;
+    else
+        m_session.FtdiActive = false;
+}
+
+} // namespace vantrel

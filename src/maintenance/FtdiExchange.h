@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "protocol/SetupPacket.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QCoroTask>
+
+#include <optional>
+
+namespace vantrel {
+
+struct Session;
+class VornCommands;
+
+/// The device requests of the FTDI utility: one at a time, each awaited for 10 ticks. FtdiActive is
+/// set while an answer is expected, and stays set after a request without one.
+///
+/// An answer does not say which request it answers, only that the tester answers in order. So
+/// - one that comes while no request is under way is late: it clears FtdiActive and is dropped;
+/// - while an earlier request is still owed its answer, as many answers as are owed are held back.
+///   Once another follows, those were the late ones, and are dropped. If none follows by the
+///   deadline, the tester never answered the earlier requests, and the last one held is the answer
+///   to this one: it costs the whole wait, once;
+/// - an answer without a status is none;
+/// - a lost link owes nothing: no answer can come over the next one.
+class FtdiExchange
+{
+public:
+    enum class End {
+        Answered,  ///< status 0; data() is what the device returned
+        Refused,   ///< any other status
+        TimedOut,  ///< no answer in time
+        Abandoned, ///< link lost, abandon() called, or the program is closing
+    };
+
+    FtdiExchange(Session &session, VornCommands &commands);
+    ~FtdiExchange();
+    FtdiExchange(const FtdiExchange &) = delete;
+    FtdiExchange &operator=(const FtdiExchange &) = delete;
+
+    QCoro::Task<End> request(quint8 address, SetupPacket setup);
+
+    /// Of the last answer; may be shorter than was asked for.
+    QByteArray data() const { return m_reply ? m_reply->data : QByteArray(); }
+
+    /// Ends a request that is under way, at once.
+    void abandon();
+
+    /// Where the answers come in: the whole payload, code byte first. Never throws.
+    void FTDIResp(QByteArrayView payload);
+
+private:
+    struct Reply
+    {
+        quint8 status = 0;
+        QByteArray data;
+    };
+
+    End ended(bool abandoned, bool linkLost);
+
+    Session &m_session;
+    VornCommands &m_commands;
+    std::optional<Reply> m_reply; // the last one since the request was sent
+    int m_owed = 0;               // answers to earlier requests that may still come
+    qint32 m_owedSince = 0;       // the session's LinkLosses then
+    int m_abandonments = 0;
+    bool m_waiting = false;
+};
+
+} // namespace vantrel

@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "maintenance/FtdiUtility.h"
+
+#include "link/Dialogs.h"
+#include "link/ErrorBoundary.h"
+#include "link/Utils.h"
+#include "link/Words.h"
+#include "link/publicvars.h"
+#include "maintenance/FtdiBackup.h"
+
+#include <algorithm>
+
+namespace vantrel {
+
+namespace {
+
+QString prefixed(const QString &digits)
+{
+    return QStringLiteral("0x") + digits;
+}
+
+quint8 decimalByte(const Control &box)
+{
+    return checked<quint8>(roundToLong(numericValue(box.text())));
+}
+
+} // namespace
+
+FtdiUtility::FtdiUtility(Session &session, VornCommands &commands, Dialogs &dialogs,
+                         ErrorBoundary &errors, QString backupFolder,
+                         std::function<QDateTime()> now)
+    : m_session(session), m_dialogs(dialogs), m_errors(errors), m_exchange(session, commands),
+      m_backupFolder(std::move(backupFolder)), m_now(std::move(now))
+{
+}
+
+void FtdiUtility::opened()
+{
+    m_open = true;
+    m_image = FtdiEeprom();
+    m_asRead.reset();
+    m_controls.DevAddr.setText(QStringLiteral("0x02"));
+    for (Control *box : {&m_controls.tbVID, &m_controls.tbPID, &m_controls.tbMajRev,
+                         &m_controls.tbMinRev, &m_controls.tbMaxPower})
+        box->setText({});
+    for (Control *box : {&m_controls.tbMfr, &m_controls.tbProduct, &m_controls.tbSerial}) {
+        box->setText({});
+        m_accepted[box] = QString();
+    }
+    m_controls.WordProgress.setVisible(false);
+    setSelfPower(false);
+    setRemoteWake(true);
+    setSerial(true);
+}
+
+void FtdiUtility::closed()
+{
+    m_open = false;
+    m_exchange.abandon();
+}
+
+void FtdiUtility::readClicked()
+{
+    m_errors.run([this] { return read(); });
+}
+
+void FtdiUtility::programClicked()
+{
+    m_errors.run([this] { return program(); });
+}
+
+void FtdiUtility::verifyClicked()
+{
+    m_errors.run([this] { return verify(); });
+}
+
+void FtdiUtility::remoteWakeClicked()
+{
+    setRemoteWake(m_controls.cbRemoteWake.isChecked());
+}
+
+void FtdiUtility::selfPowerClicked()
+{
+    setSelfPower(m_controls.cbSelfPower.isChecked());
+}
+
+void FtdiUtility::serialClicked()
+{
+    setSerial(m_controls.cbSerial.isChecked());
+}
+
+void FtdiUtility::setRemoteWake(bool on)
+{
+    m_controls.cbRemoteWake.setChecked(on);
+    m_image.setBit(FtdiByte::Attributes, FtdiBit::RemoteWakeup, on);
+}
+
+void FtdiUtility::setSelfPower(bool on)
+{
+    m_controls.cbSelfPower.setChecked(on);
+    m_image.setBit(FtdiByte::Attributes, FtdiBit::SelfPowered, on);
+}
+
+void FtdiUtility::setSerial(bool on)
+{
+    m_controls.cbSerial.setChecked(on);
+    setSerialEnabled(on);
+    m_image.setBit(FtdiByte::Options, FtdiBit::SerialEnable, on);
+}
+
+QCoro::Task<> FtdiUtility::read()
+{
+    if (m_running)
+        co_return;
+    const quint8 address = deviceAddress();
+    m_asRead.reset();
+    bool whole = true;
+    const TakeWord take = [this, &whole](int word, const QByteArray &data) {
+        whole = whole && data.size() >= 2;
+        for (int i = 0; i < std::min<int>(2, static_cast<int>(data.size())); ++i)
+            m_image.setByte(2 * word + i, static_cast<quint8>(data[i]));
+    };
+    const QList<FtdiStep> steps = ftdiReadSteps();
+    const QString progress = QStringLiteral("%v of %m words read");
+    const RunEnd end = co_await run(address, steps, progress, take);
+    if (end.completed) {
+        if (whole)
+            m_asRead = m_image;
+        showImage();
+    } else {
+        co_await tell(end.failure);
+    }
+}
+
+QCoro::Task<> FtdiUtility::program()
+{
+    if (m_running)
+        co_return;
+    const QString texts =
+        m_controls.tbMfr.text() + m_controls.tbProduct.text() + m_controls.tbSerial.text();
+    QString refusal = textRefusal(texts);
+    if (texts.size() > FtdiEeprom::LongestStrings)
+        refusal = QStringLiteral("Total available string length exceeded\r\n"
+                                 "Please reduce the length of one or more strings");
+    if (!refusal.isEmpty()) {
+        co_await tell(refusal);
+        co_return;
+    }
+
+    const FtdiEeprom image = editedImage();
+    const quint8 address = deviceAddress();
+    saveBackup();
+    m_image = image;
+    const QList<FtdiStep> steps = ftdiProgramSteps(m_image);
+    const QString progress = QStringLiteral("%v of %m words written");
+    const TakeWord nothing;
+    const RunEnd end = co_await run(address, steps, progress, nothing);
+    co_await tell(end.failure);
+}
+
+QCoro::Task<> FtdiUtility::verify()
+{
+    if (m_running)
+        co_return;
+    const quint8 address = deviceAddress();
+    QString verdict;
+    const TakeWord compare = [this, &verdict](int word, const QByteArray &data) {
+        if (!verdict.isEmpty())
+            return;
+        if (data.size() < 2) {
+            verdict = QStringLiteral("Error Reading EEPROM word %1").arg(word);
+            return;
+        }
+        const auto held =
+            static_cast<quint16>(static_cast<quint8>(data[0]) | static_cast<quint8>(data[1]) << 8U);
+        if (held != m_image.word(word)) {
+            verdict = QStringLiteral("EEPROM word %1 is %2 in the device and %3 in the image")
+                          .arg(word)
+                          .arg(prefixed(Hex4(held)), prefixed(Hex4(m_image.word(word))));
+        }
+    };
+    const QList<FtdiStep> steps = ftdiReadSteps();
+    const QString progress = QStringLiteral("%v of %m words compared");
+    const RunEnd end = co_await run(address, steps, progress, compare);
+    if (end.completed && verdict.isEmpty())
+        verdict = QStringLiteral("All 64 EEPROM words agree with the image");
+    co_await tell(end.completed ? verdict : end.failure);
+}
+
+QCoro::Task<FtdiUtility::RunEnd> FtdiUtility::run(quint8 address, QList<FtdiStep> steps,
+                                                  QString progress, TakeWord take)
+{
+    RunEnd result;
+    int words = 0;
+    setRunning(true);
+    m_controls.WordProgress.setText(progress);
+    m_controls.WordProgress.setProgress({0, FtdiEeprom::WordCount});
+    m_controls.WordProgress.setVisible(true);
+    for (const FtdiStep &step : steps) {
+        const FtdiExchange::End end = co_await m_exchange.request(address, step.setup);
+        result.completed = end == FtdiExchange::End::Answered;
+        if (end == FtdiExchange::End::Refused)
+            result.failure = step.refused;
+        else if (end == FtdiExchange::End::TimedOut)
+            result.failure = step.silent;
+        if (!result.completed)
+            break;
+        if (step.isWord) {
+            if (take)
+                take(step.setup.wIndex, m_exchange.data());
+            m_controls.WordProgress.setProgress({++words, FtdiEeprom::WordCount});
+        }
+    }
+    m_controls.WordProgress.setVisible(result.completed);
+    setRunning(false);
+    co_return result;
+}
+
+/// What the user may change or press in the meantime would end up half in the device.
+void FtdiUtility::setRunning(bool running)
+{
+    m_running = running;
+    for (Control *control : m_controls.all) {
+        if (control != &m_controls.WordProgress && control != &m_controls.tbSerial)
+            control->setEnabled(!running);
+    }
+    setSerialEnabled(!running && m_controls.cbSerial.isChecked());
+}
+
+void FtdiUtility::setSerialEnabled(bool enabled)
+{
+    m_controls.tbSerial.setEnabled(enabled);
+    m_controls.lblSerial.setEnabled(enabled);
+}
+
+void FtdiUtility::showImage()
+{
+    m_controls.tbVID.setText(prefixed(Hex4(m_image.number(FtdiByte::VendorId))));
+    m_controls.tbPID.setText(prefixed(Hex4(m_image.number(FtdiByte::ProductId))));
+    m_controls.tbMajRev.setText(QString::number(m_image.byte(FtdiByte::MajorRevision)));
+    m_controls.tbMinRev.setText(QString::number(m_image.byte(FtdiByte::MinorRevision)));
+    showText(m_controls.tbMfr, FtdiByte::Manufacturer);
+    showText(m_controls.tbProduct, FtdiByte::Product);
+    showText(m_controls.tbSerial, FtdiByte::Serial);
+    setSelfPower(m_image.bit(FtdiByte::Attributes, FtdiBit::SelfPowered));
+    setRemoteWake(m_image.bit(FtdiByte::Attributes, FtdiBit::RemoteWakeup));
+    setSerial(m_image.bit(FtdiByte::Options, FtdiBit::SerialEnable));
+    m_controls.tbMaxPower.setText(QString::number(2 * m_image.byte(FtdiByte::MaxPower)));
+}
+
+void FtdiUtility::showText(Control &box, int field)
+{
+    if (const std::optional<QString> text = m_image.text(field)) {
+        box.setText(*text);
+        m_accepted[&box] = *text;
+    }
+}
+
+FtdiEeprom FtdiUtility::editedImage() const
+{
+    FtdiEeprom image = m_image;
+    QString vid = m_controls.tbVID.text();
+    QString pid = m_controls.tbPID.text();
+    image.setNumber(FtdiByte::VendorId, checked<quint16>(ParseNumber(vid)));
+    image.setNumber(FtdiByte::ProductId, checked<quint16>(ParseNumber(pid)));
+    image.setByte(FtdiByte::MinorRevision, decimalByte(m_controls.tbMinRev));
+    image.setByte(FtdiByte::MajorRevision, decimalByte(m_controls.tbMajRev));
+    image.setTexts(m_controls.tbMfr.text(), m_controls.tbProduct.text(),
+                   m_controls.cbSerial.isChecked() ? m_controls.tbSerial.text() : QString());
+    image.sign();
+    return image;
+}
+
+void FtdiUtility::saveBackup()
+{
+    if (!m_asRead)
+        return;
+    const QString path = saveEepromBackup(m_backupFolder, m_now(), m_asRead->bytes());
+    ShowStatusLine(m_session, QStringLiteral("EEPROM as read saved in ") + path);
+}
+
+quint8 FtdiUtility::deviceAddress() const
+{
+    QString text = m_controls.DevAddr.text();
+    return checked<quint8>(ParseNumber(text));
+}
+
+QString FtdiUtility::textRefusal(const QString &text)
+{
+    for (const char32_t code : text.toUcs4()) {
+        if (code > 0xFF) {
+            return QStringLiteral("Strings hold one byte a character: \"%1\" cannot be stored")
+                .arg(QString::fromUcs4(&code, 1));
+        }
+    }
+    return {};
+}
+
+QCoro::Task<> FtdiUtility::tell(QString text)
+{
+    if (text.isEmpty())
+        co_return;
+    const Message message{text, QStringLiteral("Vantrel - FTDI Configuration Utility")};
+    co_await m_dialogs.messageBox(message);
+}
+
+} // namespace vantrel

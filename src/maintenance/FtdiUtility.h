@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Control.h"
+#include "maintenance/FtdiEeprom.h"
+#include "maintenance/FtdiExchange.h"
+#include "maintenance/FtdiSteps.h"
+
+#include <QCoroTask>
+#include <QDateTime>
+#include <QHash>
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace vantrel {
+
+struct Session;
+class Dialogs;
+class ErrorBoundary;
+class VornCommands;
+
+/// The controls of the window `frmFTDI`, as values.
+struct FtdiControls
+{
+    QList<Control *> all; // first: every control below adds itself
+
+    Control DevAddr{all, "DevAddr"};
+    Control btRead{all, "btRead"}, btProgram{all, "btProgram"}, btVerify{all, "btVerify"};
+    Control tbVID{all, "tbVID"}, tbPID{all, "tbPID"};
+    Control tbMajRev{all, "tbMajRev"}, tbMinRev{all, "tbMinRev"};
+    Control tbMaxPower{all, "tbMaxPower"};
+    Control cbRemoteWake{all, "cbRemoteWake"}, cbSelfPower{all, "cbSelfPower"};
+    Control tbMfr{all, "tbMfr"}, tbProduct{all, "tbProduct"};
+    Control cbSerial{all, "cbSerial"};
+    Control lblSerial{all, "lblSerial"};
+    Control tbSerial{all, "tbSerial"};
+    Control WordProgress{all, "WordProgress"};
+};
+
+/// What the window `frmFTDI` does: reads, edits and programs the configuration EEPROM of the FTDI
+/// device on the tester's USB port. Each handler runs inside the error boundary and returns at
+/// once.
+///
+/// The vendor and product numbers of a device are plain unsigned words here, whatever the session
+/// says of other words. While words are read or written nothing can be edited; a run that its
+/// window or its link does not outlive ends at once and shows nothing.
+class FtdiUtility
+{
+public:
+    /// `backupFolder`: where images are saved before a device is programmed; made when needed.
+    FtdiUtility(Session &session, VornCommands &commands, Dialogs &dialogs, ErrorBoundary &errors,
+                QString backupFolder, std::function<QDateTime()> now = &QDateTime::currentDateTime);
+
+    FtdiControls &controls() { return m_controls; }
+    const FtdiEeprom &image() const { return m_image; }
+
+    void opened();
+    void closed();
+
+    void readClicked();
+    /// Saves the image as it was read, if all of it was, before anything is sent.
+    void programClicked();
+    /// Compares the device with the image. Neither changes.
+    void verifyClicked();
+
+    void remoteWakeClicked();
+    void selfPowerClicked();
+    void serialClicked();
+
+    void devAddrLeft();
+    void vidLeft() { idLeft(m_controls.tbVID); }
+    void pidLeft() { idLeft(m_controls.tbPID); }
+    void majRevLeft();
+    void minRevLeft();
+    void maxPowerLeft();
+    // A string with a character that cannot be stored goes back to what it was.
+    void mfrLeft() { textLeft(m_controls.tbMfr); }
+    void productLeft() { textLeft(m_controls.tbProduct); }
+    void serialLeft() { textLeft(m_controls.tbSerial); }
+
+    /// How many fields could not be taken when they were left: a press of a button that left such a
+    /// field does not count.
+    int refusals() const { return m_refusals; }
+
+private:
+    using TakeWord = std::function<void(int word, const QByteArray &data)>;
+
+    /// How a run of steps ended.
+    struct RunEnd
+    {
+        bool completed = false;
+        QString failure; ///< what the user is told, if anything
+    };
+
+    QCoro::Task<> read();
+    QCoro::Task<> program();
+    QCoro::Task<> verify();
+    /// `progress` is what the bar says, `take` gets each word's data; it may be empty.
+    QCoro::Task<RunEnd> run(quint8 address, QList<FtdiStep> steps, QString progress, TakeWord take);
+    QCoro::Task<> tell(QString text);
+
+    void setRunning(bool running);
+    void setRemoteWake(bool on);
+    void setSelfPower(bool on);
+    void setSerial(bool on);
+    void setSerialEnabled(bool enabled);
+    void showImage();
+    void showText(Control &box, int field);
+    quint8 deviceAddress() const;
+    FtdiEeprom editedImage() const;
+    void saveBackup();
+    /// Why the text cannot be stored; empty when it can.
+    static QString textRefusal(const QString &text);
+
+    void idLeft(Control &box);
+    void textLeft(Control &box);
+    void leave(const std::function<void()> &check);
+
+    Session &m_session;
+    Dialogs &m_dialogs;
+    ErrorBoundary &m_errors;
+    FtdiExchange m_exchange;
+    QString m_backupFolder;
+    std::function<QDateTime()> m_now;
+    FtdiControls m_controls;
+    FtdiEeprom m_image;
+    std::optional<FtdiEeprom> m_asRead;         // the device's, once all words have been read
+    QHash<const Control *, QString> m_accepted; // texts of the string boxes, as last taken
+    int m_refusals = 0;
+    bool m_open = false;
+    bool m_running = false;
+};
+
+} // namespace vantrel

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "maintenance/NetworkConfig.h"
+
+#include "link/Dialogs.h"
+#include "link/ErrorBoundary.h"
+#include "link/RuntimeError.h"
+#include "link/Utils.h"
+#include "link/publicvars.h"
+#include "protocol/VornCommands.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace vantrel {
+
+namespace {
+
+constexpr qint32 LargestByte = 255;
+constexpr qint32 ReadTicks = 20;
+
+qint16 rounded(const QString &text)
+{
+    const qint32 value = roundToLong(numericValue(text));
+    if (value < std::numeric_limits<qint16>::min() || value > std::numeric_limits<qint16>::max())
+        throw RuntimeError::overflow();
+    return static_cast<qint16>(value);
+}
+
+} // namespace
+
+NetworkConfig::NetworkConfig(Session &session, VornCommands &commands, Dialogs &dialogs,
+                             ErrorBoundary &errors)
+    : m_session(session), m_commands(commands), m_dialogs(dialogs), m_errors(errors)
+{
+}
+
+void NetworkConfig::opened()
+{
+    ++m_openings;
+    m_open = true;
+    for (int i = 0; i < NetworkRecord::Size; ++i)
+        m_controls.box(i).setText({});
+    m_controls.lblHint.setText({});
+    m_controls.cbMACEnbl.setChecked(false);
+    setMacEnabled(false);
+    m_errors.run([this] { return read(); });
+}
+
+void NetworkConfig::closed()
+{
+    ++m_openings;
+    m_open = false;
+    m_session.waits.check();
+}
+
+void NetworkConfig::macEnableClicked()
+{
+    m_errors.run([this] { return confirmMac(); });
+}
+
+void NetworkConfig::updateClicked()
+{
+    m_errors.runNow([this] {
+        m_commands.SendConfigMemoryWrite(NetworkRecord::Address, enteredRecord().toBytes());
+        emit closeWanted();
+    });
+}
+
+void NetworkConfig::cancelClicked()
+{
+    emit closeWanted();
+}
+
+void NetworkConfig::edited()
+{
+    showHint();
+}
+
+void NetworkConfig::ipLeft(int index)
+{
+    leave([this, index] { limitOctet(m_controls.tbIP.at(static_cast<std::size_t>(index))); });
+}
+
+void NetworkConfig::gatewayLeft(int index)
+{
+    leave([this, index] { limitOctet(m_controls.tbGWIP.at(static_cast<std::size_t>(index))); });
+}
+
+void NetworkConfig::macLeft(int index)
+{
+    leave([this, index] {
+        Control &box = m_controls.tbMAC.at(static_cast<std::size_t>(index));
+        const qint32 value = std::min(HexToLong(box.text()), LargestByte);
+        box.setText(Hex2(static_cast<qint16>(value)));
+    });
+}
+
+QCoro::Task<> NetworkConfig::read()
+{
+    const int opening = m_openings;
+    const qint32 deadline = deadlineIn(m_session, ReadTicks);
+    const std::function<bool()> closed = [this, opening] { return m_openings != opening; };
+    m_readBuffer = QByteArray(NetworkRecord::Size, '\0');
+    const int failed = co_await m_commands.SendConfigMemoryRead(
+        NetworkRecord::Address, m_readBuffer, NetworkRecord::Size, closed);
+    if (closed())
+        co_return;
+    if (failed == 0) {
+        showRecord(m_readBuffer.first(
+            std::min<qsizetype>(NetworkRecord::Size, m_session.ConfigReadData.size())));
+    } else if (m_session.TickCount == deadline) {
+        showHint();
+        const Message failure{
+            QStringLiteral("Failed to Read Configuration Information from Tester"),
+            QStringLiteral("Read Configuration")};
+        co_await m_dialogs.messageBox(failure);
+    }
+}
+
+void NetworkConfig::showRecord(const QByteArray &bytes)
+{
+    for (int i = 0; i < bytes.size(); ++i)
+        m_controls.box(i).setText(networkBoxText(i, static_cast<quint8>(bytes[i])));
+    showHint();
+}
+
+QCoro::Task<> NetworkConfig::confirmMac()
+{
+    if (!m_controls.cbMACEnbl.isChecked()) {
+        setMacEnabled(false);
+        co_return;
+    }
+    const int opening = m_openings;
+    const Message question{
+        QStringLiteral("Changing the MAC Address could result in conflicts on the network\r\n"
+                       "Are you sure you want to enable MAC address modification?"),
+        QStringLiteral("Enable MAC Address Modification"), Message::Buttons::YesNo};
+    const Answer answer = co_await m_dialogs.messageBox(question);
+    if (m_openings != opening)
+        co_return;
+    m_controls.cbMACEnbl.setChecked(answer == Answer::Yes);
+    setMacEnabled(answer == Answer::Yes);
+}
+
+void NetworkConfig::setMacEnabled(bool enabled)
+{
+    for (Control &box : m_controls.tbMAC)
+        box.setEnabled(enabled);
+}
+
+NetworkRecord NetworkConfig::enteredRecord()
+{
+    NetworkRecord record;
+    for (int i = 0; i < NetworkRecord::Size; ++i)
+        record.bytes.at(static_cast<std::size_t>(i)) = networkBoxByte(i, m_controls.box(i).text());
+    return record;
+}
+
+/// Half a number may stand in a box while the user types, so an error is a hint here.
+void NetworkConfig::showHint()
+{
+    QString hint;
+    try {
+        hint = networkHint(enteredRecord());
+    } catch (const RuntimeError &) {
+        hint = QStringLiteral("Each part of an address is 0 to 255, of the MAC address 00 to FF");
+    }
+    m_controls.lblHint.setText(hint);
+}
+
+void NetworkConfig::limitOctet(Control &box)
+{
+    const qint32 value = std::clamp<qint32>(rounded(box.text()), 0, LargestByte);
+    box.setText(QString::number(value));
+}
+
+/// A window that goes leaves its field too; there is nothing to correct any more.
+void NetworkConfig::leave(const std::function<void()> &check)
+{
+    if (!m_open)
+        return;
+    m_errors.runNow([this, &check] {
+        ++m_refusals;
+        check();
+        --m_refusals;
+    });
+    showHint();
+}
+
+} // namespace vantrel

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "link/Control.h"
+#include "maintenance/NetworkRecord.h"
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QList>
+#include <QObject>
+
+#include <array>
+#include <functional>
+
+namespace vantrel {
+
+struct Session;
+class Dialogs;
+class ErrorBoundary;
+class VornCommands;
+
+/// The controls of the window `frmNWCfg`, as values.
+struct NetworkControls
+{
+    QList<Control *> all; // first: every control below adds itself
+
+    std::array<Control, 4> tbIP{
+        {{all, "tbIP_0"}, {all, "tbIP_1"}, {all, "tbIP_2"}, {all, "tbIP_3"}}};
+    std::array<Control, 4> tbGWIP{
+        {{all, "tbGWIP_0"}, {all, "tbGWIP_1"}, {all, "tbGWIP_2"}, {all, "tbGWIP_3"}}};
+    std::array<Control, 4> tbMask{
+        {{all, "tbMask_0"}, {all, "tbMask_1"}, {all, "tbMask_2"}, {all, "tbMask_3"}}};
+    std::array<Control, 6> tbMAC{{{all, "tbMAC_0"},
+                                  {all, "tbMAC_1"},
+                                  {all, "tbMAC_2"},
+                                  {all, "tbMAC_3"},
+                                  {all, "tbMAC_4"},
+                                  {all, "tbMAC_5"}}};
+    Control cbMACEnbl{all, "cbMACEnbl"};
+    Control lblHint{all, "lblHint"}; ///< why the settings cannot work
+
+    /// The box of a byte of the record.
+    Control &box(int index) { return *all[index]; }
+};
+
+/// What the window `frmNWCfg` does: shows the tester's network settings and writes them back. Each
+/// handler runs inside the error boundary and returns at once.
+///
+/// A byte that the tester's answer does not hold leaves its box empty; an empty box is written as
+/// 0. A read that its window or its link has not outlived shows nothing.
+class NetworkConfig : public QObject
+{
+    Q_OBJECT
+
+public:
+    NetworkConfig(Session &session, VornCommands &commands, Dialogs &dialogs,
+                  ErrorBoundary &errors);
+
+    NetworkControls &controls() { return m_controls; }
+
+    void opened();
+    void closed();
+
+    void macEnableClicked();
+    void updateClicked();
+    void cancelClicked();
+
+    /// The user has changed a box: the hint follows.
+    void edited();
+    /// Part `index` of the tester's address, or of the gateway's: limited to 0 to 255.
+    void ipLeft(int index);
+    void gatewayLeft(int index);
+    /// A byte of the MAC address: limited to FF.
+    void macLeft(int index);
+
+    /// How many fields could not be taken when they were left: a press of a button that left such a
+    /// field does not count.
+    int refusals() const { return m_refusals; }
+
+signals:
+    void closeWanted();
+
+private:
+    QCoro::Task<> read();
+    QCoro::Task<> confirmMac();
+    NetworkRecord enteredRecord();
+    void showRecord(const QByteArray &bytes);
+    void showHint();
+    void setMacEnabled(bool enabled);
+    void limitOctet(Control &box);
+    void leave(const std::function<void()> &check);
+
+    Session &m_session;
+    VornCommands &m_commands;
+    Dialogs &m_dialogs;
+    ErrorBoundary &m_errors;
+    NetworkControls m_controls;
+    QByteArray m_readBuffer; // filled by a read that may end after its window has closed
+    int m_openings = 0;      // counts closings as well: whoever waited sees that it has changed
+    int m_refusals = 0;
+    bool m_open = false;
+};
+
+} // namespace vantrel

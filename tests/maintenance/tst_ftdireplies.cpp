@@ -1,0 +1,325 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "maintenance/FtdiBench.h"
+
+#include <QTest>
+
+using namespace vantrel;
+using namespace vantrel::test;
+
+namespace {
+
+const QByteArray Late = "00 eeee"_hex;
+constexpr auto LinesOfReplies = "-- Device Request Response";
+
+/// A read of which nothing was answered in time.
+struct TimedOutBench : FtdiBench
+{
+    TimedOutBench()
+    {
+        timeOut();
+        if (onlyMessage() != QLatin1String("Vorn Tester not Responding"))
+            qFatal("no time-out");
+    }
+    void timeOut()
+    {
+        ftdi.readClicked();
+        tick(10);
+    }
+    /// What was read, from the first word on.
+    QByteArray read(int words) const { return ftdi.image().bytes().first(2 * words); }
+};
+
+} // namespace
+
+/// Answers that come late, twice, never, cut, and those that nobody waits for any more.
+class TestFtdiReplies : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void lateIsDropped();
+    void lateBeforeTheAnswer();
+    void lateThatNeverComes();
+    void lateOnes();
+    void lateOnesWithoutTheAnswer();
+    void lateRefusalBeforeTheAnswer();
+    void lateOverANewLink();
+    void doubled();
+    void withoutStatus();
+    void shortData_data();
+    void shortData();
+    void longData();
+    void answeredInTheLastTick();
+    void answersBelongToOthersAgain();
+
+    void closedWhileReading();
+    void closedAndOpenedAgain();
+    void linkLostWhileReading_data();
+    void linkLostWhileReading();
+    void programClosesWhileReading();
+    void withoutUtility();
+};
+
+void TestFtdiReplies::lateIsDropped()
+{
+    TimedOutBench bench;
+    QVERIFY(bench.session.FtdiActive);
+    bench.reply(Late);
+    QVERIFY(!bench.session.FtdiActive);
+    QVERIFY(bench.session.RespText.text().isEmpty());
+    QCOMPARE(bench.ftdi.image(), FtdiEeprom());
+
+    // Nothing is owed any more: the next read takes its own answers at once.
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 64);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    QVERIFY(!bench.session.FtdiActive);
+}
+
+void TestFtdiReplies::lateBeforeTheAnswer()
+{
+    TimedOutBench bench;
+    bench.ftdi.readClicked();
+    bench.tick(3);
+    bench.serial->takeWritten();
+    bench.reply(Late);
+    QVERIFY(bench.session.FtdiActive);
+    QCOMPARE(bench.serial->takeWritten(), QByteArray()); // the next word is not asked for yet
+    bench.replyWords(realEeprom(), 0, 64);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QVERIFY(!bench.session.FtdiActive);
+}
+
+void TestFtdiReplies::lateThatNeverComes()
+{
+    TimedOutBench bench;
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 1);
+    bench.tick(9);
+    QCOMPARE(bench.controls.WordProgress.progress(), (Progress{0, 64}));
+    bench.tick();
+    QCOMPARE(bench.controls.WordProgress.progress(), (Progress{1, 64}));
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    bench.replyWords(realEeprom(), 1, 63); // each taken at once
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiReplies::lateOnes()
+{
+    TimedOutBench bench;
+    bench.timeOut();
+    bench.dialogs.messages.clear();
+    bench.ftdi.readClicked();
+    bench.reply(Late);
+    bench.reply(Late);
+    QCOMPARE(bench.controls.WordProgress.progress(), (Progress{0, 64}));
+    bench.replyWords(realEeprom(), 0, 64);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiReplies::lateOnesWithoutTheAnswer()
+{
+    TimedOutBench bench;
+    bench.timeOut();
+    bench.dialogs.messages.clear();
+    bench.ftdi.readClicked();
+    bench.reply(Late);
+    bench.replyWords(realEeprom(), 0, 1); // the second: the last that comes is the answer
+    bench.tick(10);
+    QCOMPARE(bench.read(1), "0040"_hex);
+    bench.replyWords(realEeprom(), 1, 63);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiReplies::lateRefusalBeforeTheAnswer()
+{
+    TimedOutBench bench;
+    bench.ftdi.readClicked();
+    bench.reply("05"_hex);
+    bench.replyWords(realEeprom(), 0, 64);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    QVERIFY(bench.dialogs.messages.isEmpty());
+}
+
+void TestFtdiReplies::lateOverANewLink()
+{
+    TimedOutBench bench;
+    bench.console.connectClicked();
+    bench.run();
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 64); // nothing is held back
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiReplies::doubled()
+{
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 63);
+    const QByteArray last = framed("81 00 0913"_hex);
+    bench.transport().receive(last + last);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    QVERIFY(!bench.session.FtdiActive);
+    QCOMPARE(bench.session.RespText.text().count(LinesOfReplies), 1); // nobody asked for that one
+    bench.reply(Late);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    QVERIFY(bench.dialogs.messages.isEmpty());
+}
+
+void TestFtdiReplies::withoutStatus()
+{
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    bench.reply({});
+    QVERIFY(bench.session.FtdiActive);
+    bench.tick(9);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    bench.tick();
+    QCOMPARE(bench.onlyMessage(), QStringLiteral("Vorn Tester not Responding"));
+    bench.reply({}); // still owed
+    QVERIFY(bench.session.FtdiActive);
+}
+
+void TestFtdiReplies::shortData_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<QByteArray>("word");
+
+    QTest::newRow("no data") << "00"_hex
+                             << "a02d"_hex;
+    QTest::newRow("one byte") << "00 33"_hex
+                              << "332d"_hex;
+}
+
+void TestFtdiReplies::shortData()
+{
+    QFETCH(QByteArray, reply);
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 4);
+    bench.reply(reply);
+    bench.replyWords(realEeprom(), 5, 59);
+    QTEST(bench.ftdi.image().bytes().sliced(8, 2), "word");
+    QCOMPARE(bench.ftdi.image().bytes().first(8), realEeprom().first(8));
+    QCOMPARE(bench.ftdi.image().bytes().sliced(10), realEeprom().sliced(10));
+    QCOMPARE(bench.controls.tbVID.text(), QStringLiteral("0x0403"));
+    QVERIFY(bench.dialogs.messages.isEmpty());
+}
+
+void TestFtdiReplies::longData()
+{
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    bench.reply("00 0040 eeeeeeeeee"_hex);
+    bench.replyWords(realEeprom(), 1, 62);
+    bench.reply("00 0913 eeeeeeeeee"_hex);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiReplies::answeredInTheLastTick()
+{
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    for (int word = 0; word < 64; ++word) {
+        bench.tick(9);
+        bench.replyWords(realEeprom(), word, 1);
+    }
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    QVERIFY(bench.dialogs.messages.isEmpty());
+}
+
+void TestFtdiReplies::answersBelongToOthersAgain()
+{
+    FtdiBench bench;
+    bench.readAll(realEeprom());
+    bench.reply("00 1234"_hex);
+    QCOMPARE(bench.session.RespText.text(),
+             QByteArray("-- Device Request Response: Status = 00\r\n 12 34 \r\n"));
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiReplies::closedWhileReading()
+{
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 3);
+    bench.ftdi.closed();
+    QCOMPARE(bench.session.waits.pendingCount(), 0);
+    QVERIFY(bench.session.FtdiActive); // the answer may still come
+    bench.tick(20);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    bench.reply(Late);
+    QVERIFY(!bench.session.FtdiActive);
+    QVERIFY(bench.session.RespText.text().isEmpty());
+}
+
+void TestFtdiReplies::closedAndOpenedAgain()
+{
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 3);
+    bench.ftdi.closed();
+    bench.ftdi.opened();
+    for (const Control *control : bench.controls.all)
+        QVERIFY2(control->isEnabled(), qPrintable(control->name()));
+    QVERIFY(!bench.controls.WordProgress.isVisible());
+    QCOMPARE(bench.ftdi.image(), FtdiEeprom());
+
+    bench.ftdi.readClicked();
+    bench.reply(Late); // to the request that was given up
+    bench.replyWords(realEeprom(), 0, 64);
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiReplies::linkLostWhileReading_data()
+{
+    QTest::addColumn<bool>("network");
+
+    QTest::newRow("serial, disconnected by the user") << false;
+    QTest::newRow("network, failed") << true;
+}
+
+void TestFtdiReplies::linkLostWhileReading()
+{
+    QFETCH(bool, network);
+    FtdiBench bench;
+    bench.console.connectClicked();
+    bench.run(network);
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 3);
+    if (network)
+        bench.tcp->fail(QStringLiteral("gone"));
+    else
+        bench.console.connectClicked();
+    QCOMPARE(bench.session.waits.pendingCount(), 0);
+    QVERIFY(!bench.session.FtdiActive);
+    QVERIFY(bench.controls.btRead.isEnabled());
+    QVERIFY(!bench.controls.WordProgress.isVisible());
+    bench.tick(20);
+    for (const Message &message : bench.dialogs.messages)
+        QCOMPARE(message.title, QStringLiteral("Vantrel Communications Manager"));
+}
+
+void TestFtdiReplies::programClosesWhileReading()
+{
+    FtdiBench bench;
+    bench.ftdi.readClicked();
+    bench.console.shutDown();
+    QCOMPARE(bench.session.waits.pendingCount(), 0);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QVERIFY(bench.controls.btRead.isEnabled());
+}
+
+void TestFtdiReplies::withoutUtility()
+{
+    ConsoleBench bench;
+    {
+        const FtdiExchange exchange(bench.session, bench.console.commands());
+        QVERIFY(bench.session.FTDIResp);
+    }
+    QVERIFY(!bench.session.FTDIResp);
+}
+
+QTEST_GUILESS_MAIN(TestFtdiReplies)
+#include "tst_ftdireplies.moc"
