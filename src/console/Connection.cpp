@@ -167,7 +167,9 @@ bool Connection::probe()
     if (m_session.NetworkMode && !m_link.isConnected())
         return false;
     // The device of a serial link may have been pulled and be back by now.
-    if (m_link.isConnected() || !m_link.OpenLink())
+    if (!m_link.isConnected())
+        m_link.OpenLink();
+    if (m_link.takesPackets())
         m_commands.SendVersionQuery();
     return true;
 }
@@ -180,9 +182,11 @@ void Connection::poll(bool withCurrent)
         ShowStatusLine(m_session, QStringLiteral("Connecting..."));
         return;
     }
-    if (withCurrent)
-        m_commands.SendCurrentQuery();
-    m_commands.SendPortStatusQuery();
+    if (m_link.takesPackets()) { // the user asked for nothing, and need not hear that it failed
+        if (withCurrent)
+            m_commands.SendCurrentQuery();
+        m_commands.SendPortStatusQuery();
+    }
     m_session.StatusSeen = false;
 }
 

@@ -2,6 +2,7 @@
 #include "console/NetworkNames.h"
 
 #include "link/Dialogs.h"
+#include "link/Files.h"
 #include "link/RuntimeError.h"
 #include "link/VornComm.h"
 #include "link/publicvars.h"
@@ -104,14 +105,6 @@ void createEmpty(const QString &path)
         throw RuntimeError::file(file.errorString(), path);
 }
 
-QByteArray readWhole(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw RuntimeError::file(file.errorString(), path);
-    return file.readAll();
-}
-
 void appendLine(const QString &path, const QString &line)
 {
     QFile file(path);
@@ -155,7 +148,7 @@ QCoro::Task<> NetworkNames::load(QString path)
     std::optional<RuntimeError> failure;
     try {
         if (QFile::exists(path)) {
-            entries = parse(readWhole(path));
+            entries = parse(readWholeFile(path));
         } else {
             const Message notice{QStringLiteral("Creating Network Name File"),
                                  QStringLiteral("Vantrel Initialization")};

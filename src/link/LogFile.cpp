@@ -3,11 +3,30 @@
 
 #include "link/Bytes.h"
 
+#include <cerrno>
+
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
 namespace vantrel {
 
 namespace {
+
 constexpr qsizetype PieceSize = 65'536; // bytes
+
+/// False for an open file that no directory holds any more.
+bool hasName([[maybe_unused]] const QFile &file)
+{
+#ifdef Q_OS_UNIX
+    struct stat status = {};
+    return ::fstat(file.handle(), &status) != 0 || status.st_nlink > 0;
+#else
+    return true; // an open file cannot be deleted
+#endif
 }
+
+} // namespace
 
 std::optional<QString> LogFile::open(const QString &path)
 {
@@ -15,6 +34,7 @@ std::optional<QString> LogFile::open(const QString &path)
     m_file.setFileName(path);
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
         return m_file.errorString();
+    m_hadName = hasName(m_file);
     return std::nullopt;
 }
 
@@ -35,10 +55,13 @@ bool LogFile::flush()
         done += written;
     }
     const bool complete = done == m_gathered.size();
+    const bool lost = complete && done > 0 && m_hadName && !hasName(m_file);
     if (!complete)
         m_error = m_file.errorString();
+    else if (lost)
+        m_error = qt_error_string(ENOENT);
     m_gathered.resize(0);
-    return complete;
+    return complete && !lost;
 }
 
 bool LogFile::close()

@@ -26,7 +26,8 @@ public:
     /// why.
     bool write(std::string_view bytes);
 
-    /// Hands everything gathered so far to the system. Returns false as write() does.
+    /// Hands everything gathered so far to the system. Returns false as write() does, and when the
+    /// file has been deleted meanwhile, alone or with its directory: what goes there is lost.
     bool flush();
 
     /// Flushes and closes. Returns false when the last bytes could not be written.
@@ -39,6 +40,7 @@ private:
     QFile m_file;
     QByteArray m_gathered;
     QString m_error;
+    bool m_hadName = false; // when it was opened; some network drives never know
 };
 
 } // namespace vantrel

@@ -53,6 +53,14 @@ void SerialTransport::close()
     if (!m_port.isOpen())
         return;
     m_port.flush();
+    closeForgetting();
+}
+
+/// The port would keep what it could not send, and send it when it is opened again.
+void SerialTransport::closeForgetting()
+{
+    if (m_port.bytesToWrite() > 0)
+        m_port.clear(QSerialPort::Output);
     m_port.close();
 }
 
@@ -92,8 +100,8 @@ void SerialTransport::onError(QSerialPort::SerialPortError error)
 
 void SerialTransport::closeLost()
 {
-    if (m_port.error() != QSerialPort::NoError)
-        m_port.close();
+    if (m_port.isOpen() && m_port.error() != QSerialPort::NoError)
+        closeForgetting();
 }
 
 } // namespace vantrel

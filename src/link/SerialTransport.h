@@ -7,8 +7,9 @@
 
 namespace vantrel {
 
-/// A serial port. When its device vanishes (adapter pulled) the port closes silently and
-/// isConnected() turns false; it never emits failed().
+/// A serial port. What it could not send before it is closed is forgotten. When its device vanishes
+/// (adapter pulled) the port closes silently and isConnected() turns false; it never emits
+/// failed().
 class SerialTransport : public Transport
 {
     Q_OBJECT
@@ -21,6 +22,7 @@ public:
     bool isConnected() const override;
     void setLineSettings(const QByteArray &settings) override;
     void write(const QByteArray &bytes) override;
+    qint64 unsent() const override { return m_port.bytesToWrite(); }
     qint64 read(char *buffer, qint64 capacity) override;
 
 signals:
@@ -30,6 +32,7 @@ signals:
 private:
     void onError(QSerialPort::SerialPortError error);
     void closeLost();
+    void closeForgetting();
 
     QSerialPort m_port;
 };

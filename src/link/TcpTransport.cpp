@@ -19,7 +19,8 @@ TcpTransport::TcpTransport()
     connect(&m_socket, &QTcpSocket::connected, this,
             [this] { m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1); });
     connect(&m_socket, &QTcpSocket::readyRead, this, &Transport::bytesArrived);
-    connect(&m_socket, &QTcpSocket::errorOccurred, this, &TcpTransport::onError);
+    connect(&m_socket, &QTcpSocket::errorOccurred, this,
+            [this] { emit failed(m_socket.errorString()); });
 }
 
 std::optional<QString> TcpTransport::open(const Endpoint &endpoint)
@@ -51,14 +52,6 @@ void TcpTransport::write(const QByteArray &bytes)
 qint64 TcpTransport::read(char *buffer, qint64 capacity)
 {
     return std::max<qint64>(0, m_socket.read(buffer, capacity));
-}
-
-void TcpTransport::onError()
-{
-    const QString description = m_socket.errorString();
-    if (m_socket.bytesAvailable() > 0)
-        emit bytesArrived();
-    emit failed(description);
 }
 
 } // namespace vantrel

@@ -20,11 +20,10 @@ public:
     bool isConnected() const override;
     void setLineSettings(const QByteArray & /*settings*/) override {}
     void write(const QByteArray &bytes) override;
+    qint64 unsent() const override { return m_socket.bytesToWrite(); }
     qint64 read(char *buffer, qint64 capacity) override;
 
 private:
-    void onError();
-
     QTcpSocket m_socket;
 };
 

@@ -38,15 +38,22 @@ public:
     /// Changes the line settings of an open serial port; nothing for other transports.
     virtual void setLineSettings(const QByteArray &settings) = 0;
 
+    /// Takes all of the bytes. They leave by and by, as fast as the other side reads.
     virtual void write(const QByteArray &bytes) = 0;
+
+    /// How many of the bytes written have not left yet and wait in this program's memory. There is
+    /// no limit to it here: see VornComm::UnsentLimit.
+    virtual qint64 unsent() const = 0;
 
     /// Takes up to `capacity` of the bytes that are waiting; returns how many were taken.
     virtual qint64 read(char *buffer, qint64 capacity) = 0;
 
 signals:
+    /// Whoever listens takes all that waits: calls read() until it returns 0.
     void bytesArrived();
 
-    /// The connection failed or was closed by the other side. A serial port never tells.
+    /// The connection failed or was closed by the other side; all that it had sent has been told by
+    /// bytesArrived() before. A serial port never tells.
     void failed(const QString &description);
 };
 

@@ -78,13 +78,21 @@ void VornComm::NextBaudRate()
     MSComm1->setLineSettings(lineSettings());
 }
 
-void VornComm::SendPacket(const QByteArray &packet)
+bool VornComm::takesPackets() const
 {
-    if (!isConnected()) {
-        ShowStatusLine(m_session, QStringLiteral("Not connected: nothing was sent"));
-        return;
+    return isConnected() && current().unsent() < UnsentLimit;
+}
+
+bool VornComm::SendPacket(const QByteArray &packet)
+{
+    if (!takesPackets()) {
+        ShowStatusLine(m_session,
+                       isConnected() ? QStringLiteral("The tester takes no bytes: nothing was sent")
+                                     : QStringLiteral("Not connected: nothing was sent"));
+        return false;
     }
     current().write(packet);
+    return true;
 }
 
 /// A noisy line, or another program at the other end, could fill the memory with one.

@@ -48,14 +48,24 @@ public:
     std::optional<QString> OpenLink();
     void CloseLink();
 
-    /// True when bytes can be sent now.
+    /// True when the link is open; false while a TCP connect is under way.
     bool isConnected() const;
+
+    /// How many bytes may wait to leave for a tester that reads slowly or not at all: many times
+    /// the largest script, and little enough to be kept in memory.
+    static constexpr qint64 UnsentLimit = 1 << 26;
+
+    /// True when SendPacket() would take a packet: the link is open, and fewer than UnsentLimit
+    /// bytes wait to leave.
+    bool takesPackets() const;
 
     /// Moves the serial line to the next of the four searched rates.
     void NextBaudRate();
 
-    /// Writes a framed packet in one call. Without an open link it says so in the command pane.
-    void SendPacket(const QByteArray &packet);
+    /// Writes a framed packet in one call, whole or not at all. Without an open link, or when the
+    /// tester has left UnsentLimit bytes unread, nothing is sent: it says so in the command pane
+    /// and returns false.
+    bool SendPacket(const QByteArray &packet);
 
     /// The longest body that is waited for, in bytes: a hundred times what any tester sends.
     static constexpr qsizetype BodyLimit = 1 << 24;

@@ -91,7 +91,8 @@ QCoro::Task<> VornScript::sendScript(QByteArray script, qint32 losses)
 {
     for (qsizetype at = 0; at < script.size(); at += ChunkSize) {
         const QByteArray chunk = script.mid(at, ChunkSize);
-        m_link.SendPacket(chunk);
+        if (!m_link.SendPacket(chunk))
+            co_return;
         m_session.DownloadSent += static_cast<qint32>(chunk.size());
         showDownloadProgress(m_session);
         if (chunk.size() < ChunkSize)

@@ -57,6 +57,9 @@ private slots:
     void scriptBusyKeepsTheCount();
     void scriptBusyInEveryState_data();
     void scriptBusyInEveryState();
+    void goneLinkIsNotPolled_data();
+    void goneLinkIsNotPolled();
+    void deafTesterIsNotAsked();
     void vanishedPortIsReopened();
     void vanishedPortDuringTheFirstProbe();
     void disconnectAfterThePortVanished();
@@ -416,6 +419,61 @@ void TestOneSecond::scriptBusyInEveryState()
     QCOMPARE(bench.serial->written, QList<QByteArray>());
     QCOMPARE(int{bench.session.LinkState}, linkState);
     QCOMPARE(bench.session.StatusSeen, true);
+}
+
+void TestOneSecond::goneLinkIsNotPolled_data()
+{
+    QTest::addColumn<bool>("network");
+    QTest::addColumn<bool>("bootstrap");
+    QTest::newRow("serial, running") << false << false;
+    QTest::newRow("serial, bootstrap") << false << true;
+    QTest::newRow("network, running") << true << false;
+    QTest::newRow("network, bootstrap") << true << true;
+}
+
+/// It has been told already, or needs no telling: the steps go on without a word about it.
+void TestOneSecond::goneLinkIsNotPolled()
+{
+    QFETCH(bool, network);
+    QFETCH(bool, bootstrap);
+
+    ConsoleBench bench;
+    bench.connect(network);
+    bench.second();
+    bench.answer(bootstrap ? BootstrapAnswer : Vorn2Answer);
+    bench.transport().takeWritten();
+    QCOMPARE(bench.session.StatusSeen, true);
+    bench.transport().vanish();
+    bench.transport().openError = QStringLiteral("gone");
+    const QString pane = bench.main.CmdWin.text();
+
+    bench.second();
+    QCOMPARE(bench.session.StatusSeen, false);
+    QCOMPARE(int{bench.session.LinkState}, bootstrap ? 4 : 3);
+    QCOMPARE(bench.main.CmdWin.text(), pane);
+    bench.second();
+    QCOMPARE(int{bench.session.LinkState}, 2);
+    bench.second();
+    QCOMPARE(bench.main.CmdWin.text(), pane + QLatin1String("\r\nConnecting..."));
+    QCOMPARE(bench.transport().written, QList<QByteArray>());
+}
+
+void TestOneSecond::deafTesterIsNotAsked()
+{
+    ConsoleBench bench;
+    bench.run();
+    bench.serial->heldUp = VornComm::UnsentLimit;
+    const QString pane = bench.main.CmdWin.text();
+    bench.second();
+    bench.second();
+    QCOMPARE(int{bench.session.LinkState}, 2);
+    bench.tick(30);
+    QCOMPARE(bench.main.CmdWin.text(), pane + QLatin1String("\r\nConnecting..."));
+    QCOMPARE(bench.serial->written, QList<QByteArray>());
+
+    bench.serial->heldUp = VornComm::UnsentLimit - 1; // it has begun to read
+    bench.second();
+    QCOMPARE(bench.serial->written, QList<QByteArray>{Version});
 }
 
 void TestOneSecond::vanishedPortIsReopened()

@@ -6,11 +6,11 @@
 #include <QTest>
 
 #ifdef Q_OS_UNIX
-#include <csignal>
-#include <sys/resource.h>
+#include "support/FileSizeLimit.h"
 #endif
 
 using namespace vantrel;
+using namespace vantrel::test;
 
 namespace {
 
@@ -19,32 +19,6 @@ QByteArray contentsOf(const QString &path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
 }
-
-#ifdef Q_OS_UNIX
-/// No file may grow beyond the limit while this lives, as on a full disk.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t limit)
-    {
-        m_previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &m_previous);
-        const rlimit lowered{limit, m_previous.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &lowered);
-    }
-    FileSizeLimit(const FileSizeLimit &) = delete;
-    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_previous);
-        std::signal(SIGXFSZ, m_previousHandler);
-    }
-
-private:
-    rlimit m_previous{};
-    void (*m_previousHandler)(int) = nullptr;
-};
-#endif
 
 } // namespace
 
@@ -70,6 +44,8 @@ private slots:
     void diskFullAtClose();
     void diskFullInMidText();
     void keepsWhatWasWritten();
+    void deletedFile_data();
+    void deletedFile();
 #endif
 
 private:
@@ -229,6 +205,34 @@ void TestLogFile::keepsWhatWasWritten()
         log.close();
     }
     QCOMPARE(contentsOf(m_path), QByteArray(600, 'a') + QByteArray(400, 'b'));
+}
+
+void TestLogFile::deletedFile_data()
+{
+    QTest::addColumn<bool>("atClose");
+    QTest::newRow("flush") << false;
+    QTest::newRow("close") << true;
+}
+
+void TestLogFile::deletedFile()
+{
+    QFETCH(bool, atClose);
+
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QVERIFY(log.write("one"));
+    QVERIFY(log.flush());
+    QVERIFY(QFile::remove(m_path));
+    QVERIFY(log.flush()); // nothing was to be written, nothing is lost
+    QVERIFY(log.write("two"));
+    QVERIFY(!(atClose ? log.close() : log.flush()));
+    QCOMPARE(log.error(), QLatin1String("No such file or directory"));
+    log.close();
+
+    QVERIFY(!log.open(m_path)); // usable again
+    QVERIFY(log.write("three"));
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray("three"));
 }
 #endif
 

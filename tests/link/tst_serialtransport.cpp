@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/SerialTransport.h"
 #include "support/PseudoTerminal.h"
+#include "support/Turns.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -74,6 +75,9 @@ private slots:
     void vanishedWhileIdleIsHarmless();
     void deviceComesBack();
     void unconnected();
+    void heldUp();
+    void heldUpIsForgotten_data();
+    void heldUpIsForgotten();
 
 private:
     std::unique_ptr<PseudoTerminal> m_far;
@@ -309,6 +313,53 @@ void TestSerialTransport::unconnected()
     near.transport.write("into nothing");
     near.transport.close();
     QVERIFY(!near.transport.isConnected());
+    QCOMPARE(near.failures, 0);
+}
+
+void TestSerialTransport::heldUp()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    QCOMPARE(near.transport.unsent(), qint64{0});
+    const QByteArray all(300'000, 'x'); // more than a line that nobody reads takes
+    near.transport.write(all);
+    QTest::qWait(0);
+    QVERIFY(near.transport.unsent() > 100'000);
+    QVERIFY(near.transport.isConnected());
+    QVERIFY(turnsUntil([&] { return m_far->received().size() == all.size(); }));
+    QCOMPARE(near.transport.unsent(), qint64{0});
+}
+
+void TestSerialTransport::heldUpIsForgotten_data()
+{
+    QTest::addColumn<bool>("vanishes");
+    QTest::newRow("closed") << false;
+    QTest::newRow("vanished") << true;
+}
+
+/// What one connection could not send is not for the next.
+void TestSerialTransport::heldUpIsForgotten()
+{
+    QFETCH(bool, vanishes);
+
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    near.transport.write(QByteArray(1'000'000, 'x'));
+    QTest::qWait(0);
+    QVERIFY(near.transport.unsent() > 0);
+    if (vanishes) {
+        m_far->pull();
+        QTRY_VERIFY(!near.transport.isConnected());
+    } else {
+        near.transport.close();
+    }
+
+    QCOMPARE(near.transport.unsent(), qint64{0});
+    PseudoTerminal next;
+    QVERIFY(!near.open(next.device()));
+    near.transport.write("probe");
+    QTRY_VERIFY(!next.received().isEmpty());
+    QCOMPARE(next.received(), QByteArray("probe"));
     QCOMPARE(near.failures, 0);
 }
 

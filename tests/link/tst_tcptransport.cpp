@@ -87,6 +87,8 @@ private slots:
     void opensAgainAfterTheEnd();
     void opensAgainWhileOpen();
     void writeWithoutConnection();
+    void heldUp();
+    void heldUpIsForgotten();
 };
 
 void TestTcpTransport::connects()
@@ -376,6 +378,52 @@ void TestTcpTransport::writeWithoutConnection()
     client.transport.close();
     QVERIFY(!client.transport.isConnected());
     QCOMPARE(client.received, QByteArray());
+    QCOMPARE(client.failures, QStringList());
+}
+
+void TestTcpTransport::heldUp()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+    QCOMPARE(client.transport.unsent(), qint64{0});
+    const QByteArray all = pattern(20'000'000); // more than the system takes
+    server.client()->setReadBufferSize(1);
+    server.client()->blockSignals(true); // reads no more
+    client.transport.write(all);
+    QTest::qWait(0);
+    QVERIFY(client.transport.unsent() > 1'000'000);
+
+    server.client()->blockSignals(false);
+    server.client()->setReadBufferSize(0);
+    server.client()->read(1);
+    QTRY_COMPARE_WITH_TIMEOUT(client.transport.unsent(), qint64{0}, 30'000);
+    QCOMPARE(client.failures, QStringList());
+}
+
+/// What one connection could not send is not for the next.
+void TestTcpTransport::heldUpIsForgotten()
+{
+    TestServer server;
+    Client client;
+    client.open(server.port());
+    QTRY_COMPARE(server.clients(), 1);
+    QTRY_VERIFY(client.transport.isConnected());
+    server.client()->setReadBufferSize(1);
+    server.client()->blockSignals(true);
+    client.transport.write(pattern(20'000'000));
+    QTest::qWait(0);
+    QVERIFY(client.transport.unsent() > 1'000'000);
+    client.transport.close();
+    QCOMPARE(client.transport.unsent(), qint64{0});
+
+    TestServer next;
+    client.open(next.port());
+    QTRY_VERIFY(client.transport.isConnected());
+    client.transport.write("probe");
+    QTRY_COMPARE(next.received(), QByteArray("probe"));
     QCOMPARE(client.failures, QStringList());
 }
 

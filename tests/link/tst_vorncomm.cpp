@@ -28,6 +28,8 @@ private slots:
     void sendsInOneWrite_data();
     void sendsInOneWrite();
     void sendsNothingUnconnected_data() { sendsInOneWrite_data(); }
+    void sendsNothingBeyondTheLimit_data() { sendsInOneWrite_data(); }
+    void sendsNothingBeyondTheLimit();
     void sendsNothingUnconnected();
     void receives_data() { sendsInOneWrite_data(); }
     void receives();
@@ -221,6 +223,31 @@ void TestVornComm::sendsInOneWrite()
     QCOMPARE((network ? bench.tcp : bench.serial)->written, QList<QByteArray>{packet});
     QCOMPARE((network ? bench.serial : bench.tcp)->written, QList<QByteArray>());
     QCOMPARE(bench.session.Main.CmdWin.text(), QString());
+}
+
+void TestVornComm::sendsNothingBeyondTheLimit()
+{
+    QFETCH(bool, network);
+
+    LinkBench bench;
+    bench.open(network);
+    MemoryTransport &transport = network ? *bench.tcp : *bench.serial;
+    const QByteArray packet = "1b53 0f 1b45"_hex;
+    transport.heldUp = 67'108'863; // a byte below 64 MiB: the packet is taken whole
+    QVERIFY(bench.link.takesPackets());
+    QVERIFY(bench.link.SendPacket(packet));
+    QCOMPARE(bench.session.Main.CmdWin.text(), QString());
+
+    transport.heldUp = 67'108'864;
+    QVERIFY(!bench.link.takesPackets());
+    QVERIFY(!bench.link.SendPacket(packet));
+    QCOMPARE(bench.session.Main.CmdWin.text(),
+             QLatin1String("\r\nThe tester takes no bytes: nothing was sent"));
+    QCOMPARE(transport.written, QList<QByteArray>{packet});
+
+    transport.heldUp = 0;
+    QVERIFY(bench.link.SendPacket(packet));
+    QCOMPARE(transport.written.size(), 2);
 }
 
 void TestVornComm::sendsNothingUnconnected()

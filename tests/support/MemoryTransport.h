@@ -18,6 +18,8 @@ public:
     std::optional<QString> openError; ///< refuses to open with this reason
     bool connectsAtOnce = true;       ///< false: the connect stays pending until connectNow()
 
+    qint64 heldUp = 0; ///< bytes that have not left, for all that the console is told
+
     // What the console did
     QList<Endpoint> opened;
     QList<QByteArray> settings; ///< line settings, those of open() included
@@ -47,6 +49,7 @@ public:
         if (onWrite)
             onWrite(bytes);
     }
+    qint64 unsent() const override { return heldUp; }
     qint64 read(char *buffer, qint64 capacity) override
     {
         const qint64 count = std::min<qint64>(capacity, m_waiting.size());
