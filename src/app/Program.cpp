@@ -16,8 +16,9 @@ namespace vantrel {
 Program::Program(Options options)
     : m_options(std::move(options)),
       m_console(m_dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
-      m_main(m_console)
+      m_tools(m_console, m_dialogs, dataFolder()), m_main(m_console)
 {
+    addToolWindows(m_tools, m_console, m_main);
     for (int number = 1; number <= VornComm::SerialPortCount; ++number) {
         m_console.link().setSerialDevice(
             number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
@@ -56,14 +57,19 @@ std::optional<QString> Program::startSimulator()
     return std::nullopt;
 }
 
-/// A tour makes its own, so that each begins with a first start and leaves the user's file alone.
+/// Where the program keeps files of its own accord. A tour leaves the user's files alone.
+QString Program::dataFolder() const
+{
+    return m_options.tourDirectory.isEmpty()
+               ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+               : m_options.tourDirectory;
+}
+
+/// A tour makes its own, so that each begins with a first start.
 QString Program::namesFile() const
 {
-    if (m_options.tourDirectory.isEmpty()) {
-        return NetworkNames::filePath(
-            QCoreApplication::applicationDirPath(),
-            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
-    }
+    if (m_options.tourDirectory.isEmpty())
+        return NetworkNames::filePath(QCoreApplication::applicationDirPath(), dataFolder());
     QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
     QFile::remove(path);
     return path;

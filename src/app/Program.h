@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/Options.h"
+#include "app/ToolWindows.h"
 #include "console/Console.h"
 #include "console/Main.h"
 #include "simulator/TcpEnd.h"
@@ -26,6 +27,7 @@ public:
 
 private:
     std::optional<QString> startSimulator();
+    QString dataFolder() const;
     QString namesFile() const;
     void applyOptions();
     void selectNetwork(const QString &host, quint16 port);
@@ -34,6 +36,7 @@ private:
     Options m_options;
     DialogBoxes m_dialogs;
     Console m_console;
+    Tools m_tools;
     Main m_main;
     std::unique_ptr<simulator::Tester> m_tester;
     std::unique_ptr<simulator::TcpEnd> m_testerEnd;

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Tour.h"
 
+#include "app/MaintenanceTour.h"
+#include "app/ToolsTour.h"
+
 #include "console/Console.h"
 #include "simulator/Tester.h"
 
@@ -63,6 +66,10 @@ QCoro::Task<> Tour::walk()
     co_await keepScriptInFlash();
     co_await leaveAutoMode();
     m_stage.picture(text("main"));
+    ToolsTour tools(m_stage);
+    co_await tools.walk();
+    MaintenanceTour maintenance(m_stage, m_tester);
+    co_await maintenance.walk();
     co_await endLog();
     co_await disconnectFromTester();
 }

@@ -98,6 +98,9 @@ void Connection::DoDisconnect()
           &main.mnuConfigureNetwork, &main.mnuUtilFTDI})
         control->setEnabled(false);
     endUnreportedRun(m_session);
+    // No exchange outlives its connection.
+    m_session.ScriptBusy = false;
+    m_session.FtdiActive = false;
     m_session.waits.check();
 }
 

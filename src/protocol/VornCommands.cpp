@@ -179,14 +179,22 @@ void VornCommands::SendFlashScriptInfoQuery(int slot)
     sendFlash(slot, FlashOperation::InfoQuery);
 }
 
-QCoro::Task<bool> VornCommands::WaitFlashResponse(std::function<bool()> abandoned)
+QCoro::Task<bool> VornCommands::awaitAnswer(std::function<bool()> answered,
+                                            std::function<bool()> abandoned)
 {
     const auto givenUp = [this, abandoned, losses = m_session.LinkLosses] {
         return m_session.LinkLosses != losses || (abandoned && abandoned());
     };
-    const auto ended = [this, givenUp] { return m_session.FlashStatus != 0 || givenUp(); };
-    co_await m_session.waits.until(ended, deadlineIn(m_session, AnswerTicks));
-    co_return m_session.FlashStatus == 1 && !givenUp();
+    const auto ended = [answered, givenUp] { return answered() || givenUp(); };
+    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, AnswerTicks));
+    co_return end == WaitEnd::Answered && !givenUp();
+}
+
+QCoro::Task<bool> VornCommands::WaitFlashResponse(std::function<bool()> abandoned)
+{
+    const std::function<bool()> answered = [this] { return m_session.FlashStatus != 0; };
+    const bool came = co_await awaitAnswer(answered, abandoned);
+    co_return came &&m_session.FlashStatus == 1;
 }
 
 void VornCommands::SendFirmwareStart(qint32 length)
@@ -225,12 +233,9 @@ QCoro::Task<int> VornCommands::SendConfigMemoryRead(int address, QByteArray &buf
     m_session.ConfigReadDone = false;
     sendStuffed(std::move(body));
 
-    const auto givenUp = [this, abandoned, losses = m_session.LinkLosses] {
-        return m_session.LinkLosses != losses || (abandoned && abandoned());
-    };
-    const auto ended = [this, givenUp] { return m_session.ConfigReadDone || givenUp(); };
-    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, AnswerTicks));
-    if (end != WaitEnd::Answered || givenUp())
+    const std::function<bool()> answered = [this] { return m_session.ConfigReadDone; };
+    const bool came = co_await awaitAnswer(answered, abandoned);
+    if (!came)
         co_return 1;
     const QByteArray &data = m_session.ConfigReadData;
     buffer.replace(0, std::min(buffer.size(), data.size()), data);

@@ -76,6 +76,8 @@ public:
                                           std::function<bool()> abandoned = {});
 
 private:
+    /// Waits up to 20 ticks; true when the answer came, the link was kept and nobody gave up.
+    QCoro::Task<bool> awaitAnswer(std::function<bool()> answered, std::function<bool()> abandoned);
     void sendFramed(const QByteArray &body);
     void sendStuffed(ByteWriter &&body);
     void sendOption(quint8 selector, quint8 value);

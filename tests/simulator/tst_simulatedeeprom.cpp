@@ -9,7 +9,7 @@ using namespace vantrel::test;
 using namespace vantrel::simulator;
 
 /// The EEPROM of a serial converter: read, erased, written.
-class tst_ftdieeprom : public QObject
+class tst_simulatedeeprom : public QObject
 {
     Q_OBJECT
 
@@ -32,7 +32,7 @@ private slots:
     void faultsByText();
 };
 
-void tst_ftdieeprom::readsWords()
+void tst_simulatedeeprom::readsWords()
 {
     Converter talk;
     QCOMPARE(talk.read(0), packet("81 00 0040"_hex));
@@ -46,7 +46,7 @@ void tst_ftdieeprom::readsWords()
     QCOMPARE(talk.ask("01 07 c0 90 0000 0100 0100"_hex), packet("81 00 03"_hex));
 }
 
-void tst_ftdieeprom::wordsBeyondTheLast()
+void tst_simulatedeeprom::wordsBeyondTheLast()
 {
     Converter talk;
     QCOMPARE(talk.read(64), Stall);
@@ -58,7 +58,7 @@ void tst_ftdieeprom::wordsBeyondTheLast()
     QCOMPARE(talk.device->eeprom(), QByteArray(128, '\xFF'));
 }
 
-void tst_ftdieeprom::otherRequestsStall_data()
+void tst_simulatedeeprom::otherRequestsStall_data()
 {
     QTest::addColumn<QByteArray>("request");
     QTest::newRow("another one") << "40 93 0000 0000 0000"_hex;
@@ -70,7 +70,7 @@ void tst_ftdieeprom::otherRequestsStall_data()
     QTest::newRow("of a class") << "20 92 0000 0000 0000"_hex;
 }
 
-void tst_ftdieeprom::otherRequestsStall()
+void tst_simulatedeeprom::otherRequestsStall()
 {
     QFETCH(QByteArray, request);
     Converter talk;
@@ -78,7 +78,7 @@ void tst_ftdieeprom::otherRequestsStall()
     QCOMPARE(talk.device->eeprom(), Shipped);
 }
 
-void tst_ftdieeprom::erases()
+void tst_simulatedeeprom::erases()
 {
     Converter talk;
     QCOMPARE(talk.erase(), Ok);
@@ -87,7 +87,7 @@ void tst_ftdieeprom::erases()
     QCOMPARE(talk.descriptor("0103"_hex), packet("81 00 0a03 4600540044004900"_hex)); // until reset
 }
 
-void tst_ftdieeprom::writesOnlyAfterAnErase()
+void tst_simulatedeeprom::writesOnlyAfterAnErase()
 {
     Converter talk(QByteArray(128, '\xFF')); // blank, but nobody has erased it
     talk.slow();
@@ -98,7 +98,7 @@ void tst_ftdieeprom::writesOnlyAfterAnErase()
     QCOMPARE(talk.read(5), packet("81 00 3412"_hex));
 }
 
-void tst_ftdieeprom::writesOnlyErasedWords()
+void tst_simulatedeeprom::writesOnlyErasedWords()
 {
     Converter talk;
     talk.slow();
@@ -115,7 +115,7 @@ void tst_ftdieeprom::writesOnlyErasedWords()
     QCOMPARE(talk.write(5, "7856"_hex), Ok);
 }
 
-void tst_ftdieeprom::writesOnlySlowly()
+void tst_simulatedeeprom::writesOnlySlowly()
 {
     Converter talk;
     QCOMPARE(int{talk.device->latency()}, 0x10);
@@ -131,7 +131,7 @@ void tst_ftdieeprom::writesOnlySlowly()
     QCOMPARE(talk.read(6), packet("81 00 ffff"_hex));
 }
 
-void tst_ftdieeprom::programs()
+void tst_simulatedeeprom::programs()
 {
     Converter talk;
     QByteArray allOk;
@@ -144,7 +144,7 @@ void tst_ftdieeprom::programs()
     QCOMPARE(talk.device->eeprom(), Shipped);
 }
 
-void tst_ftdieeprom::resetLocksTheEeprom()
+void tst_simulatedeeprom::resetLocksTheEeprom()
 {
     Converter talk;
     talk.erase();
@@ -156,7 +156,7 @@ void tst_ftdieeprom::resetLocksTheEeprom()
     QCOMPARE(talk.write(5, "3412"_hex), Stall);
 }
 
-void tst_ftdieeprom::eraseFails()
+void tst_simulatedeeprom::eraseFails()
 {
     Converter talk;
     talk.tester().faults().eepromEraseFails = true;
@@ -168,7 +168,7 @@ void tst_ftdieeprom::eraseFails()
     QCOMPARE(talk.erase(), Ok);
 }
 
-void tst_ftdieeprom::writeFails()
+void tst_simulatedeeprom::writeFails()
 {
     Converter talk;
     talk.tester().faults().eepromWriteFails = 31;
@@ -182,7 +182,7 @@ void tst_ftdieeprom::writeFails()
     QCOMPARE(talk.write(31, "3412"_hex), Ok);
 }
 
-void tst_ftdieeprom::readFails()
+void tst_simulatedeeprom::readFails()
 {
     Converter talk;
     talk.tester().faults().eepromReadFails = 0;
@@ -193,7 +193,7 @@ void tst_ftdieeprom::readFails()
     QCOMPARE(talk.read(63), Stall);
 }
 
-void tst_ftdieeprom::faultsGoWithTheTester()
+void tst_simulatedeeprom::faultsGoWithTheTester()
 {
     Talk talk = Talk::withoutDevices(Settings::vorn2());
     talk.tester().attach(std::make_unique<FtdiDevice>(), 0x07);
@@ -205,7 +205,7 @@ void tst_ftdieeprom::faultsGoWithTheTester()
     QCOMPARE(int{device->request(erase).status}, 0x00);
 }
 
-void tst_ftdieeprom::faultsByText_data()
+void tst_simulatedeeprom::faultsByText_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("value");
@@ -227,7 +227,7 @@ void tst_ftdieeprom::faultsByText_data()
     }
 }
 
-void tst_ftdieeprom::faultsByText()
+void tst_simulatedeeprom::faultsByText()
 {
     QFETCH(QString, name);
     QFETCH(QString, value);
@@ -246,5 +246,5 @@ void tst_ftdieeprom::faultsByText()
     QVERIFY(!chosen());
 }
 
-QTEST_GUILESS_MAIN(tst_ftdieeprom)
-#include "tst_ftdieeprom.moc"
+QTEST_GUILESS_MAIN(tst_simulatedeeprom)
+#include "tst_simulatedeeprom.moc"

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "maintenance/EzUsbConverter.h"
+#include "maintenance/FirmwareLoader.h"
+#include "maintenance/FtdiUtility.h"
+#include "maintenance/NetworkConfig.h"
+#include "tools/DescriptorViewer.h"
+#include "tools/RequestBuilder.h"
+
+#include <QString>
+
+namespace vantrel {
+
+class Console;
+class Dialogs;
+class Main;
+
+/// What the tool windows do. Outlives the main window, to which the windows belong.
+struct Tools
+{
+    /// `dataFolder`: where EEPROM images are saved before a device is programmed.
+    Tools(Console &console, Dialogs &dialogs, const QString &dataFolder);
+
+    DescriptorViewer viewer;
+    RequestBuilder builder;
+    EzUsbConverter converter;
+    FirmwareLoader loader;
+    NetworkConfig network;
+    FtdiUtility ftdi;
+};
+
+/// Makes the tool windows, each behind its menu item.
+void addToolWindows(Tools &tools, Console &console, Main &main);
+
+} // namespace vantrel
