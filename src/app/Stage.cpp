@@ -268,6 +268,7 @@ QWidget *Stage::dialog(const QString &name) const
 
 void Stage::picture(const QString &name, QWidget *window)
 {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     const QString path = m_directory + QLatin1Char('/') + name + QStringLiteral(".png");
     if (!(window ? window : &m_main)->grab().save(path))
         throw TourFailure(QStringLiteral("cannot write ") + path);

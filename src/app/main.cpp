@@ -2,6 +2,7 @@
 #include "app/Options.h"
 #include "app/Program.h"
 #include "link/Version.h"
+#include "windows/ProgramIcon.h"
 
 #include <QApplication>
 #include <QSerialPortInfo>
@@ -47,6 +48,8 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setApplicationVersion(QString::fromLatin1(version::Text));
+
+    QApplication::setWindowIcon(programIcon());
 
     Program program(options);
     if (const auto failure = program.start()) {

@@ -4,6 +4,7 @@
 #include "maintenance/EzUsbConverter.h"
 #include "ui_EZUSBForm.h"
 #include "windows/Binder.h"
+#include "windows/ReadOnlyFields.h"
 
 namespace vantrel {
 
@@ -11,6 +12,7 @@ EZUSBForm::EZUSBForm(EzUsbConverter &converter, QWidget *parent)
     : ToolWindow(parent), m_converter(converter), m_ui(std::make_unique<Ui::EZUSBForm>())
 {
     m_ui->setupUi(this);
+    new ReadOnlyFields(*this);
     keepRoomForHiddenRows();
     m_binder = std::make_unique<Binder>(converter.controls().all, *this);
     m_focus.onLeft(*m_ui->Address, [this] { m_converter.addressLeft(); });

@@ -4,6 +4,7 @@
 #include "maintenance/FirmwareLoader.h"
 #include "ui_FWLoad.h"
 #include "windows/Binder.h"
+#include "windows/ReadOnlyFields.h"
 
 #include <QStyle>
 
@@ -13,6 +14,7 @@ FWLoad::FWLoad(FirmwareLoader &loader, QWidget *parent)
     : ToolWindow(parent), m_loader(loader), m_ui(std::make_unique<Ui::FWLoad>())
 {
     m_ui->setupUi(this);
+    new ReadOnlyFields(*this);
     m_ui->fileselect->setIcon(style()->standardIcon(QStyle::SP_DirOpenIcon));
     // A path of some length, and its place kept free for the bar.
     m_ui->tbFWFile->setMinimumWidth(m_ui->tbFWFile->fontMetrics().averageCharWidth() * 56);

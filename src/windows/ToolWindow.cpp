@@ -16,6 +16,7 @@ void ToolWindow::present()
     }
     show();
     opened();
+    activated(); // some systems open a window without making it the active one
 }
 
 void ToolWindow::changeEvent(QEvent *event)

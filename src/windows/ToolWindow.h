@@ -21,7 +21,7 @@ protected:
     virtual void opened() {}
     /// The window is about to go.
     virtual void closed() {}
-    /// The window has become the active one.
+    /// The window has come up, or has become the active one. Comes twice when it is both.
     virtual void activated() {}
 
     void changeEvent(QEvent *event) override;

@@ -57,12 +57,6 @@ private slots:
     void scriptBusyKeepsTheCount();
     void scriptBusyInEveryState_data();
     void scriptBusyInEveryState();
-    void goneLinkIsNotPolled_data();
-    void goneLinkIsNotPolled();
-    void deafTesterIsNotAsked();
-    void vanishedPortIsReopened();
-    void vanishedPortDuringTheFirstProbe();
-    void disconnectAfterThePortVanished();
 };
 
 void TestOneSecond::tenTicksToTheStep()
@@ -419,119 +413,6 @@ void TestOneSecond::scriptBusyInEveryState()
     QCOMPARE(bench.serial->written, QList<QByteArray>());
     QCOMPARE(int{bench.session.LinkState}, linkState);
     QCOMPARE(bench.session.StatusSeen, true);
-}
-
-void TestOneSecond::goneLinkIsNotPolled_data()
-{
-    QTest::addColumn<bool>("network");
-    QTest::addColumn<bool>("bootstrap");
-    QTest::newRow("serial, running") << false << false;
-    QTest::newRow("serial, bootstrap") << false << true;
-    QTest::newRow("network, running") << true << false;
-    QTest::newRow("network, bootstrap") << true << true;
-}
-
-/// It has been told already, or needs no telling: the steps go on without a word about it.
-void TestOneSecond::goneLinkIsNotPolled()
-{
-    QFETCH(bool, network);
-    QFETCH(bool, bootstrap);
-
-    ConsoleBench bench;
-    bench.connect(network);
-    bench.second();
-    bench.answer(bootstrap ? BootstrapAnswer : Vorn2Answer);
-    bench.transport().takeWritten();
-    QCOMPARE(bench.session.StatusSeen, true);
-    bench.transport().vanish();
-    bench.transport().openError = QStringLiteral("gone");
-    const QString pane = bench.main.CmdWin.text();
-
-    bench.second();
-    QCOMPARE(bench.session.StatusSeen, false);
-    QCOMPARE(int{bench.session.LinkState}, bootstrap ? 4 : 3);
-    QCOMPARE(bench.main.CmdWin.text(), pane);
-    bench.second();
-    QCOMPARE(int{bench.session.LinkState}, 2);
-    bench.second();
-    QCOMPARE(bench.main.CmdWin.text(), pane + QLatin1String("\r\nConnecting..."));
-    QCOMPARE(bench.transport().written, QList<QByteArray>());
-}
-
-void TestOneSecond::deafTesterIsNotAsked()
-{
-    ConsoleBench bench;
-    bench.run();
-    bench.serial->heldUp = VornComm::UnsentLimit;
-    const QString pane = bench.main.CmdWin.text();
-    bench.second();
-    bench.second();
-    QCOMPARE(int{bench.session.LinkState}, 2);
-    bench.tick(30);
-    QCOMPARE(bench.main.CmdWin.text(), pane + QLatin1String("\r\nConnecting..."));
-    QCOMPARE(bench.serial->written, QList<QByteArray>());
-
-    bench.serial->heldUp = VornComm::UnsentLimit - 1; // it has begun to read
-    bench.second();
-    QCOMPARE(bench.serial->written, QList<QByteArray>{Version});
-}
-
-void TestOneSecond::vanishedPortIsReopened()
-{
-    ConsoleBench bench;
-    bench.run();
-    bench.tick(20);
-    QCOMPARE(int{bench.session.LinkState}, 2);
-    bench.serial->takeWritten();
-    bench.serial->vanish();
-    bench.serial->openError = QStringLiteral("No such file or directory");
-    const QString pane = bench.main.CmdWin.text();
-
-    bench.tick(30); // away for three probes
-    QCOMPARE(bench.serial->opened.size(), 4);
-    for (const Endpoint &endpoint : bench.serial->opened)
-        QCOMPARE(endpoint.address, QLatin1String("/dev/serial1"));
-    QCOMPARE(bench.serial->written, QList<QByteArray>());
-    QCOMPARE(bench.dialogs.messages.size(), 0);
-    QCOMPARE(bench.main.CmdWin.text(), pane);
-    QCOMPARE(int{bench.session.LinkState}, 2);
-
-    bench.serial->openError.reset(); // back
-    bench.second();
-    QCOMPARE(bench.serial->opened.size(), 5);
-    QCOMPARE(bench.serial->written, QList<QByteArray>{Version});
-    QCOMPARE(bench.serial->opened.last().settings, bench.console.link().lineSettings());
-    bench.answer(Vorn2Answer);
-    QCOMPARE(int{bench.session.LinkState}, 3);
-    bench.tick(10);
-    QCOMPARE(bench.serial->opened.size(), 5);
-}
-
-void TestOneSecond::vanishedPortDuringTheFirstProbe()
-{
-    ConsoleBench bench;
-    bench.connect();
-    bench.serial->vanish();
-    bench.second();
-    QCOMPARE(bench.serial->opened.size(), 2);
-    QCOMPARE(bench.serial->written, QList<QByteArray>{Version});
-    QCOMPARE(bench.dialogs.messages.size(), 0);
-}
-
-void TestOneSecond::disconnectAfterThePortVanished()
-{
-    ConsoleBench bench;
-    bench.run();
-    bench.serial->vanish();
-    bench.serial->openError = QStringLiteral("No such file or directory");
-    bench.tick(40);
-    bench.console.connectClicked();
-    QCOMPARE(int{bench.session.LinkState}, 0);
-    QCOMPARE(bench.main.Connect.text(), QLatin1String("Connect"));
-    const qsizetype opened = bench.serial->opened.size();
-    bench.tick(40);
-    QCOMPARE(bench.serial->opened.size(), opened);
-    QCOMPARE(bench.dialogs.messages.size(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestOneSecond)
