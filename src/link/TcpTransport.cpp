@@ -47,7 +47,6 @@ bool TcpTransport::isConnected() const
 void TcpTransport::write(const QByteArray &bytes)
 {
     m_socket.write(bytes);
-    m_socket.flush(); // now, not a turn of the event loop later
 }
 
 qint64 TcpTransport::read(char *buffer, qint64 capacity)

@@ -107,7 +107,7 @@ const QList<FaultEntry> &faultTable()
          QStringLiteral("refuse a script that is downloaded at this step"),
          &setOptional<qint32, &Faults::refusedStep>},
         {QStringLiteral("flash-fails"), QStringLiteral("all|OPERATION,..."),
-         QStringLiteral("refuse these on a flash slot: 0 disable, 1 enable, 2 program, 3 read"),
+         QStringLiteral("refuse on a flash slot: 0 disable, 1 enable, 2 program, 3 read"),
          &setCommands<&Faults::flashFailure>},
         {QStringLiteral("flash-state"), QStringLiteral("STATE"),
          QStringLiteral("report this state of every flash slot"),
