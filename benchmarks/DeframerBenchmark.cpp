@@ -10,7 +10,7 @@ namespace vantrel::bench {
 
 namespace {
 
-void cutIntoPackets(benchmark::State &state, const QByteArray &stream)
+void cutIntoPackets(benchmark::State &state, const QByteArray &stream, int times = 1)
 {
     qint16 rxState = RxStates::Hunting;
     QByteArray body;
@@ -19,10 +19,12 @@ void cutIntoPackets(benchmark::State &state, const QByteArray &stream)
         benchmark::DoNotOptimize(body.constData());
         taken += body.size();
     };
-    for ([[maybe_unused]] const auto iteration : state)
-        inReads(stream, [&](QByteArrayView read) { deframe(rxState, body, read, onPacket); });
+    for ([[maybe_unused]] const auto iteration : state) {
+        for (int i = 0; i < times; ++i)
+            inReads(stream, [&](QByteArrayView read) { deframe(rxState, body, read, onPacket); });
+    }
     benchmark::DoNotOptimize(taken);
-    state.SetBytesProcessed(state.iterations() * stream.size());
+    state.SetBytesProcessed(state.iterations() * times * stream.size());
 }
 
 qsizetype countEscapes(QByteArrayView bytes)
@@ -63,6 +65,17 @@ void addDeframer(Comparisons &comparisons)
             [stream](benchmark::State &state) { cutIntoPackets(state, stream); },
             "memchr scan for ESC",
             [stream](benchmark::State &state) { scanForEscapes(state, stream); },
+        });
+    }
+    for (const int times : {10, 100}) {
+        constexpr double LeastGrowth = 0.8; // of the rate of the work once
+        const QByteArray stream = framed(randomBodies(64));
+        comparisons.add({
+            "... bodies of 64, " + std::to_string(times) + " times the work",
+            LeastGrowth,
+            [stream, times](benchmark::State &state) { cutIntoPackets(state, stream, times); },
+            "once",
+            [stream](benchmark::State &state) { cutIntoPackets(state, stream); },
         });
     }
 }

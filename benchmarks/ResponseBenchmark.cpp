@@ -18,6 +18,8 @@ namespace vantrel::bench {
 
 namespace {
 
+constexpr double LeastGrowth = 0.8; // of the rate of the work once
+
 /// The bodies of a stream, the stream, and where their log goes.
 struct Traffic
 {
@@ -38,8 +40,9 @@ QByteArray contents(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// The console from its link to its log file and the text of the response pane.
-void runConsole(const Traffic &traffic, const QString &logPath)
+/// The console from its link to its log file and the text of the response pane; the stream comes so
+/// many times.
+void runConsoleRepeatedly(const Traffic &traffic, const QString &logPath, int times)
 {
     test::LinkBench bench;
     VornCommands commands(bench.session, bench.link);
@@ -49,10 +52,17 @@ void runConsole(const Traffic &traffic, const QString &logPath)
     bench.session.log.open(logPath);
     bench.session.Logging = true;
 
-    inReads(traffic.stream,
-            [&](QByteArrayView read) { bench.serial->receive(read.toByteArray()); });
+    for (int i = 0; i < times; ++i) {
+        inReads(traffic.stream,
+                [&](QByteArrayView read) { bench.serial->receive(read.toByteArray()); });
+    }
     benchmark::DoNotOptimize(bench.session.RespText.text());
     bench.session.log.close();
+}
+
+void runConsole(const Traffic &traffic, const QString &logPath)
+{
+    runConsoleRepeatedly(traffic, logPath, 1);
 }
 
 /// The least that writes the same text of data reports: the bodies lie ready, a table of 256 hex
@@ -199,16 +209,36 @@ void addPair(Comparisons &comparisons, const char *name, double atLeast,
                      measured(yardstick, "yardstick.log", &runConsole)});
 }
 
+/// So many times the work beside the work once: a byte costs the same.
+void addGrowth(Comparisons &comparisons, const char *name, const std::shared_ptr<Traffic> &traffic,
+               int times)
+{
+    const auto repeated = [traffic](int count) {
+        return [=](benchmark::State &state) {
+            for ([[maybe_unused]] const auto iteration : state)
+                runConsoleRepeatedly(*traffic, traffic->path("growth.log"), count);
+            state.SetBytesProcessed(state.iterations() * count * traffic->stream.size());
+        };
+    };
+    comparisons.add({"... " + std::string(name) + ", " + std::to_string(times) + " times the work",
+                     LeastGrowth, repeated(times), "once", repeated(1)});
+}
+
 } // namespace
 
 void addResponses(Comparisons &comparisons)
 {
     const auto data = std::make_shared<Traffic>(dataReports());
+    const auto shorts = std::make_shared<Traffic>(shortReports());
     addPair(comparisons, "bytes to lines, data reports of 64", 0.5, data, "bare hex table loop",
             &runBareLoop);
     addXxd(comparisons, data);
-    addPair(comparisons, "bytes to lines, short reports", 8,
-            std::make_shared<Traffic>(shortReports()), "straightforward code", &runStraightforward);
+    addPair(comparisons, "bytes to lines, short reports", 8, shorts, "straightforward code",
+            &runStraightforward);
+    for (const int times : {10, 100}) {
+        addGrowth(comparisons, "data reports", data, times);
+        addGrowth(comparisons, "short reports", shorts, times);
+    }
 }
 
 } // namespace vantrel::bench
