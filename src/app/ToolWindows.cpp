@@ -18,10 +18,24 @@ namespace vantrel {
 
 namespace {
 
-void openBy(const Main &main, const char *menuItem, ToolWindow *window)
+/// The window behind a signal: made when it is first wanted, so that the program starts quickly,
+/// and kept.
+template <typename Window, typename Sender, typename Signal, typename... Behaviour>
+void openOn(const Sender *sender, Signal signal, Main &main, Behaviour &...behaviour)
+{
+    QObject::connect(sender, signal, &main,
+                     [&main, &behaviour..., window = static_cast<Window *>(nullptr)]() mutable {
+                         if (!window)
+                             window = new Window(behaviour..., &main);
+                         window->present();
+                     });
+}
+
+template <typename Window, typename... Behaviour>
+void openBy(const char *menuItem, Main &main, Behaviour &...behaviour)
 {
     const auto *const item = main.findChild<QAction *>(QString::fromLatin1(menuItem));
-    QObject::connect(item, &QAction::triggered, window, &ToolWindow::present);
+    openOn<Window>(item, &QAction::triggered, main, behaviour...);
 }
 
 } // namespace
@@ -38,15 +52,14 @@ Tools::Tools(Console &console, Dialogs &dialogs, const QString &dataFolder)
 
 void addToolWindows(Tools &tools, Console &console, Main &main)
 {
-    auto *const viewer = new GetDescForm(tools.viewer, &main);
-    QObject::connect(&console, &Console::descriptorViewerWanted, viewer, &ToolWindow::present);
-    openBy(main, "UtilDR", new DevRqstForm(tools.builder, &main));
-    openBy(main, "EZUSB", new EZUSBForm(tools.converter, &main));
-    openBy(main, "mnuUtilFW", new FWLoad(tools.loader, &main));
-    openBy(main, "mnuUtilFTDI", new frmFTDI(tools.ftdi, &main));
-    openBy(main, "mnuConfigureNetwork", new frmNWCfg(tools.network, &main));
-    openBy(main, "HelpAbout", new frmAbout(&main));
-    openBy(main, "HelpTopics", new HelpForm(&main));
+    openOn<GetDescForm>(&console, &Console::descriptorViewerWanted, main, tools.viewer);
+    openBy<DevRqstForm>("UtilDR", main, tools.builder);
+    openBy<EZUSBForm>("EZUSB", main, tools.converter);
+    openBy<FWLoad>("mnuUtilFW", main, tools.loader);
+    openBy<frmFTDI>("mnuUtilFTDI", main, tools.ftdi);
+    openBy<frmNWCfg>("mnuConfigureNetwork", main, tools.network);
+    openBy<frmAbout>("HelpAbout", main);
+    openBy<HelpForm>("HelpTopics", main);
 }
 
 } // namespace vantrel

@@ -30,7 +30,7 @@ struct Tools
     FtdiUtility ftdi;
 };
 
-/// Makes the tool windows, each behind its menu item.
+/// Puts each tool window behind its menu item.
 void addToolWindows(Tools &tools, Console &console, Main &main);
 
 } // namespace vantrel

@@ -58,7 +58,6 @@ Main::Main(Console &console)
     connectConnection();
     connectPortControls();
     connectMenus();
-    m_FlashForm = new FlashForm(console.flash(), this);
     connectScripts();
 
     m_frmNewIP = new frmNewIP(console, this);
@@ -136,7 +135,14 @@ void Main::connectScripts()
     });
     connect(m_ui->ScriptLoad, &QPushButton::clicked, &m_console, &Console::scriptLoadClicked);
     connect(m_ui->ScriptRun, &QPushButton::clicked, &m_console, &Console::scriptRunClicked);
-    connect(m_ui->UtilFM, &QAction::triggered, m_FlashForm, &FlashForm::present);
+    connect(m_ui->UtilFM, &QAction::triggered, this, &Main::openFlashForm);
+}
+
+void Main::openFlashForm()
+{
+    if (!m_FlashForm)
+        m_FlashForm = new FlashForm(m_console.flash(), this);
+    m_FlashForm->present();
 }
 
 void Main::onClick(QAbstractButton *button, void (PortControls::*handler)())

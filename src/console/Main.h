@@ -43,6 +43,7 @@ private:
     void connectMenus();
     void connectScripts();
     void onClick(QAbstractButton *button, void (PortControls::*handler)());
+    void openFlashForm();
     void voltWinLeft();
     void arrange();
     void shutDown();
@@ -51,7 +52,7 @@ private:
     Console &m_console;
     std::unique_ptr<Ui::Main> m_ui;
     std::unique_ptr<Binder> m_binder;
-    FlashForm *m_FlashForm;
+    FlashForm *m_FlashForm = nullptr; // made when it is first wanted
     frmNewIP *m_frmNewIP;
     QTimer *m_Timer1;
 };

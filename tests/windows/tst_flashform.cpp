@@ -18,10 +18,12 @@ namespace {
 /// A running console whose flash window the user has opened.
 struct FlashFormBench : WindowBench
 {
-    FlashFormBench()
+    /// The window is made when it is first opened.
+    FlashForm &openForm()
     {
         run();
         find<QAction>("UtilFM").trigger();
+        return find<FlashForm>("FlashForm");
     }
 
     /// Chooses a new script; the tester has not reported its end yet.
@@ -46,7 +48,7 @@ struct FlashFormBench : WindowBench
 
     FlashScripts &flash() { return console.flash(); }
 
-    FlashForm &form = find<FlashForm>("FlashForm");
+    FlashForm &form = openForm();
     QPushButton &program = child<QPushButton>(form, "BtnProgram");
     QPushButton &enable = child<QPushButton>(form, "ScriptEnable");
     QLineEdit &name = child<QLineEdit>(form, "ScriptName");
