@@ -133,7 +133,7 @@ void run(FaultBench &bench, const Operation &operation, const Cell &cell)
 
     const Trap trap(bench, operation, cell.fault);
     operation.start(bench);
-    const bool walks = cell.fault == Fault::OtherOperation;
+    const bool walks = cell.fault == Fault::OtherOperation && !operation.own.contains(cell.fault);
     const auto over = [&] {
         return trap.hasSprung() &&
                (bench.isMainClosed() ||
@@ -156,6 +156,7 @@ void recover(FaultBench &bench, const Operation &operation, const Cell &cell)
     if (operation.settle && !bench.isMainClosed())
         QCOMPARE(operation.settle(bench), QString());
     bench.closeAll();
+    bench.ticks(operation.aftermath);
     bench.rest();
     QCOMPARE(bench.standing(), QString::fromLatin1(cell.stays));
     QCOMPARE(bench.leftBehind(), QString());

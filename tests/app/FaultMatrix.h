@@ -57,6 +57,7 @@ struct Operation
     int shortTo = 1;               ///< bytes of a short reply
     int late = 6000;               ///< milliseconds by which a late reply is late
     int limit = 70;                ///< ticks after which it is taken for going on for ever
+    int aftermath = 0;             ///< ticks for which the tester cannot be reached afterwards
     QHash<Fault, Action> own = {}; ///< faults that are something else than usual
     bool connects = false;         ///< it is the connecting itself
 };
