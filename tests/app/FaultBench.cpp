@@ -17,12 +17,15 @@ namespace {
 
 constexpr int TickMilliseconds = 100;
 constexpr int ConnectTicks = 80; // the tester may be starting with new firmware
+constexpr int LineRate = 19200;  // the first that is tried
 constexpr int AnswerTicks = 5;
 
 } // namespace
 
-FaultBench::FaultBench(Windows windows)
+FaultBench::FaultBench(Windows windows, Link link)
 {
+    if (link == Link::Serial)
+        useSerialLine();
     attachBuiltInDevices(*tester, {QStringLiteral("ftdi"), QStringLiteral("ezusb")});
     m_tools = {
         {"GetDescForm", "UtilDV", [] {}, [] {}},
@@ -50,6 +53,17 @@ FaultBench::FaultBench(Windows windows)
                      [this] { close("FWLoad"); });
     QObject::connect(&tools.network, &NetworkConfig::closeWanted, &tools.network,
                      [this] { close("frmNWCfg"); });
+}
+
+void FaultBench::useSerialLine()
+{
+    m_line = std::make_unique<simulator::PtyEnd>(*tester, LineRate);
+    const QString device = directory.filePath(QStringLiteral("tty"));
+    if (!m_line->open(device))
+        qFatal("no pseudo-terminal");
+    console.link().setSerialDevice(1, device);
+    main().CommE.setChecked(false);
+    main().Comm1.setChecked(true);
 }
 
 FaultBench::~FaultBench()
@@ -100,10 +114,30 @@ void FaultBench::rest()
     } while (moment.isActive());
 }
 
+void FaultBench::plugIn()
+{
+    if (m_line && !m_line->isPlugged() && !m_line->plug())
+        qFatal("no pseudo-terminal");
+}
+
+/// The far end of a serial line looks for a console from time to time only.
+bool FaultBench::press(Bench &bench)
+{
+    bench.console.connectClicked();
+    const bool serial =
+        !bench.session().NetworkMode && bench.session().LinkState != LinkStates::Closed;
+    return !serial || QTest::qWaitFor([this] { return m_line->isConsoleConnected(); });
+}
+
+bool FaultBench::pressConnect()
+{
+    return press(*this);
+}
+
 bool FaultBench::connectNow()
 {
-    pressConnect();
     const bool connected =
+        pressConnect() &&
         turn([this] { return session().LinkState >= LinkStates::Running; }, ConnectTicks);
     rest();
     return connected;
@@ -246,12 +280,13 @@ QString FaultBench::connectsAgain()
     Bench &bench = m_second ? *m_second : *this;
     Session &session = bench.session();
     if (session.Main.Connect.text() == QLatin1String("Disconnect"))
-        bench.console.connectClicked();
+        press(bench);
     if (session.ScriptBusy || session.FtdiActive)
         return QStringLiteral("an exchange outlives its connection");
 
     session.Main.CmdWin.setText({});
-    bench.console.connectClicked();
+    if (!press(bench))
+        return QStringLiteral("nobody hears the console");
     const QString version = QStringLiteral("** Vorn 2 Firmware Revision  3 .");
     if (!turn([&] { return session.Main.CmdWin.text().contains(version); }, ConnectTicks))
         return QStringLiteral("no version");

@@ -4,6 +4,7 @@
 #include "app/NetworkBench.h"
 #include "app/ToolWindows.h"
 #include "console/Main.h"
+#include "simulator/PtyEnd.h"
 
 #include <QList>
 
@@ -20,6 +21,7 @@ class FaultBench : public NetworkBench
 {
 public:
     enum class Windows { None, Real };
+    enum class Link { Network, Serial };
 
     // Where the tester's devices are
     static constexpr quint8 Keyboard = 0x02;
@@ -27,7 +29,7 @@ public:
     static constexpr quint8 Ftdi = 0x07;
     static constexpr quint8 EzUsb = 0x09;
 
-    explicit FaultBench(Windows windows);
+    explicit FaultBench(Windows windows, Link link = Link::Network);
     ~FaultBench();
     FaultBench(const FaultBench &) = delete;
     FaultBench &operator=(const FaultBench &) = delete;
@@ -40,7 +42,10 @@ public:
 
     /// Connects and waits until the tester has been set up.
     bool connectNow();
-    void pressConnect() { console.connectClicked(); }
+    /// Presses Connect or Disconnect; false when there is nobody at the far end.
+    bool pressConnect();
+    /// The serial adapter is back, if it has been pulled.
+    void plugIn();
 
     // Tool windows, by name. Without real ones, only their cores are told.
     void open(const char *window);
@@ -83,11 +88,14 @@ private:
         bool isOpen = false;
     };
 
+    void useSerialLine();
+    bool press(Bench &bench);
     const Tool &tool(const char *window) const;
     Tool &tool(const char *window);
     QWidget *widgetOf(const Tool &tool) const;
     void tick();
 
+    std::unique_ptr<simulator::PtyEnd> m_line;
     QList<Tool> m_tools;
     std::unique_ptr<Main> m_main;
     std::unique_ptr<Bench> m_second; // the program that is started once this one has ended

@@ -20,11 +20,13 @@ constexpr std::array FaultNames{
     "garbage between packets",
     "flood",
     "connection dropped",
+    "serial adapter pulled",
     "its window closed",
     "another operation",
     "disconnected and connected again",
     "main window closed",
 };
+static_assert(FaultNames.size() == static_cast<std::size_t>(Fault::MainClosed) + 1);
 
 constexpr quint8 ErrorStatus = 0x05;
 constexpr int TickMilliseconds = 100;
@@ -65,6 +67,7 @@ void spoil(FaultBench &bench, const Operation &operation, Fault fault)
         bench.flood();
         break;
     case Fault::Dropped:
+    case Fault::Pulled:
         bench.tester->dropConnection();
         break;
     case Fault::WindowClosed:
@@ -151,6 +154,7 @@ void run(FaultBench &bench, const Operation &operation, const Cell &cell)
 void recover(FaultBench &bench, const Operation &operation, const Cell &cell)
 {
     bench.tester->faults() = {};
+    bench.plugIn();
     if (cell.fault == Fault::LateReply)
         bench.ticks(operation.late / TickMilliseconds + 1);
     if (operation.settle && !bench.isMainClosed())
@@ -183,8 +187,9 @@ void checkCell()
 {
     QFETCH(Operation, operation);
     QFETCH(Cell, cell);
-    FaultBench bench(needsWindows(cell.fault) ? FaultBench::Windows::Real
-                                              : FaultBench::Windows::None);
+    FaultBench bench(
+        needsWindows(cell.fault) ? FaultBench::Windows::Real : FaultBench::Windows::None,
+        cell.fault == Fault::Pulled ? FaultBench::Link::Serial : FaultBench::Link::Network);
     run(bench, operation, cell);
     if (!QTest::currentTestFailed())
         recover(bench, operation, cell);

@@ -25,6 +25,7 @@ enum class Fault {
     Garbage,        ///< bytes between its packets
     Flood,          ///< thousands of reports, at once
     Dropped,        ///< it ends the connection
+    Pulled,         ///< the adapter of a serial line is pulled: nobody is told of that
     WindowClosed,   ///< the operation's window is closed
     OtherOperation, ///< the user starts a descriptor walk, unless the operation says otherwise
     Reconnected,    ///< the user presses Disconnect and Connect

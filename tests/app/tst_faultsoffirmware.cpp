@@ -129,9 +129,21 @@ Operation downloadingFirmware()
     operation.outcome = downloadEnd;
     operation.settle = programAgain;
     operation.late = 30'000;
-    operation.limit = 250;
+    operation.limit = 400;
     operation.own[Fault::ErrorStatus] = [](FaultBench &bench) {
         bench.tester->faults().firmwareCorrupts = true;
+    };
+    return operation;
+}
+
+/// The same once the program has run for minutes: a block is waited for until it is acknowledged.
+Operation downloadingFirmwareLater()
+{
+    Operation operation = downloadingFirmware();
+    operation.name = QStringLiteral("firmware download, minutes later");
+    operation.prepare = [](FaultBench &bench) {
+        bench.session().TickCount = 2 * WholeBlock;
+        chooseImage(bench);
     };
     return operation;
 }
@@ -179,6 +191,7 @@ void tst_faultsoffirmware::matrix_data()
              {Fault::Garbage, Loaded, ClickRun, Busy},
              {Fault::Flood, Loaded, ClickRun, Busy},
              {Fault::Dropped, "no script", Gone},
+             {Fault::Pulled, "no script"},
              {Fault::WindowClosed, "no script"},
              {Fault::OtherOperation, "VN_End @ 64; walk: Timeout", ClickRun, Busy},
              {Fault::Reconnected, "no script"},
@@ -196,8 +209,21 @@ void tst_faultsoffirmware::matrix_data()
              {Fault::Garbage, NewFirmware},
              {Fault::Flood, NewFirmware},
              {Fault::Dropped, "old firmware", Gone},
+             {Fault::Pulled, "old firmware"},
              {Fault::WindowClosed, "old firmware"},
              {Fault::OtherOperation, "new firmware, reconnecting; walk: Timeout"},
+             {Fault::Reconnected, "old firmware"},
+             {Fault::MainClosed, "old firmware"},
+         }},
+        {downloadingFirmwareLater(),
+         {
+             {Fault::None, NewFirmware},
+             {Fault::Silence, "old firmware", "", Busy}, // waits until the window is closed
+             {Fault::Refusal, "old firmware", "", Busy},
+             {Fault::LateReply, NewFirmware},
+             {Fault::Dropped, "old firmware", Gone},
+             {Fault::Pulled, "old firmware"},
+             {Fault::WindowClosed, "old firmware"},
              {Fault::Reconnected, "old firmware"},
              {Fault::MainClosed, "old firmware"},
          }},
@@ -213,6 +239,7 @@ void tst_faultsoffirmware::matrix_data()
              {Fault::Garbage, NewFirmware},
              {Fault::Flood, NewFirmware},
              {Fault::Dropped, NewFirmware},
+             {Fault::Pulled, "old firmware, reconnecting"},
              {Fault::WindowClosed, "old firmware, reconnecting"},
              {Fault::OtherOperation, "new firmware, reconnecting; walk: Timeout"},
              {Fault::Reconnected, "old firmware"},
