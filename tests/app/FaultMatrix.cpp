@@ -163,6 +163,7 @@ void recover(FaultBench &bench, const Operation &operation, const Cell &cell)
     bench.ticks(operation.aftermath);
     bench.rest();
     QCOMPARE(bench.standing(), QString::fromLatin1(cell.stays));
+    QCOMPARE(bench.takeBoxes(), QString::fromLatin1(cell.later));
     QCOMPARE(bench.leftBehind(), QString());
     QCOMPARE(bench.connectsAgain(), QString());
 }

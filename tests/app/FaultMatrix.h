@@ -71,6 +71,7 @@ struct Cell
     const char *boxes = "";  ///< texts, with bars between them
     const char *stands = ""; ///< of ScriptBusy, DescActive, FtdiActive, when it is over
     const char *stays = "";  ///< the same once the fault has gone and the user is done
+    const char *later = "";  ///< texts of the boxes until then
 };
 
 struct Row

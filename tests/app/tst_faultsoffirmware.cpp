@@ -240,9 +240,9 @@ void tst_faultsoffirmware::matrix_data()
              {Fault::Flood, NewFirmware},
              {Fault::Dropped, NewFirmware},
              {Fault::Pulled, "old firmware, reconnecting"},
-             {Fault::WindowClosed, "old firmware, reconnecting"},
+             {Fault::WindowClosed, "old firmware, reconnecting", "", "", "", Gone},
              {Fault::OtherOperation, "new firmware, reconnecting; walk: Timeout"},
-             {Fault::Reconnected, "old firmware"},
+             {Fault::Reconnected, "old firmware", "", "", "", Gone},
              {Fault::MainClosed, "old firmware"},
          }},
     });
