@@ -31,6 +31,13 @@ static_assert(FaultNames.size() == static_cast<std::size_t>(Fault::MainClosed) +
 constexpr quint8 ErrorStatus = 0x05;
 constexpr int TickMilliseconds = 100;
 
+/// Takes away what an operation cannot go on without.
+bool bereaves(Fault fault)
+{
+    return fault == Fault::Dropped || fault == Fault::WindowClosed || fault == Fault::Reconnected ||
+           fault == Fault::MainClosed;
+}
+
 bool needsWindows(Fault fault)
 {
     return fault == Fault::WindowClosed || fault == Fault::MainClosed;
@@ -101,6 +108,7 @@ public:
     }
 
     bool hasSprung() const { return m_sprung; }
+    int ticksSince() const { return m_bench.session().TickCount - m_tick; }
 
 private:
     void look(const QByteArray &body)
@@ -110,6 +118,7 @@ private:
             ++m_count < moment.count)
             return;
         m_sprung = true;
+        m_tick = m_bench.session().TickCount;
         if (const auto own = m_operation.own.constFind(m_fault); own != m_operation.own.cend())
             (*own)(m_bench);
         else
@@ -121,6 +130,7 @@ private:
     Fault m_fault;
     QObject m_receiver;
     int m_count = 0;
+    qint32 m_tick = 0;
     bool m_sprung = false;
 };
 
@@ -144,6 +154,8 @@ void run(FaultBench &bench, const Operation &operation, const Cell &cell)
     };
     bench.turn(over, operation.limit);
     QVERIFY(trap.hasSprung());
+    if (bereaves(cell.fault) && !operation.outlives)
+        QVERIFY(trap.ticksSince() <= 1); // that of the moment itself
     bench.rest();
     const QString other = walks ? QStringLiteral("; walk: ") + bench.walkEnd() : QString();
     QCOMPARE(operation.outcome(bench) + other, QString::fromLatin1(cell.outcome));

@@ -61,6 +61,7 @@ struct Operation
     int aftermath = 0;             ///< ticks for which the tester cannot be reached afterwards
     QHash<Fault, Action> own = {}; ///< faults that are something else than usual
     bool connects = false;         ///< it is the connecting itself
+    bool outlives = false;         ///< it goes on without its connection, or its window
 };
 
 /// What is expected of an operation and a fault.

@@ -34,6 +34,7 @@ Operation walking()
         return !bench.session().DescActive && nothingWaits(bench);
     };
     operation.outcome = [](FaultBench &bench) { return bench.walkEnd(); };
+    operation.outlives = true;
     operation.shortTo = 2; // a status, and nothing of the device's
     operation.own[Fault::OtherOperation] = [](FaultBench &bench) {
         openFtdi(bench);

@@ -155,6 +155,7 @@ Operation restartingTester()
     operation.name = QStringLiteral("firmware restart");
     operation.moment = {FirmwareProgram};
     operation.aftermath = 30;
+    operation.outlives = true;
     return operation;
 }
 

@@ -57,6 +57,7 @@ Operation connecting()
     Operation operation;
     operation.name = QStringLiteral("connect");
     operation.connects = true;
+    operation.outlives = true;
     operation.start = [](FaultBench &bench) { bench.pressConnect(); };
     operation.moment = {VersionQuery};
     operation.hasEnded = [](FaultBench &bench) {
