@@ -14,7 +14,7 @@ constexpr quint8 FirmwareBlock = 0x33;
 constexpr quint8 FirmwareProgram = 0x34;
 
 constexpr int WholeBlock = 4096;
-constexpr int LastBlock = 150; // bytes; may be waited for until tick 200
+constexpr int LastBlock = 50; // bytes; may be waited for until tick 100
 constexpr int RestartTicks = 80;
 
 bool nothingWaits(FaultBench &bench)
@@ -128,8 +128,8 @@ Operation downloadingFirmware()
     operation.hasEnded = nothingWaits;
     operation.outcome = downloadEnd;
     operation.settle = programAgain;
-    operation.late = 30'000;
-    operation.limit = 400;
+    operation.late = 10'000;
+    operation.limit = 180;
     operation.own[Fault::ErrorStatus] = [](FaultBench &bench) {
         bench.tester->faults().firmwareCorrupts = true;
     };
