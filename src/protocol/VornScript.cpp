@@ -59,6 +59,7 @@ void endUnreportedRun(Session &session)
     if (main.ScriptRun.text() != QLatin1String("Stop"))
         return;
     main.ScriptRun.setText(QStringLiteral("Run"));
+    main.ScriptIdx.setText({}); // "Running" would make step reports of a download those of a run
     main.ScriptLoad.setEnabled(session.LinkState != LinkStates::Closed);
     session.ScriptBusy = false;
 }
