@@ -179,7 +179,8 @@ void FaultBench::close(const char *window)
 {
     Tool &closing = tool(window);
     if (m_main) {
-        widgetOf(closing)->close();
+        if (isOpen(window))
+            widgetOf(closing)->close();
     } else if (std::exchange(closing.isOpen, false)) {
         closing.closed();
     }
@@ -188,7 +189,10 @@ void FaultBench::close(const char *window)
 bool FaultBench::isOpen(const char *window) const
 {
     const Tool &asked = tool(window);
-    return m_main ? widgetOf(asked)->isVisible() : asked.isOpen;
+    if (!m_main)
+        return asked.isOpen;
+    const QWidget *widget = widgetOf(asked);
+    return widget != nullptr && widget->isVisible();
 }
 
 void FaultBench::closeAll()
