@@ -7,7 +7,6 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMainWindow>
@@ -131,8 +130,8 @@ QFileDialog *fileDialog()
 
 void answer(QFileDialog &dialog, const QString &path)
 {
-    dialog.setDirectory(QFileInfo(path).path());
-    dialog.selectFile(QFileInfo(path).fileName());
+    // Not selectFile(): that does nothing while the field has the focus.
+    dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(path);
     const auto *const buttons = dialog.findChild<QDialogButtonBox *>();
     const bool saving = dialog.acceptMode() == QFileDialog::AcceptSave;
     buttons->button(saving ? QDialogButtonBox::Save : QDialogButtonBox::Open)->click();

@@ -151,6 +151,9 @@ QCoro::Task<> Inspection::end()
 
     const auto back = [this] { return m_journal.seconds() > m_faultsEnded + AwayTime; };
     co_await require(text("the tester is back"), back, Patience);
+    // A retrieval that went wrong ends with its count-down.
+    const auto retrieved = [this] { return !m_subject.console.session().DescActive; };
+    co_await require(text("the descriptor viewer has given up"), retrieved, Patience);
     requireNothingUnderWay();
     checkLog();
     m_tester.restore();
@@ -217,8 +220,10 @@ void Inspection::requireNothingUnderWay() const
         found.append(text("LinkState"));
     if (session.waits.pendingCount() != 0)
         found.append(text("%1 waits").arg(session.waits.pendingCount()));
+    if (m_subject.console.link().isConnected())
+        found.append(text("the socket"));
     if (m_subject.end.isConsoleConnected())
-        found.append(text("the connection"));
+        found.append(text("the connection at the tester"));
     if (!found.isEmpty())
         throw SoakFailure(text("still standing at rest: ") + found.join(text(", ")));
 }

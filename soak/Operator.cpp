@@ -105,7 +105,7 @@ void Operator::sendReports()
     constexpr int LongestFlood = 400;
     // A tester that sends byte by byte would be busy with a flood for minutes.
     const bool slow = m_subject.tester.faults().fragmentPause > 0;
-    const bool flood = !slow && m_dice.oneIn(12);
+    const bool flood = !slow && m_dice.oneIn(8);
     const int count = flood ? m_dice.between(50, LongestFlood) : m_dice.between(1, 3);
     m_journal.note(Journal::Group::Event, flood ? text("flood") : text("reports"));
     for (int i = 0; i < count && m_reports.send(); ++i) {

@@ -75,7 +75,7 @@ QCoro::Task<> Soak::use(double seconds)
         const std::chrono::milliseconds pause(m_dice.between(20, 200));
         co_await QCoro::sleepFor(pause);
         m_operator.minding();
-        if (m_dice.oneIn(3))
+        if (m_dice.oneIn(2))
             m_operator.act();
         m_user.act();
         if (m_journal.seconds() >= nextSample) {

@@ -113,7 +113,10 @@ void User::act()
     }
     if (steps.isEmpty())
         throw SoakFailure(text("the user knows nothing to do in the window ") + window);
-    take(m_dice.weighted(steps));
+    // Much of a window may be disabled.
+    constexpr int Tries = 5;
+    for (int i = 0; i < Tries && !take(m_dice.weighted(steps)); ++i) {
+    }
 }
 
 bool User::take(const UserStep &step)
@@ -225,6 +228,10 @@ QString User::typed(Text kind)
         return QString::number(m_dice.between(400, 575) / 100.0, 'f', 2);
     case Text::Address:
         return QString::number(m_dice.oneOf(simulator::builtInDevices()).address);
+    case Text::FtdiAddress:
+        return m_dice.oneIn(5) ? typed(Text::Address) : text("7");
+    case Text::EzUsbAddress:
+        return m_dice.oneIn(5) ? typed(Text::Address) : QString::number(m_dice.between(8, 9));
     case Text::RequestType:
         return text(m_dice.oneOf(RequestTypes));
     case Text::Request:

@@ -21,6 +21,8 @@ enum class Text {
     None,
     Volts,
     Address,
+    FtdiAddress,
+    EzUsbAddress,
     RequestType,
     Request,
     Value,
