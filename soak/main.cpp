@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -75,6 +76,10 @@ QCoro::Task<> run(soak::Soak &soak)
 
 int main(int argc, char **argv)
 {
+    // Qt's file dialogs keep settings of their own: not the user's, and not those of another soak,
+    // for whose lock they would wait.
+    QTemporaryDir directory;
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(directory.path()));
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setQuitOnLastWindowClosed(false);
@@ -83,7 +88,6 @@ int main(int argc, char **argv)
     std::fflush(stdout);
     qInstallMessageHandler(keepWarning);
 
-    QTemporaryDir directory;
     int result = 0;
     try {
         soak::Soak soak(request.minutes * 60, request.seed, directory.path());
