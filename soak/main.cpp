@@ -22,14 +22,15 @@ namespace {
 constexpr const char *DefaultMinutes = "60";
 
 std::mutex warningsMutex;
-QStringList warnings; // of Qt, but for those of the platform about what it has no windows for
+QStringList warnings; // of Qt, but for those about what the machine or its platform does without
 
 void keepWarning(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
 {
     if (type == QtFatalMsg)
         std::fprintf(stderr, "%s\n", qUtf8Printable(text));
-    const bool ofPlatform = text.startsWith(QLatin1String("This plugin does not support"));
-    if (type == QtDebugMsg || type == QtInfoMsg || ofPlatform)
+    const bool ofMachine = text.startsWith(QLatin1String("This plugin does not support")) ||
+                           text.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR"));
+    if (type == QtDebugMsg || type == QtInfoMsg || ofMachine)
         return;
     const std::lock_guard lock(warningsMutex);
     if (!warnings.contains(text))
@@ -80,13 +81,13 @@ int main(int argc, char **argv)
     // for whose lock they would wait.
     QTemporaryDir directory;
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(directory.path()));
+    qInstallMessageHandler(keepWarning);
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setQuitOnLastWindowClosed(false);
     const Request request = readCommandLine(application);
     std::printf("Soak of %g minutes, seed %u\n", request.minutes, request.seed);
     std::fflush(stdout);
-    qInstallMessageHandler(keepWarning);
 
     int result = 0;
     try {
