@@ -19,8 +19,10 @@ TcpTransport::TcpTransport()
     connect(&m_socket, &QTcpSocket::connected, this,
             [this] { m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1); });
     connect(&m_socket, &QTcpSocket::readyRead, this, &Transport::bytesArrived);
-    connect(&m_socket, &QTcpSocket::errorOccurred, this,
-            [this] { emit failed(m_socket.errorString()); });
+    connect(&m_socket, &QTcpSocket::errorOccurred, this, [this] {
+        m_failed = true; // the socket tells before it changes its state
+        emit failed(m_socket.errorString());
+    });
 }
 
 std::optional<QString> TcpTransport::open(const Endpoint &endpoint)
@@ -28,6 +30,7 @@ std::optional<QString> TcpTransport::open(const Endpoint &endpoint)
     if (endpoint.address.isEmpty())
         return tr("No host name");
     close();
+    m_failed = false;
     m_socket.connectToHost(endpoint.address, endpoint.port);
     return std::nullopt;
 }
@@ -41,7 +44,7 @@ void TcpTransport::close()
 
 bool TcpTransport::isConnected() const
 {
-    return m_socket.state() == QAbstractSocket::ConnectedState;
+    return !m_failed && m_socket.state() == QAbstractSocket::ConnectedState;
 }
 
 void TcpTransport::write(const QByteArray &bytes)

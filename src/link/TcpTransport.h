@@ -25,6 +25,7 @@ public:
 
 private:
     QTcpSocket m_socket;
+    bool m_failed = false; // since it was last opened
 };
 
 } // namespace vantrel

@@ -32,7 +32,7 @@ public:
     virtual std::optional<QString> open(const Endpoint &endpoint) = 0;
     virtual void close() = 0;
 
-    /// Open and able to carry bytes; false while a connect is under way.
+    /// Open and able to carry bytes; false while a connect is under way, and from a failure on.
     virtual bool isConnected() const = 0;
 
     /// Changes the line settings of an open serial port; nothing for other transports.

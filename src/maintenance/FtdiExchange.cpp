@@ -43,7 +43,7 @@ QCoro::Task<FtdiExchange::End> FtdiExchange::request(quint8 address, SetupPacket
     m_waiting = true;
     m_session.FtdiActive = true;
     QByteArray block = deviceRequest(address, setup);
-    m_commands.SendDeviceRequest(block);
+    const bool sent = m_commands.SendDeviceRequest(block);
 
     const auto over = [this, losses, abandonments] {
         return !m_session.FtdiActive || m_session.LinkLosses != losses ||
@@ -51,6 +51,8 @@ QCoro::Task<FtdiExchange::End> FtdiExchange::request(quint8 address, SetupPacket
     };
     const WaitEnd end = co_await m_session.waits.until(over, deadlineIn(m_session, AnswerTicks));
     m_waiting = false;
+    if (!sent)
+        m_session.FtdiActive = false; // nobody was asked, and no answer is owed
     co_return ended(m_abandonments != abandonments || end == WaitEnd::Closed,
                     m_session.LinkLosses != losses);
 }

@@ -24,6 +24,7 @@ class VornCommands;
 ///   deadline, the tester never answered the earlier requests, and the last one held is the answer
 ///   to this one: it costs the whole wait, once;
 /// - an answer without a status is none;
+/// - a request that could not be sent is owed nothing, and clears FtdiActive at its deadline;
 /// - a lost link owes nothing: no answer can come over the next one.
 class FtdiExchange
 {

@@ -33,10 +33,10 @@ quint8 voltageCode(double volts)
 
 } // namespace
 
-void VornCommands::sendFramed(const QByteArray &body)
+bool VornCommands::sendFramed(const QByteArray &body)
 {
     m_session.TxPacket = m_session.PacketStart + body + m_session.PacketEnd;
-    m_link.SendPacket(m_session.TxPacket);
+    return m_link.SendPacket(m_session.TxPacket);
 }
 
 void VornCommands::sendStuffed(ByteWriter &&body)
@@ -57,10 +57,10 @@ void VornCommands::sendFlash(int slot, quint8 operation, const QByteArray &data)
     sendFramed(ByteWriter{Command::FlashScript, slotByte, operation}.bytes(data).take());
 }
 
-void VornCommands::SendDeviceRequest(QByteArray &block)
+bool VornCommands::SendDeviceRequest(QByteArray &block)
 {
     block = StuffEscapes(block);
-    sendFramed(ByteWriter{Command::DeviceRequest}.bytes(block).take());
+    return sendFramed(ByteWriter{Command::DeviceRequest}.bytes(block).take());
 }
 
 void VornCommands::SendVbusEnable(bool on)

@@ -23,8 +23,9 @@ public:
     VornCommands(Session &session, VornComm &link) : m_session(session), m_link(link) {}
 
     /// `block`: USB address, the 8 setup bytes (words low byte first), data stage if any. Comes
-    /// back with its ESC bytes doubled, not to be used as raw bytes again.
-    void SendDeviceRequest(QByteArray &block);
+    /// back with its ESC bytes doubled, not to be used as raw bytes again. False when nothing was
+    /// sent, which the command pane has told.
+    bool SendDeviceRequest(QByteArray &block);
 
     void SendVbusEnable(bool on);
     void SendSuspend();
@@ -78,7 +79,7 @@ public:
 private:
     /// Waits up to 20 ticks; true when the answer came, the link was kept and nobody gave up.
     QCoro::Task<bool> awaitAnswer(std::function<bool()> answered, std::function<bool()> abandoned);
-    void sendFramed(const QByteArray &body);
+    bool sendFramed(const QByteArray &body);
     void sendStuffed(ByteWriter &&body);
     void sendOption(quint8 selector, quint8 value);
     void sendFlash(int slot, quint8 operation, const QByteArray &data = {});

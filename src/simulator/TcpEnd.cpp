@@ -47,6 +47,7 @@ void TcpEnd::acceptConsole()
             if (m_console == socket)
                 m_tester.receive(bytes);
         });
+        emit consoleConnected();
     }
 }
 

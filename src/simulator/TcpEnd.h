@@ -31,6 +31,10 @@ public:
     /// What was written before still arrives.
     void dropConnection();
 
+signals:
+    /// A console has connected, and what the tester sends goes to it from now on.
+    void consoleConnected();
+
 private:
     void acceptConsole();
     void write(const QByteArray &bytes);

@@ -21,6 +21,7 @@ struct Client
     QByteArray received;
     QStringList failures;
     qsizetype receivedAtFailure = -1;
+    bool connectedAtFailure = false;
 
     Client()
     {
@@ -29,6 +30,7 @@ struct Client
                          [this](const QString &description) {
                              failures.append(description);
                              receivedAtFailure = received.size();
+                             connectedAtFailure = transport.isConnected();
                          });
     }
 
@@ -221,6 +223,7 @@ void TestTcpTransport::closedByThePeer()
 
     QTRY_COMPARE(client.failures,
                  QStringList{QStringLiteral("The remote host closed the connection")});
+    QVERIFY(!client.connectedAtFailure); // who is told does not write to what is gone
     QVERIFY(!client.transport.isConnected());
 }
 
@@ -265,6 +268,7 @@ void TestTcpTransport::resetByThePeer()
     server.client()->abort(); // with bytes unread, the system sends a reset
 
     QTRY_COMPARE(client.failures.size(), 1);
+    QVERIFY(!client.connectedAtFailure);
     QVERIFY(!client.transport.isConnected());
 }
 

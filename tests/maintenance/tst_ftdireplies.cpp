@@ -44,6 +44,7 @@ private slots:
     void lateOnesWithoutTheAnswer();
     void lateRefusalBeforeTheAnswer();
     void lateOverANewLink();
+    void neverAsked();
     void doubled();
     void withoutStatus();
     void shortData_data();
@@ -147,6 +148,25 @@ void TestFtdiReplies::lateOverANewLink()
     TimedOutBench bench;
     bench.console.connectClicked();
     bench.run();
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 64); // nothing is held back
+    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+/// Without a link nothing is sent: the next connection owes no answer.
+void TestFtdiReplies::neverAsked()
+{
+    FtdiBench bench;
+    bench.console.connectClicked();
+    bench.ftdi.readClicked();
+    bench.tick(10);
+    QCOMPARE(bench.onlyMessage(), QStringLiteral("Vorn Tester not Responding"));
+    QVERIFY(!bench.session.FtdiActive);
+
+    bench.run();
+    bench.reply("00 1234"_hex);
+    QCOMPARE(bench.session.RespText.text(),
+             QByteArray("-- Device Request Response: Status = 00\r\n 12 34 \r\n"));
     bench.ftdi.readClicked();
     bench.replyWords(realEeprom(), 0, 64); // nothing is held back
     QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
