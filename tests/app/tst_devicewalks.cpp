@@ -1,77 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/NetworkBench.h"
-#include "app/ToolWindows.h"
-#include "simulator/BuiltInDevices.h"
+#include "app/DeviceBench.h"
 #include "support/Hex.h"
 
 #include <QFile>
-#include <QTest>
 
 using namespace vantrel;
 using namespace vantrel::test;
 
 namespace {
-
-/// A console with its tools, and a tester with one device more than usual.
-struct DeviceBench : NetworkBench
-{
-    explicit DeviceBench(const QString &name,
-                         const simulator::Settings &settings = simulator::Settings::vorn2())
-        : NetworkBench(settings)
-    {
-        const simulator::BuiltInDevice *device = simulator::findBuiltInDevice(name);
-        if (!device)
-            qFatal("no device %s", qPrintable(name));
-        if (!device->atStart && !simulator::attachBuiltInDevices(*tester, {name}))
-            qFatal("no room for %s", qPrintable(name));
-        address = device->address;
-    }
-
-    void startWalk()
-    {
-        tester->clearCommandsSeen();
-        tools.viewer.controls().DevAddr.adoptText(QString::number(address));
-        tools.viewer.getDescClicked();
-    }
-    bool walk()
-    {
-        startWalk();
-        return QTest::qWaitFor([this] { return !session().DescActive; });
-    }
-    QString report() { return tools.viewer.controls().DescInfo.text(); }
-
-    /// The device requests that the tester has received, code and all.
-    QList<QByteArray> requests() const
-    {
-        QList<QByteArray> received;
-        for (const QByteArray &command : tester->commandsSeen()) {
-            if (command.startsWith('\x01'))
-                received += command.toHex();
-        }
-        return received;
-    }
-    int printedReplies() { return static_cast<int>(responses().count("-- Device Request Resp")); }
-    QStringList boxes() const
-    {
-        QStringList texts;
-        for (const Message &message : dialogs.messages)
-            texts += message.text;
-        return texts;
-    }
-
-    /// The tester has the time to answer what a tick asks.
-    void tick(int count)
-    {
-        for (int i = 0; i < count; ++i) {
-            console.Timer1();
-            if (!QTest::qWaitFor([this] { return session().StatusSeen; }))
-                qFatal("the tester is silent");
-        }
-    }
-
-    quint8 address = 0;
-    Tools tools{console, dialogs, directory.path()};
-};
 
 QString golden(const char *name)
 {
@@ -88,15 +24,13 @@ QString lines(const char *text)
 
 QString hex(int value)
 {
-    return QStringLiteral("0x%1")
-        .arg(value, 2, 16, QLatin1Char('0'))
-        .toUpper()
-        .replace(QLatin1Char('X'), QLatin1Char('x'));
+    return QStringLiteral("0x") +
+           QString::number(value, 16).toUpper().rightJustified(2, QLatin1Char('0'));
 }
 
 /// What all devices that misbehave have in common.
-QString device(int product, int configurations = 1, int manufacturerString = 0,
-               int productString = 0, int serialString = 0)
+QString deviceText(int product, int configurations = 1, int manufacturerString = 0,
+                   int productString = 0, int serialString = 0)
 {
     return lines("===== Device Descriptor =====\n"
                  " bLength = 0x12\n"
@@ -117,12 +51,12 @@ QString device(int product, int configurations = 1, int manufacturerString = 0,
              hex(configurations));
 }
 
-QString string(const char *label, const QString &text)
+QString stringText(const char *label, const QString &text)
 {
     return lines("\n  === String Descriptor- %1 String:\n   %2\n").arg(QLatin1String(label), text);
 }
 
-QString configuration(int totalLength, int interfaces = 1)
+QString configurationText(int totalLength, int interfaces = 1)
 {
     return lines("\n===== Configuration  0 Descriptor =====\n"
                  " bLength = 0x09\n"
@@ -138,7 +72,7 @@ QString configuration(int totalLength, int interfaces = 1)
         .arg(hex(interfaces));
 }
 
-QString interface(int number = 0, int endpoints = 1, int classCode = 0xFF, int stringIndex = 0)
+QString interfaceText(int number = 0, int endpoints = 1, int classCode = 0xFF, int stringIndex = 0)
 {
     return lines("\n===== Interface  %1 Descriptor =====\n"
                  " blength = 0x09\n"
@@ -154,7 +88,7 @@ QString interface(int number = 0, int endpoints = 1, int classCode = 0xFF, int s
         .arg(hex(number), hex(endpoints), hex(classCode), hex(stringIndex));
 }
 
-QString endpoint(int length = 7, int packetSize = 8)
+QString endpointText(int length = 7, int packetSize = 8)
 {
     return lines("\n===== Endpoint  1 Descriptor =====\n"
                  " blength = %1\n"
@@ -169,7 +103,7 @@ QString endpoint(int length = 7, int packetSize = 8)
         .arg(packetSize);
 }
 
-QString bulkEndpoint(int number, bool in)
+QString bulkEndpointText(int number, bool in)
 {
     return lines("\n===== Endpoint  %1 Descriptor =====\n"
                  " blength = 0x07\n"
@@ -189,11 +123,11 @@ QString bulkEndpoint(int number, bool in)
 /// Up to the interface whose string is the eleventh.
 QString elevenVoices()
 {
-    QString report = configuration(285, 12);
+    QString report = configurationText(285, 12);
     for (int number = 0; number < 10; ++number)
-        report += interface(number, 2, 0xFF, number + 2) + bulkEndpoint(number + 1, true) +
-                  bulkEndpoint(number + 1, false);
-    return report + interface(10, 2, 0xFF, 12);
+        report += interfaceText(number, 2, 0xFF, number + 2) + bulkEndpointText(number + 1, true) +
+                  bulkEndpointText(number + 1, false);
+    return report + interfaceText(10, 2, 0xFF, 12);
 }
 
 QString ended(const QString &message)
@@ -206,11 +140,9 @@ const QString OutOfRange = QStringLiteral("Subscript out of range");
 const QString Successful = QStringLiteral("Successful");
 const QString TimeOut = QStringLiteral("Timeout");
 
-const QByteArray DeviceRequest = "8006 0001 0000 1200"_hex;
-
 } // namespace
 
-/// The tools that talk to a device, through the console, a socket and the tester.
+/// The descriptor viewer, through the console, a socket and the tester.
 class tst_devicewalks : public QObject
 {
     Q_OBJECT
@@ -222,14 +154,9 @@ private slots:
     void addressEditedInTheMiddle();
     void troubles_data();
     void troubles();
-    void emptyStringIsPrinted();
+    void emptyString();
     void nobodyThere();
     void connectionLost();
-    void singleRequest_data();
-    void singleRequest();
-    void requestWithData_data();
-    void requestWithData();
-    void oldVorn1IsRefused();
 };
 
 void tst_devicewalks::reports_data()
@@ -261,28 +188,13 @@ void tst_devicewalks::requestsOfAWalk()
     DeviceBench bench(QStringLiteral("phone"));
     QVERIFY(bench.connectConsole());
     QVERIFY(bench.walk());
-    QCOMPARE(bench.requests(), QList<QByteArray>({"0103"
-                                                  "8006000100001200",
-                                                  "0103"
-                                                  "8006020309040300",
-                                                  "0103"
-                                                  "8006020309042200",
-                                                  "0103"
-                                                  "8006030309040300",
-                                                  "0103"
-                                                  "8006030309041800",
-                                                  "0103"
-                                                  "8006040309040300",
-                                                  "0103"
-                                                  "8006040309042200",
-                                                  "0103"
-                                                  "8006000200000800",
-                                                  "0103"
-                                                  "8006000200002700",
-                                                  "0103"
-                                                  "8006050309040300",
-                                                  "0103"
-                                                  "8006050309041a00"}));
+    QCOMPARE(bench.requests(),
+             QList<QByteArray>({"01 03 8006000100001200"_hex, "01 03 8006020309040300"_hex,
+                                "01 03 8006020309042200"_hex, "01 03 8006030309040300"_hex,
+                                "01 03 8006030309041800"_hex, "01 03 8006040309040300"_hex,
+                                "01 03 8006040309042200"_hex, "01 03 8006000200000800"_hex,
+                                "01 03 8006000200002700"_hex, "01 03 8006050309040300"_hex,
+                                "01 03 8006050309041a00"_hex}));
 }
 
 void tst_devicewalks::addressEditedInTheMiddle()
@@ -294,7 +206,8 @@ void tst_devicewalks::addressEditedInTheMiddle()
             bench.tools.viewer.controls().DevAddr.adoptText(QStringLiteral("0x02"));
     });
     QVERIFY(bench.walk());
-    QCOMPARE(bench.requests(), QList<QByteArray>({"01038006000100001200", "01028006020309040300"}));
+    QCOMPARE(bench.requests(),
+             QList<QByteArray>({"01 03 8006000100001200"_hex, "01 02 8006020309040300"_hex}));
     QVERIFY(bench.report().endsWith(QLatin1String("bNumConfigurations = 0x01\r\n") +
                                     ended(QStringLiteral("Failure code = 0E"))));
 }
@@ -315,36 +228,40 @@ void tst_devicewalks::troubles_data()
     };
 
     row("gateway", none, Overflow, TimeOut);
-    row("string-stall", device(0x20, 1, 1, 2, 3), none, QStringLiteral("Failure code = 0E"));
+    row("string-stall", deviceText(0x20, 1, 1, 2, 3), none, QStringLiteral("Failure code = 0E"));
     row("string-short",
-        device(0x21, 1, 1, 2) + string("Manufacturer", QStringLiteral("Cut o")) +
-            string("Product", QStringLiteral("Too l")) + configuration(25) + interface() +
-            endpoint(),
+        deviceText(0x21, 1, 1, 2) + stringText("Manufacturer", QStringLiteral("Cut o")) +
+            stringText("Product", QStringLiteral("Too l")) + configurationText(25) +
+            interfaceText() + endpointText(),
         none, Successful);
-    row("string-empty", device(0x22, 1, 0, 1), none, QStringLiteral("String length error"));
-    row("length-zero", device(0x23) + configuration(34) + interface(0, 1, 0x03), none, TimeOut);
-    row("length-beyond", device(0x24) + configuration(25) + interface() + endpoint(0x20), none,
+    row("length-zero", deviceText(0x23) + configurationText(34) + interfaceText(0, 1, 0x03), none,
+        TimeOut);
+    row("length-beyond",
+        deviceText(0x24) + configurationText(25) + interfaceText() + endpointText(0x20), none,
         Successful);
-    row("total-beyond", device(0x25) + configuration(64) + interface() + endpoint(), none,
-        Successful);
-    row("total-huge", device(0x26), Overflow, TimeOut);
-    unsignedRow("total-huge", device(0x26) + configuration(0x8019) + interface() + endpoint());
-    row("packet-huge", device(0x27) + configuration(25) + interface(), Overflow, TimeOut);
-    unsignedRow("packet-huge",
-                device(0x27) + configuration(25) + interface() + endpoint(7, 0x8008));
-    row("no-configuration", device(0x28, 0), none,
+    row("total-beyond", deviceText(0x25) + configurationText(64) + interfaceText() + endpointText(),
+        none, Successful);
+    row("total-huge", deviceText(0x26), Overflow, TimeOut);
+    unsignedRow("total-huge",
+                deviceText(0x26) + configurationText(0x8019) + interfaceText() + endpointText());
+    row("packet-huge", deviceText(0x27) + configurationText(25) + interfaceText(), Overflow,
+        TimeOut);
+    unsignedRow("packet-huge", deviceText(0x27) + configurationText(25) + interfaceText() +
+                                   endpointText(7, 0x8008));
+    row("no-configuration", deviceText(0x28, 0), none,
         QStringLiteral("Failure: bNumConfigurations = 0"));
     row("strings-only",
-        device(0x29, 0, 1, 2, 3) + string("Manufacturer", QStringLiteral("Words")) +
-            string("Product", QStringLiteral("\u00A9 \u0013 \u0016")) +
-            string("SerialNumber", QStringLiteral("29")),
+        deviceText(0x29, 0, 1, 2, 3) + stringText("Manufacturer", QStringLiteral("Words")) +
+            stringText("Product", QStringLiteral("\u00A9 \u0013 \u0016")) +
+            stringText("SerialNumber", QStringLiteral("29")),
         none, Successful);
     row("many-strings",
-        device(0x2A, 1, 0, 1) + string("Product", QStringLiteral("Choir")) + elevenVoices(),
+        deviceText(0x2A, 1, 0, 1) + stringText("Product", QStringLiteral("Choir")) + elevenVoices(),
         OutOfRange, TimeOut);
     row("device-short", none, OutOfRange, TimeOut);
     row("silent", none, none, TimeOut);
-    row("endpoint-short", device(0x2E) + configuration(22) + interface(), OutOfRange, TimeOut);
+    row("endpoint-short", deviceText(0x2E) + configurationText(22) + interfaceText(), OutOfRange,
+        TimeOut);
 }
 
 /// What does not end by itself ends after 50 ticks, neither earlier nor later.
@@ -380,15 +297,19 @@ void tst_devicewalks::troubles()
     QCOMPARE(bench.report(), golden("tools/reports/keyboard"));
 }
 
-void tst_devicewalks::emptyStringIsPrinted()
+/// It is asked for once more after the end, and that answer is nobody's.
+void tst_devicewalks::emptyString()
 {
     DeviceBench bench(QStringLiteral("string-empty"));
     QVERIFY(bench.connectConsole());
     QVERIFY(bench.walk());
+    QCOMPARE(bench.report(),
+             deviceText(0x22, 1, 0, 1) + ended(QStringLiteral("String length error")));
     QTRY_VERIFY(bench.responses().endsWith("-- Device Request Response: Status = 00\r\n"
                                            " 00 03 4E \r\n"));
-    QCOMPARE(bench.requests(), QList<QByteArray>({"01228006000100001200", "01228006010309040300",
-                                                  "01228006010309040300"}));
+    QCOMPARE(bench.requests(),
+             QList<QByteArray>({"01 22 8006000100001200"_hex, "01 22 8006010309040300"_hex,
+                                "01 22 8006010309040300"_hex}));
     QCOMPARE(bench.printedReplies(), 1);
 }
 
@@ -414,146 +335,6 @@ void tst_devicewalks::connectionLost()
     }
     QCOMPARE(bench.report(), ended(TimeOut));
     QVERIFY(bench.tools.viewer.controls().GetDesc.isEnabled());
-}
-
-namespace {
-
-/// A request builder that has been filled in.
-struct RequestBench : DeviceBench
-{
-    explicit RequestBench(const simulator::Settings &settings)
-        : DeviceBench(QStringLiteral("phone"), settings)
-    {
-    }
-
-    void fillIn(int target, const QByteArray &setup)
-    {
-        controls.Address.adoptText(QString::number(target));
-        const auto number = [&setup](int low, int high) {
-            return QString::number(static_cast<quint8>(setup[low]) +
-                                   256 * (high == 0 ? 0 : static_cast<quint8>(setup[high])));
-        };
-        controls.bmReqType.adoptText(number(0, 0));
-        controls.bReq.adoptText(number(1, 0));
-        controls.wValue.adoptText(number(2, 3));
-        controls.windex.adoptText(number(4, 5));
-        controls.wLength.adoptText(number(6, 7));
-    }
-    void enterData(const QByteArray &data)
-    {
-        int index = 0;
-        for (const char byte : data) {
-            tools.builder.dataEntered(index);
-            controls.dataField(index).adoptText(QString::number(static_cast<quint8>(byte)));
-            tools.builder.dataLeft(index++);
-        }
-    }
-    void send()
-    {
-        tester->clearCommandsSeen();
-        tools.builder.sendClicked();
-    }
-    /// For 64-byte packets at full speed.
-    void goManual()
-    {
-        main().Automode.adoptChecked(false);
-        console.automodeClicked();
-        dialogs.messages.clear(); // it warns
-        tools.builder.activated();
-        tools.builder.maxPacketClicked(3);
-        controls.FullSpeed.adoptChecked(true);
-        tools.builder.fullSpeedClicked();
-    }
-
-    RequestControls &controls = tools.builder.controls();
-};
-
-void addTesters()
-{
-    QTest::addColumn<int>("model");
-    QTest::addColumn<bool>("manual");
-    for (const int model : {1, 2}) {
-        QTest::addRow("Vorn %d, automatic", model) << model << false;
-        QTest::addRow("Vorn %d, manual", model) << model << true;
-    }
-}
-
-simulator::Settings settingsOf(int model)
-{
-    return model == 1 ? simulator::Settings::vorn1() : simulator::Settings::vorn2();
-}
-
-} // namespace
-
-void tst_devicewalks::singleRequest_data()
-{
-    addTesters();
-}
-
-void tst_devicewalks::singleRequest()
-{
-    QFETCH(int, model);
-    QFETCH(bool, manual);
-    RequestBench bench(settingsOf(model));
-    QVERIFY(bench.connectConsole());
-    if (manual)
-        bench.goManual();
-    bench.fillIn(2, DeviceRequest);
-    bench.send();
-    QTRY_COMPARE(bench.requests(),
-                 QList<QByteArray>{manual ? "0182078006000100001200" : "01028006000100001200"});
-    QTRY_VERIFY(
-        bench.responses().endsWith("-- Device Request Response: Status = 00\r\n"
-                                   " 12 01 10 01 00 00 00 08 F3 05 07 00 20 03 00 00 00 01 \r\n"));
-    QCOMPARE(bench.boxes(), QStringList());
-}
-
-void tst_devicewalks::requestWithData_data()
-{
-    addTesters();
-}
-
-void tst_devicewalks::requestWithData()
-{
-    QFETCH(int, model);
-    QFETCH(bool, manual);
-    RequestBench bench(settingsOf(model));
-    QVERIFY(bench.connectConsole());
-    if (manual)
-        bench.goManual();
-    bench.fillIn(3, "40a0 3412 1b00 0300"_hex);
-    bench.enterData("01 1b ff"_hex);
-    bench.send();
-    QTRY_COMPARE(bench.requests(), QList<QByteArray>{manual ? "01830740a034121b000300011bff"
-                                                            : "010340a034121b000300011bff"});
-    QTRY_VERIFY(bench.responses().contains("-- Device Request Response: Status = 0E\r\n"));
-}
-
-/// Such a tester does not say who it is: the console knows it by the tester it had before.
-void tst_devicewalks::oldVorn1IsRefused()
-{
-    RequestBench bench(simulator::Settings::vorn1());
-    QVERIFY(bench.connectConsole());
-    bench.goManual();
-    bench.console.connectClicked();
-    bench.tester->state().settings.minor = 8;
-    bench.console.connectClicked();
-    QTRY_VERIFY(bench.console.link().isConnected());
-    bench.second();
-    QTRY_VERIFY(bench.commandLineSeen("** Vorn-1 Firmware Version: 2.8 or Lower **\r\n"));
-
-    bench.fillIn(2, DeviceRequest);
-    bench.send();
-    QCOMPARE(bench.dialogs.messages.size(), 1);
-    const Message refusal = bench.dialogs.messages.takeFirst();
-    QCOMPARE(refusal.text, QStringLiteral("Device Request in Manual Mode is not supported for "
-                                          "Vorn-1 Firmware Versions 2.8 or Lower"));
-    QCOMPARE(refusal.title, QStringLiteral("Vantrel - Illegal Operation"));
-    QCOMPARE(refusal.buttons, Message::Buttons::Ok);
-
-    bench.main().Automode.adoptChecked(true); // the next one passes, and is the only one there
-    bench.send();
-    QTRY_COMPARE(bench.requests(), QList<QByteArray>{"01028006000100001200"});
 }
 
 QTEST_GUILESS_MAIN(tst_devicewalks)
