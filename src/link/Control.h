@@ -122,6 +122,7 @@ private:
     bool m_locked = false;
 };
 
-Q_DECLARE_OPERATORS_FOR_FLAGS(Control::Aspects)
-
 } // namespace vantrel
+
+// Outside: inside they would hide the operators that Qt has for its own flags.
+Q_DECLARE_OPERATORS_FOR_FLAGS(vantrel::Control::Aspects)

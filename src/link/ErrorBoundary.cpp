@@ -36,12 +36,14 @@ void ErrorBoundary::run(std::function<QCoro::Task<>()> action)
     guarded(m_dialogs, std::move(action));
 }
 
-void ErrorBoundary::runNow(const std::function<void()> &action)
+bool ErrorBoundary::runNow(const std::function<void()> &action)
 {
     try {
         action();
+        return true;
     } catch (const RuntimeError &error) {
         report(error);
+        return false;
     }
 }
 

@@ -19,8 +19,8 @@ public:
     /// Runs the action to its end, over any waits in it. An escaping RuntimeError shows its box.
     void run(std::function<QCoro::Task<>()> action);
 
-    /// The same for an action without waits.
-    void runNow(const std::function<void()> &action);
+    /// The same for an action without waits. False when an error has ended it.
+    bool runNow(const std::function<void()> &action);
 
     /// Shows the error's box (title "Vantrel - Error") without waiting for its answer. For places
     /// that must not throw, such as the receive path.

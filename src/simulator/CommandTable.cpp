@@ -38,11 +38,21 @@ QByteArray stepReport(quint16 index, quint8 code)
     return ByteWriter{wire::Report::Script}.word(index).byte(code).take();
 }
 
+/// An address with bit 7 set marks the form of the manual mode: one more byte, of the packet size
+/// and the speed to use, stands before the setup packet.
 Reply deviceRequest(TesterState &state, const ByteReader &command)
 {
-    const SetupPacket setup = SetupPacket::read(command, 3);
+    constexpr quint8 ManualMode = 0x80;
+    const quint8 address = byteAt(command, 2);
+    const bool manual = (address & ManualMode) != 0 && state.settings.knowsManualRequests();
+    const qsizetype setupPosition = manual ? 4 : 3;
+    const qsizetype dataPosition = setupPosition + SetupPacket::Size;
+    if (!command.at(dataPosition - 1))
+        return CommandError;
+    const SetupPacket setup = SetupPacket::read(command, setupPosition);
     const DeviceAnswer answer =
-        state.port.request(byteAt(command, 2), setup, command.from(3 + SetupPacket::Size));
+        state.port.request(static_cast<quint8>(manual ? address & ~ManualMode : address), setup,
+                           command.from(dataPosition));
     if (!answer.ended)
         return QByteArray();
     return reply(command, ByteWriter{answer.status}.bytes(answer.data).take());

@@ -24,6 +24,8 @@ struct Settings
     quint8 versionKind() const;
     /// False for a Vorn 1 of revision 2.8 or older.
     bool knowsVersionQuery() const;
+    /// Device requests that name packet size and speed themselves: by the same releases.
+    bool knowsManualRequests() const { return knowsVersionQuery(); }
 };
 
 } // namespace vantrel::simulator

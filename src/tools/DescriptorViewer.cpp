@@ -51,9 +51,9 @@ void DescriptorViewer::getDescClicked()
     m_errors.runNow([this] { start(); });
 }
 
-void DescriptorViewer::devAddrLeft()
+bool DescriptorViewer::devAddrLeft()
 {
-    m_errors.runNow([this] {
+    return m_errors.runNow([this] {
         QString text = m_controls.DevAddr.text();
         const qint32 address = std::min(ParseNumber(text), HighestAddress);
         if (address < std::numeric_limits<qint16>::min())

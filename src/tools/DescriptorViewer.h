@@ -69,7 +69,8 @@ public:
     DescriptorRetrieval &retrieval() { return m_retrieval; }
 
     void getDescClicked();
-    void devAddrLeft();
+    /// False when the address could not be taken.
+    bool devAddrLeft();
     void saveClicked();
 
 private:

@@ -50,7 +50,7 @@ void DevRqstForm::connectSetupFields()
     connectField(m_ui->wLength, &RequestBuilder::wLengthLeft);
 }
 
-void DevRqstForm::connectField(QLineEdit *field, void (RequestBuilder::*left)())
+void DevRqstForm::connectField(QLineEdit *field, bool (RequestBuilder::*left)())
 {
     m_focus->onLeft(*field, std::bind_front(left, &m_builder));
     connect(field, &QLineEdit::textEdited, this, [this] { m_builder.fieldEdited(); });
@@ -61,15 +61,16 @@ void DevRqstForm::connectDataFields()
     for (int index = 0; index < RequestControls::DataFieldCount; ++index) {
         QLineEdit &field = dataField(index);
         m_focus->onEntered(field, [this, index] { m_builder.dataEntered(index); });
-        m_focus->onLeft(field, [this, &field, index] { dataLeft(field, index); });
+        m_focus->onLeft(field, [this, &field, index] { return dataLeft(field, index); });
     }
 }
 
-void DevRqstForm::dataLeft(const QLineEdit &field, int index)
+bool DevRqstForm::dataLeft(const QLineEdit &field, int index)
 {
-    m_builder.dataLeft(index);
+    const bool taken = m_builder.dataLeft(index);
     if (field.hasFocus()) // Enter or a button's key: the user is in the field anew
         m_builder.dataEntered(index);
+    return taken;
 }
 
 QLineEdit &DevRqstForm::dataField(int index) const
@@ -91,19 +92,19 @@ void DevRqstForm::connectManualMode()
 void DevRqstForm::connectButtons()
 {
     connect(m_ui->Send, &QPushButton::clicked, this, [this] {
-        m_focus->commit();
-        m_builder.sendClicked();
+        if (m_focus->commit())
+            m_builder.sendClicked();
     });
     connect(m_ui->Save, &QPushButton::clicked, this, [this] {
-        m_focus->commit();
-        m_builder.saveClicked();
+        if (m_focus->commit())
+            m_builder.saveClicked();
     });
     connect(m_ui->Open, &QPushButton::clicked, this, &DevRqstForm::openClicked);
     const auto shortcut = [this](const QKeySequence &keys, QPushButton *button) {
         connect(new QShortcut(keys, this), &QShortcut::activated, button, &QPushButton::click);
     };
-    shortcut(QKeyCombination(Qt::CTRL, Qt::Key_Return), m_ui->Send);
-    shortcut(QKeyCombination(Qt::CTRL, Qt::Key_Enter), m_ui->Send);
+    shortcut(Qt::CTRL | Qt::Key_Return, m_ui->Send);
+    shortcut(Qt::CTRL | Qt::Key_Enter, m_ui->Send);
     shortcut(QKeySequence::Open, m_ui->Open);
     shortcut(QKeySequence::Save, m_ui->Save);
 }

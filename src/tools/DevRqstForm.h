@@ -36,8 +36,8 @@ private:
     void connectDataFields();
     void connectManualMode();
     void connectButtons();
-    void connectField(QLineEdit *field, void (RequestBuilder::*left)());
-    void dataLeft(const QLineEdit &field, int index);
+    void connectField(QLineEdit *field, bool (RequestBuilder::*left)());
+    bool dataLeft(const QLineEdit &field, int index);
     void openClicked();
     void arrange();
     void colourDisabledFields();

@@ -32,14 +32,14 @@ GetDescForm::GetDescForm(DescriptorViewer &viewer, QWidget *parent)
     m_ui->rows->addWidget(new FindBar(*m_ui->DescInfo, m_ui->content));
     arrange();
 
-    m_focus->onLeft(*m_ui->DevAddr, [this] { m_viewer.devAddrLeft(); });
+    m_focus->onLeft(*m_ui->DevAddr, [this] { return m_viewer.devAddrLeft(); });
     connect(m_ui->GetDesc, &QPushButton::clicked, this, [this] {
-        m_focus->commit();
-        m_viewer.getDescClicked();
+        if (m_focus->commit())
+            m_viewer.getDescClicked();
     });
     connect(m_ui->Save, &QPushButton::clicked, this, [this] {
-        m_focus->commit();
-        m_viewer.saveClicked();
+        if (m_focus->commit())
+            m_viewer.saveClicked();
     });
 
     auto *copy = new QShortcut(QKeySequence::Copy, this);

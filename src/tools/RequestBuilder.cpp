@@ -115,40 +115,41 @@ void RequestBuilder::activated()
         option->setEnabled(manual);
 }
 
-void RequestBuilder::act(const std::function<void()> &handler)
+bool RequestBuilder::act(const std::function<void()> &handler)
 {
-    m_errors.runNow(handler);
+    const bool done = m_errors.runNow(handler);
     showReading();
+    return done;
 }
 
-void RequestBuilder::addressLeft()
+bool RequestBuilder::addressLeft()
 {
-    act([this] { settleByte(m_controls.Address, HighestAddress); });
+    return act([this] { settleByte(m_controls.Address, HighestAddress); });
 }
 
-void RequestBuilder::bmReqTypeLeft()
+bool RequestBuilder::bmReqTypeLeft()
 {
-    act([this] { enableDataEntry(settleByte(m_controls.bmReqType) < DeviceToHost); });
+    return act([this] { enableDataEntry(settleByte(m_controls.bmReqType) < DeviceToHost); });
 }
 
-void RequestBuilder::bReqLeft()
+bool RequestBuilder::bReqLeft()
 {
-    act([this] { settleByte(m_controls.bReq); });
+    return act([this] { settleByte(m_controls.bReq); });
 }
 
-void RequestBuilder::wValueLeft()
+bool RequestBuilder::wValueLeft()
 {
-    act([this] { settleWord(m_controls.wValue); });
+    return act([this] { settleWord(m_controls.wValue); });
 }
 
-void RequestBuilder::windexLeft()
+bool RequestBuilder::windexLeft()
 {
-    act([this] { settleWord(m_controls.windex); });
+    return act([this] { settleWord(m_controls.windex); });
 }
 
-void RequestBuilder::wLengthLeft()
+bool RequestBuilder::wLengthLeft()
 {
-    act([this] { settleWord(m_controls.wLength); });
+    return act([this] { settleWord(m_controls.wLength); });
 }
 
 void RequestBuilder::fieldEdited()
@@ -163,10 +164,10 @@ void RequestBuilder::dataEntered(int index)
         m_controls.dataField(m_dataCount + 1).setEnabled(true);
 }
 
-void RequestBuilder::dataLeft(int index)
+bool RequestBuilder::dataLeft(int index)
 {
     m_lastDataIndex = static_cast<qint16>(index);
-    act([this, index] {
+    return act([this, index] {
         if (m_controls.dataField(index).text().isEmpty())
             removeData(index);
         else

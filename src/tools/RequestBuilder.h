@@ -69,14 +69,15 @@ public:
     /// The window has become the active one.
     void activated();
 
-    void addressLeft();
-    void bmReqTypeLeft();
-    void bReqLeft();
-    void wValueLeft();
-    void windexLeft();
-    void wLengthLeft();
     void dataEntered(int index);
-    void dataLeft(int index);
+    // False when the field could not be taken.
+    bool addressLeft();
+    bool bmReqTypeLeft();
+    bool bReqLeft();
+    bool wValueLeft();
+    bool windexLeft();
+    bool wLengthLeft();
+    bool dataLeft(int index);
     /// The user has changed the text of a field, and is still in it.
     void fieldEdited();
 
@@ -89,7 +90,7 @@ public:
     void saveClicked();
 
 private:
-    void act(const std::function<void()> &handler);
+    bool act(const std::function<void()> &handler);
     void enterData(int index);
     void removeData(int index);
     void enableDataEntry(bool enabled);

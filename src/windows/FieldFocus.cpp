@@ -32,14 +32,9 @@ void FieldFocus::onEntered(QLineEdit &field, std::function<void()> handler)
     handlersOf(field).entered = std::move(handler);
 }
 
-void FieldFocus::onLeft(QLineEdit &field, std::function<void()> handler)
+bool FieldFocus::commit()
 {
-    handlersOf(field).left = std::move(handler);
-}
-
-void FieldFocus::commit()
-{
-    leave(m_window.focusWidget());
+    return leave(m_window.focusWidget());
 }
 
 bool FieldFocus::eventFilter(QObject *watched, QEvent *event)
@@ -54,10 +49,10 @@ bool FieldFocus::eventFilter(QObject *watched, QEvent *event)
     return handled;
 }
 
-void FieldFocus::leave(QObject *field)
+bool FieldFocus::leave(QObject *field)
 {
-    if (const auto left = m_handlers.value(field).left)
-        left();
+    const auto left = m_handlers.value(field).left;
+    return !left || left();
 }
 
 } // namespace vantrel

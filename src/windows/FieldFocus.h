@@ -5,6 +5,8 @@
 #include <QObject>
 
 #include <functional>
+#include <type_traits>
+#include <utility>
 
 class QLineEdit;
 class QWidget;
@@ -22,11 +24,24 @@ public:
     explicit FieldFocus(QWidget &window);
 
     void onEntered(QLineEdit &field, std::function<void()> handler);
-    void onLeft(QLineEdit &field, std::function<void()> handler);
+    /// A handler that tells returns false when it does not take what the field holds.
+    template <typename Handler>
+    void onLeft(QLineEdit &field, Handler handler)
+    {
+        if constexpr (std::is_same_v<std::invoke_result_t<Handler>, bool>) {
+            handlersOf(field).left = std::move(handler);
+        } else {
+            handlersOf(field).left = [handler = std::move(handler)] {
+                handler();
+                return true;
+            };
+        }
+    }
 
     /// The field that the user is in counts as left. For the handlers of buttons, which a mnemonic
-    /// presses without moving the focus.
-    void commit();
+    /// presses without moving the focus. False when the field was not taken: the user has been told
+    /// so, and the button should do nothing.
+    bool commit();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -34,11 +49,11 @@ private:
     struct Handlers
     {
         std::function<void()> entered;
-        std::function<void()> left;
+        std::function<bool()> left;
     };
 
     Handlers &handlersOf(QLineEdit &field);
-    void leave(QObject *field);
+    bool leave(QObject *field);
 
     QWidget &m_window;
     QHash<QObject *, Handlers> m_handlers;

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Program.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
@@ -37,6 +40,8 @@ private slots:
     void simulatorConnects_data();
     void simulatorConnects();
     void hostIsSelected();
+    void unsignedWords_data();
+    void unsignedWords();
 };
 
 void tst_start::initTestCase()
@@ -98,6 +103,45 @@ void tst_start::hostIsSelected()
     const QFileInfo file(QCoreApplication::applicationDirPath() +
                          QStringLiteral("/VLnetNames.dat"));
     QCOMPARE(file.size(), 0);
+}
+
+void tst_start::unsignedWords_data()
+{
+    QTest::addColumn<bool>("lifted");
+    QTest::newRow("limited") << false;
+    QTest::newRow("lifted") << true;
+}
+
+/// The option reaches the windows: the gateway's vendor ID is 0x8087.
+void tst_start::unsignedWords()
+{
+    QFETCH(bool, lifted);
+    Options options;
+    options.simulatedModel = 2;
+    options.devices = QStringList(QStringLiteral("gateway"));
+    options.connect = true;
+    options.unsignedWords = lifted;
+    Program program(options);
+    QVERIFY(!program.start());
+    QTRY_VERIFY(control<QPushButton>("USBReset")->isEnabled());
+
+    control<QAction>("UtilDV")->trigger();
+    auto *const viewer = control<QWidget>("GetDescForm");
+    viewer->findChild<QLineEdit *>(QStringLiteral("DevAddr"))->setFocus();
+    QTest::keyClick(viewer->focusWidget(), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(viewer->focusWidget(), QStringLiteral("6"));
+    viewer->findChild<QPushButton *>(QStringLiteral("GetDesc"))->click();
+    if (lifted) {
+        QTRY_VERIFY(control<QPlainTextEdit>("DescInfo")
+                        ->toPlainText()
+                        .endsWith(QLatin1String("      --- Successful\n")));
+        QVERIFY(control<QPlainTextEdit>("DescInfo")
+                    ->toPlainText()
+                    .contains(QLatin1String("\n idVendor = 0x8087\n")));
+    } else {
+        QTRY_VERIFY(viewer->findChild<QMessageBox *>());
+        QCOMPARE(viewer->findChild<QMessageBox *>()->text(), QStringLiteral("Overflow"));
+    }
 }
 
 QTEST_MAIN(tst_start)

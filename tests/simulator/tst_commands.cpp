@@ -67,6 +67,15 @@ void tst_commands::reply_data()
                                                   << "81 80"_hex;
     QTest::newRow("device request, stall") << "01 02 80 06 0003 0904 ff00"_hex
                                            << "81 0e"_hex;
+    QTest::newRow("manual mode, device descriptor")
+        << "01 82 07 80 06 0001 0000 1200"_hex
+        << "81 00 1201100100000008f305070020030000 0001"_hex;
+    QTest::newRow("manual mode, nobody there") << "01 85 00 80 06 0001 0000 1200"_hex
+                                               << "81 80"_hex;
+    QTest::newRow("manual mode, data stage") << "01 82 03 00 09 0000 0000 0100 01"_hex
+                                             << "81 00"_hex;
+    QTest::newRow("manual mode, data stage too short") << "01 82 03 00 09 0000 0000 0200 01"_hex
+                                                       << "81 86"_hex;
     QTest::newRow("vbus off") << "02 00"_hex
                               << "82"_hex;
     QTest::newRow("vbus on") << "02 01"_hex
@@ -149,6 +158,7 @@ void tst_commands::commandError_data()
     QTest::newRow("unknown option") << "07 03 01"_hex;
     QTest::newRow("config value 4") << "07 01 04"_hex;
     QTest::newRow("setup packet cut short") << "01 02 80 06 0001 0000 12"_hex;
+    QTest::newRow("setup packet of the manual mode cut short") << "01 82 07 80 06 0001 0000 12"_hex;
     QTest::newRow("flash without operation") << "31 00"_hex;
     QTest::newRow("flash operation 4") << "31 00 04"_hex;
     QTest::newRow("flash name of 7") << "31 00 02 41424344454647"_hex;
@@ -220,6 +230,8 @@ void tst_commands::oldVorn1KnowsNoVersionQuery()
     Talk talk(release(1, static_cast<quint8>(major), static_cast<quint8>(minor), 32));
     QCOMPARE(talk.ask("0f"_hex), packet("95"_hex));
     QCOMPARE(talk.ask("0b"_hex), packet("8b 44"_hex));
+    // Nor the form of the manual mode: it looks for a device at 0x82.
+    QCOMPARE(talk.ask("01 82 07 80 06 0001 0000 1200"_hex), packet("81 80"_hex));
 }
 
 void tst_commands::bootstrap_data()

@@ -27,8 +27,7 @@ struct DialogBench
         QFile(namesFile).open(QIODevice::WriteOnly);
         stopTicks(*window);
         window->show();
-        if (!QTest::qWaitForWindowActive(window.get()))
-            qFatal("the window does not become active");
+        waitUntilActive(*window);
         console->load(namesFile);
     }
 

@@ -29,8 +29,7 @@ struct RequestFormBench : WindowBench
     void activate()
     {
         form.activateWindow();
-        if (!QTest::qWaitFor([this] { return QApplication::activeWindow() == &form; }))
-            qFatal("the window does not become active");
+        waitUntilActive(form);
     }
 
     template <typename Type>

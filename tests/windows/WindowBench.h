@@ -5,6 +5,7 @@
 #include "support/ConsoleBench.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
@@ -21,6 +22,14 @@ Type &child(const QObject &window, const char *name)
     return *found;
 }
 
+/// isActiveWindow(), and with it qWaitForWindowActive(), is true of a tool window already while its
+/// main window is the active one.
+inline void waitUntilActive(const QWidget &window)
+{
+    if (!QTest::qWaitFor([&window] { return QApplication::activeWindow() == &window; }))
+        qFatal("%s does not become active", qPrintable(window.objectName()));
+}
+
 /// Stops a window's timer, so that its ticks are the test's.
 inline void stopTicks(const Main &window)
 {
@@ -35,8 +44,7 @@ struct WindowBench : ConsoleBench
     {
         stopTicks(window);
         window.show();
-        if (!QTest::qWaitForWindowActive(&window))
-            qFatal("the window does not become active");
+        waitUntilActive(window);
     }
 
     template <typename Type>

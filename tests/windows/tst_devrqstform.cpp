@@ -221,7 +221,7 @@ void TestDevRqstForm::automaticMode()
     QCOMPARE(enabled(), 0);
     // The main window is where the mode is changed: coming back from there is an activation.
     bench.window.activateWindow();
-    QVERIFY(QTest::qWaitFor([&] { return QApplication::activeWindow() == &bench.window; }));
+    waitUntilActive(bench.window);
     bench.main.Automode.setChecked(false);
     QCOMPARE(enabled(), 0);
     bench.activate();
@@ -258,7 +258,7 @@ void TestDevRqstForm::goesWhileInAField()
     {
         DevRqstForm form(builder, &bench.window);
         form.present();
-        QVERIFY(QTest::qWaitFor([&] { return QApplication::activeWindow() == &form; }));
+        waitUntilActive(form);
         bench.key(Qt::Key_A, Qt::ControlModifier);
         bench.keys("0x1");
     }

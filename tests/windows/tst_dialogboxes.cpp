@@ -43,8 +43,7 @@ struct Bench
     Bench()
     {
         window->show();
-        if (!QTest::qWaitForWindowActive(window.get()))
-            qFatal("the window does not become active");
+        waitUntilActive(*window);
     }
 
     QMessageBox &box() const

@@ -27,8 +27,7 @@ struct EzUsbFormBench : WindowBench
     {
         run();
         form.present();
-        if (!QTest::qWaitFor([this] { return QApplication::activeWindow() == &form; }))
-            qFatal("the window does not become active");
+        waitUntilActive(form);
     }
     ~EzUsbFormBench() { console.shutDown(); } // before converter and window go
     EzUsbFormBench(const EzUsbFormBench &) = delete;

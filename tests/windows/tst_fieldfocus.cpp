@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/FieldFocus.h"
 #include "windows/ToolWindow.h"
+#include "windows/WindowBench.h"
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -9,6 +10,7 @@
 #include <QVBoxLayout>
 
 using namespace vantrel;
+using namespace vantrel::test;
 
 namespace {
 
@@ -28,7 +30,10 @@ public:
                 field == first ? QStringLiteral("first") : QStringLiteral("second");
             focus.onEntered(*field,
                             [this, name] { events.append(name + QLatin1String(" entered")); });
-            focus.onLeft(*field, [this, name] { events.append(name + QLatin1String(" left")); });
+            focus.onLeft(*field, [this, name] {
+                events.append(name + QLatin1String(" left"));
+                return takes;
+            });
         }
     }
 
@@ -39,6 +44,7 @@ public:
     QPushButton *button = new QPushButton;
     FieldFocus focus{*this};
     QStringList events;
+    bool takes = true;
 
 protected:
     void opened() override { events.append(QStringLiteral("opened")); }
@@ -57,8 +63,7 @@ struct Bench
         parent.show();
         window.first->setFocus();
         window.present();
-        if (!QTest::qWaitForWindowActive(&window))
-            qFatal("the window does not become active");
+        waitUntilActive(window);
     }
 
     QWidget parent;
@@ -77,6 +82,8 @@ private slots:
     void goingFromFieldToField();
     void enterLeavesAndStays();
     void commitLeavesTheFieldOfTheUser();
+    void commitTellsOfARefusal();
+    void handlerThatDoesNotTell();
     void anotherWindowLeavesNothing();
 };
 
@@ -90,7 +97,7 @@ void TestFieldFocus::openingAndClosing()
     bench.window.close();
     QCOMPARE(bench.window.take(), QStringList(QStringLiteral("closed")));
     bench.window.present();
-    QVERIFY(QTest::qWaitForWindowActive(&bench.window));
+    waitUntilActive(bench.window);
     QCOMPARE(bench.window.take(),
              QStringList({QStringLiteral("opened"), QStringLiteral("activated")}));
 }
@@ -133,12 +140,30 @@ void TestFieldFocus::commitLeavesTheFieldOfTheUser()
 {
     Bench bench;
     bench.window.take();
-    bench.window.focus.commit();
+    QVERIFY(bench.window.focus.commit());
     QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
     bench.window.button->setFocus();
     bench.window.take();
-    bench.window.focus.commit();
+    QVERIFY(bench.window.focus.commit());
     QCOMPARE(bench.window.take(), QStringList());
+}
+
+void TestFieldFocus::commitTellsOfARefusal()
+{
+    Bench bench;
+    bench.window.takes = false;
+    QVERIFY(!bench.window.focus.commit());
+    bench.window.button->setFocus();
+    QVERIFY(bench.window.focus.commit()); // the field was left before
+}
+
+void TestFieldFocus::handlerThatDoesNotTell()
+{
+    Bench bench;
+    int leavings = 0;
+    bench.window.focus.onLeft(*bench.window.first, [&leavings] { ++leavings; });
+    QVERIFY(bench.window.focus.commit());
+    QCOMPARE(leavings, 1);
 }
 
 void TestFieldFocus::anotherWindowLeavesNothing()
@@ -148,9 +173,9 @@ void TestFieldFocus::anotherWindowLeavesNothing()
     QWidget other;
     other.show();
     other.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&other));
+    waitUntilActive(other);
     bench.window.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&bench.window));
+    waitUntilActive(bench.window);
     QCOMPARE(bench.window.take(), QStringList(QStringLiteral("activated")));
 }
 

@@ -50,8 +50,7 @@ struct Bench
     explicit Bench(const FileChoice &choice)
     {
         window->show();
-        if (!QTest::qWaitForWindowActive(window.get()))
-            qFatal("the window does not become active");
+        waitUntilActive(*window);
         ask(dialogs, choice, chosen);
     }
 
@@ -77,8 +76,7 @@ struct Bench
     void enter(const QString &path) const
     {
         auto &field = child<QLineEdit>(dialog(), "fileNameEdit");
-        if (!QTest::qWaitFor([this] { return QApplication::activeWindow() == &dialog(); }))
-            qFatal("the file dialog does not become active");
+        waitUntilActive(dialog());
         field.setFocus();
         field.setText(path);
         QTest::keyClick(&field, Qt::Key_Return);

@@ -29,8 +29,7 @@ struct FindBench
         pane->setReadOnly(true);
         pane->setPlainText(QStringLiteral("Alpha beta\ngamma ALPHA\nalphabet"));
         window.present();
-        if (!QTest::qWaitForWindowActive(&window))
-            qFatal("the window does not become active");
+        waitUntilActive(window);
         other->setFocus();
     }
 

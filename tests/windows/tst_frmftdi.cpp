@@ -70,8 +70,7 @@ struct FtdiWindowBench : WindowBench
     {
         form.present();
         form.activateWindow();
-        if (!QTest::qWaitFor([this] { return form.isActiveWindow(); }))
-            qFatal("the window does not become active");
+        waitUntilActive(form);
     }
     void replyWords(int first, int count)
     {

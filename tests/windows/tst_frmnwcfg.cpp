@@ -67,8 +67,7 @@ struct NetworkWindowBench : WindowBench
     {
         form.present();
         form.activateWindow();
-        if (!QTest::qWaitFor([this] { return form.isActiveWindow(); }))
-            qFatal("the window does not become active");
+        waitUntilActive(form);
     }
     void show() { answer("b6 c0a8010a c0a80101 ffffff00 00a2c3d4e5f6"_hex); }
 

@@ -25,8 +25,7 @@ struct FwLoadBench : WindowBench
     {
         run();
         form.present();
-        if (!QTest::qWaitFor([this] { return QApplication::activeWindow() == &form; }))
-            qFatal("the window does not become active");
+        waitUntilActive(form);
     }
     ~FwLoadBench() { console.shutDown(); } // before loader and window go
     FwLoadBench(const FwLoadBench &) = delete;

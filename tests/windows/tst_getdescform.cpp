@@ -20,13 +20,6 @@ using namespace vantrel::test;
 
 namespace {
 
-/// isActiveWindow() is true of a dialog already while its main window is the active one.
-void waitUntilActive(const QWidget &window)
-{
-    if (!QTest::qWaitFor([&window] { return QApplication::activeWindow() == &window; }))
-        qFatal("%s does not become active", qPrintable(window.objectName()));
-}
-
 /// A running console whose descriptor viewer is open.
 struct ViewerFormBench : WindowBench
 {
@@ -105,6 +98,8 @@ private slots:
     void focusComesBack();
     void leavingTheAddress();
     void buttonsTakeTheAddressFirst();
+    void addressThatIsNotTaken_data();
+    void addressThatIsNotTaken();
     void keys_data();
     void keys();
     void tabOrder();
@@ -238,6 +233,30 @@ void tst_getdescform::buttonsTakeTheAddressFirst()
     bench.key(Qt::Key_S, Qt::AltModifier);
     QTRY_COMPARE(bench.address.text(), QStringLiteral("0x09"));
     QCOMPARE(bench.dialogs.choices.size(), 1);
+}
+
+void tst_getdescform::addressThatIsNotTaken_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::newRow("get") << static_cast<int>(Qt::Key_G);
+    QTest::newRow("save") << static_cast<int>(Qt::Key_S);
+}
+
+/// One box, and the button does nothing.
+void tst_getdescform::addressThatIsNotTaken()
+{
+    QFETCH(int, key);
+    ViewerFormBench bench;
+    bench.pressPart("GetDesc");
+    bench.answer("81 04"_hex);
+    bench.sent();
+    bench.typeAddress("0x80000000");
+    bench.key(static_cast<Qt::Key>(key), Qt::AltModifier);
+    QTRY_COMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Overflow"));
+    QCOMPARE(bench.sent(), QByteArray());
+    QVERIFY(!bench.session.DescActive);
+    QVERIFY(bench.dialogs.choices.isEmpty());
 }
 
 void tst_getdescform::keys_data()

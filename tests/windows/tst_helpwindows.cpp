@@ -46,8 +46,7 @@ struct HelpBench : WindowBench
     void open(ToolWindow &opened)
     {
         opened.present();
-        if (!QTest::qWaitFor([&opened] { return QApplication::activeWindow() == &opened; }))
-            qFatal("the window does not become active");
+        waitUntilActive(opened);
     }
 
     HelpForm help{&window};

@@ -97,12 +97,12 @@ void TestPortWindow::voltageWaitsWhileElsewhere()
     bench.type("VoltWin", QStringLiteral("5"));
     QWidget elsewhere;
     elsewhere.show();
-    QVERIFY(QTest::qWaitForWindowActive(&elsewhere));
+    waitUntilActive(elsewhere);
     QCOMPARE(bench.sent(), QByteArray());
 
     elsewhere.hide();
     bench.window.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&bench.window));
+    waitUntilActive(bench.window);
     QTest::keyClicks(&bench.widget("VoltWin"), QStringLiteral(".25"));
     QCOMPARE(bench.sent(), QByteArray());
     QTest::keyClick(&bench.widget("VoltWin"), Qt::Key_Return);

@@ -28,8 +28,7 @@ struct RequestDialogBench : DialogBench
     static void activate(QWidget &widget)
     {
         widget.activateWindow();
-        if (!QTest::qWaitFor([&widget] { return QApplication::activeWindow() == &widget; }))
-            qFatal("the window does not become active");
+        waitUntilActive(widget);
     }
 
     void press(const char *button)

@@ -26,6 +26,8 @@ private slots:
     void sendKeys_data();
     void sendKeys();
     void halfTypedFieldIsSaved();
+    void fieldThatIsNotTaken_data();
+    void fieldThatIsNotTaken();
     void openShowsTheFile();
     void openLeavesNoField();
     void openedFileTakesNoFocus();
@@ -233,6 +235,35 @@ void TestRequestKeys::halfTypedFieldIsSaved()
     QCOMPARE(bench.dialogs.choices.size(), 1);
     bench.key(Qt::Key_V, Qt::AltModifier);
     QTRY_COMPARE(bench.dialogs.choices.size(), 2);
+}
+
+void TestRequestKeys::fieldThatIsNotTaken_data()
+{
+    QTest::addColumn<QByteArray>("field");
+    QTest::addColumn<int>("key");
+    for (const char *field :
+         {"Address", "bmReqType", "bReq", "wValue", "windex", "wLength", "Data0_0"}) {
+        QTest::addRow("%s, Send", field) << QByteArray(field) << static_cast<int>(Qt::Key_S);
+        QTest::addRow("%s, Save", field) << QByteArray(field) << static_cast<int>(Qt::Key_V);
+    }
+}
+
+/// One box, and the button does nothing.
+void TestRequestKeys::fieldThatIsNotTaken()
+{
+    QFETCH(QByteArray, field);
+    QFETCH(int, key);
+    RequestFormBench bench;
+    auto &edit = bench.get<QLineEdit>(field);
+    edit.setFocus();
+    edit.selectAll();
+    bench.keys("0x80000000");
+    bench.key(static_cast<Qt::Key>(key), Qt::AltModifier);
+    QTRY_COMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Overflow"));
+    QCOMPARE(bench.sent(), QByteArray());
+    QVERIFY(bench.dialogs.choices.isEmpty());
+    QVERIFY(edit.hasFocus());
 }
 
 void TestRequestKeys::openShowsTheFile()
