@@ -25,8 +25,6 @@ struct TimedOutBench : FtdiBench
         ftdi.readClicked();
         tick(10);
     }
-    /// What was read, from the first word on.
-    QByteArray read(int words) const { return ftdi.image().bytes().first(2 * words); }
 };
 
 } // namespace
@@ -108,16 +106,23 @@ void TestFtdiReplies::lateThatNeverComes()
 
 void TestFtdiReplies::debtsGrowOld_data()
 {
+    QTest::addColumn<int>("start"); // of the tick counter, which wraps at 2,000,000,000
     QTest::addColumn<int>("ticks"); // since the wait ended
     QTest::addColumn<int>("words"); // read after the first answer
-    QTest::newRow("may still come") << 49 << 0;
-    QTest::newRow("never comes") << 50 << 1;
+    QTest::newRow("may still come") << 100 << 49 << 0;
+    QTest::newRow("never comes") << 100 << 50 << 1;
+    QTest::newRow("never comes, over the wrap") << 1'999'999'985 << 50 << 1;
 }
 
 void TestFtdiReplies::debtsGrowOld()
 {
+    QFETCH(int, start);
     QFETCH(int, ticks);
-    TimedOutBench bench;
+    FtdiBench bench;
+    bench.session.TickCount = start;
+    bench.ftdi.readClicked();
+    bench.tick(10);
+    QCOMPARE(bench.dialogs.messages.size(), 1);
     bench.tick(ticks);
     bench.ftdi.readClicked();
     bench.replyWords(realEeprom(), 0, 1);
