@@ -246,8 +246,6 @@ QCoro::Task<> EzUsbConverter::finish(QString path, const Exchange &exchange)
     m_session.Main.ScriptRun.setEnabled(true);
     co_await showMessage(QStringLiteral("Click RUN in VornScript Window to Load Device Firmware"),
                          QStringLiteral("** Firmware Conversion Complete **"));
-    if (!exchange.linkIsKept())
-        m_session.ScriptBusy = false; // nobody will run it
 }
 
 QCoro::Task<> EzUsbConverter::showMessage(QString text, QString title)

@@ -11,6 +11,7 @@
 #include "maintenance/Exchange.h"
 #include "maintenance/FirmwareImage.h"
 #include "protocol/VornCommands.h"
+#include "protocol/VornScript.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -183,8 +184,10 @@ QCoro::Task<> FirmwareLoader::restartTester(const Exchange &exchange)
     const bool reopened = !goesOn || reconnect();
     m_session.RestartExpected = false;
     m_session.ScriptBusy = false;
-    if (goesOn)
+    if (goesOn) {
+        endUnreportedRun(m_session); // the restart has ended whatever ran
         ShowResponseLine(m_session, "Reinitializing Communications...");
+    }
     if (exchange.windowIsThere())
         emit closeWanted();
     if (!reopened) {

@@ -5,8 +5,6 @@
 #include "link/publicvars.h"
 #include "protocol/VornCommands.h"
 
-#include <algorithm>
-
 namespace vantrel {
 
 namespace {
@@ -32,11 +30,9 @@ void FtdiExchange::abandon()
 
 QCoro::Task<FtdiExchange::End> FtdiExchange::request(quint8 address, SetupPacket setup)
 {
+    forgetOldDebts();
     const qint32 losses = m_session.LinkLosses;
     const int abandonments = m_abandonments;
-    if (m_owedSince != losses)
-        m_owed = 0;
-    m_owedSince = losses;
 
     // An answer may come before the send returns.
     m_reply.reset();
@@ -57,20 +53,29 @@ QCoro::Task<FtdiExchange::End> FtdiExchange::request(quint8 address, SetupPacket
                     m_session.LinkLosses != losses);
 }
 
+void FtdiExchange::forgetOldDebts()
+{
+    const qint32 age = m_session.TickCount - m_owedSince;
+    const bool recent = age >= 0 && age < LateTicks;
+    if (!recent || m_losses != m_session.LinkLosses)
+        m_owed = 0;
+    m_losses = m_session.LinkLosses;
+}
+
 FtdiExchange::End FtdiExchange::ended(bool abandoned, bool linkLost)
 {
     if (linkLost) {
-        m_owed = 0;
         m_session.FtdiActive = false;
         return End::Abandoned;
     }
-    if (abandoned || !m_reply) {
-        if (m_session.FtdiActive)
-            ++m_owed;
-        return abandoned ? End::Abandoned : End::TimedOut;
+    if (m_session.FtdiActive) {
+        ++m_owed;
+        m_owedSince = m_session.TickCount;
     }
-    m_owed = 0;
-    m_session.FtdiActive = false;
+    if (abandoned)
+        return End::Abandoned;
+    if (!m_reply)
+        return End::TimedOut;
     return m_reply->status == 0 ? End::Answered : End::Refused;
 }
 
@@ -80,15 +85,12 @@ void FtdiExchange::FTDIResp(QByteArrayView payload)
     const std::optional<quint8> status = packet.at(2);
     if (!status)
         return;
-    if (!m_waiting) {
-        m_owed = std::max(0, m_owed - 1);
-        m_session.FtdiActive = false;
-        return;
-    }
-    m_reply = Reply{*status, packet.from(3).toByteArray()};
-    if (m_owed > 0)
+    const bool late = m_owed > 0;
+    if (late)
         --m_owed;
-    else
+    else if (m_waiting)
+        m_reply = Reply{*status, packet.from(3).toByteArray()};
+    if (!late || !m_waiting)
         m_session.FtdiActive = false;
 }
 

@@ -19,16 +19,18 @@ class VornCommands;
 ///
 /// An answer does not say which request it answers, only that the tester answers in order. So
 /// - one that comes while no request is under way is late: it clears FtdiActive and is dropped;
-/// - while an earlier request is still owed its answer, as many answers as are owed are held back.
-///   Once another follows, those were the late ones, and are dropped. If none follows by the
-///   deadline, the tester never answered the earlier requests, and the last one held is the answer
-///   to this one: it costs the whole wait, once;
+/// - while earlier requests are still owed their answers, the first ones to come are theirs and are
+///   dropped, even if this request's own is among them because an earlier one got lost: words must
+///   never be taken for those of another request;
+/// - LateTicks after a wait has ended, its request is owed nothing any more;
 /// - an answer without a status is none;
 /// - a request that could not be sent is owed nothing, and clears FtdiActive at its deadline;
 /// - a lost link owes nothing: no answer can come over the next one.
 class FtdiExchange
 {
 public:
+    static constexpr qint32 LateTicks = 50;
+
     enum class End {
         Answered,  ///< status 0; data() is what the device returned
         Refused,   ///< any other status
@@ -59,13 +61,15 @@ private:
         QByteArray data;
     };
 
+    void forgetOldDebts();
     End ended(bool abandoned, bool linkLost);
 
     Session &m_session;
     VornCommands &m_commands;
-    std::optional<Reply> m_reply; // the last one since the request was sent
+    std::optional<Reply> m_reply; // to the request sent last
     int m_owed = 0;               // answers to earlier requests that may still come
-    qint32 m_owedSince = 0;       // the session's LinkLosses then
+    qint32 m_owedSince = 0;       // tick of the last one that did not come in time
+    qint32 m_losses = 0;          // the session's LinkLosses at the last request
     int m_abandonments = 0;
     bool m_waiting = false;
 };

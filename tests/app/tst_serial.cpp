@@ -1,43 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/Bench.h"
-#include "simulator/PtyEnd.h"
+#include "app/SerialBench.h"
 #include "support/Hex.h"
-
-#include <QTest>
 
 using namespace vantrel;
 using namespace vantrel::test;
-
-namespace {
-
-/// A bench with a tester at the far end of a pseudo-terminal that stands for COM1's cable.
-struct SerialBench : Bench
-{
-    explicit SerialBench(int baud)
-        : tester(simulator::makeDefaultTester(simulator::Settings::vorn1())), end(*tester, baud)
-    {
-        const QString device = directory.filePath(QStringLiteral("tty"));
-        if (!end.open(device))
-            qFatal("no pseudo-terminal");
-        console.link().setSerialDevice(1, device);
-    }
-
-    /// One-second steps until the tester has answered, at most `steps`; how many it took.
-    int stepsToAnswer(int steps)
-    {
-        for (int step = 1; step <= steps; ++step) {
-            second();
-            if (QTest::qWaitFor([this] { return session().LinkState >= LinkStates::Running; }, 300))
-                return step;
-        }
-        return -1;
-    }
-
-    std::unique_ptr<simulator::Tester> tester;
-    simulator::PtyEnd end;
-};
-
-} // namespace
 
 class tst_serial : public QObject
 {

@@ -22,6 +22,8 @@ private slots:
     void backupIsAsRead();
     void noBackup_data();
     void noBackup();
+    void noBackupOfAnEarlierWindow();
+    void danglingLinkIsTaken();
     void backupFails_data();
     void backupFails();
     void verifyAgrees();
@@ -89,25 +91,54 @@ void TestFtdiBackup::backupIsAsRead()
 
 void TestFtdiBackup::noBackup_data()
 {
-    QTest::addColumn<QByteArray>("lastReply");
+    QTest::addColumn<int>("word");
+    QTest::addColumn<QByteArray>("reply");
 
-    QTest::newRow("a word was refused") << "05"_hex;
-    QTest::newRow("a word came without data") << "00"_hex;
-    QTest::newRow("a word came by half") << "00 09"_hex;
+    QTest::newRow("a word was refused") << 63 << "05"_hex;
+    QTest::newRow("a word came without data") << 63 << "00"_hex;
+    QTest::newRow("a word came by half") << 63 << "00 09"_hex;
+    QTest::newRow("a word in between came by half") << 5 << "00 0a"_hex;
 }
 
 void TestFtdiBackup::noBackup()
 {
-    QFETCH(QByteArray, lastReply);
+    QFETCH(int, word);
+    QFETCH(QByteArray, reply);
     FtdiBench bench;
     bench.readAll(realEeprom()); // forgotten: it is no longer what was read last
     bench.ftdi.readClicked();
-    bench.replyWords(realEeprom(), 0, 63);
-    bench.reply(lastReply);
+    bench.replyWords(realEeprom(), 0, word);
+    bench.reply(reply);
+    bench.replyWords(realEeprom(), word + 1, 63 - word);
     bench.serial->takeWritten();
     bench.ftdi.programClicked();
     QCOMPARE(bench.sentRequests().size(), 1);
     QVERIFY(bench.backups().isEmpty());
+}
+
+/// What an earlier window has read is nothing to this one, which may be about another device.
+void TestFtdiBackup::noBackupOfAnEarlierWindow()
+{
+    FtdiBench bench;
+    bench.readAll(realEeprom());
+    bench.ftdi.closed();
+    bench.ftdi.opened();
+    bench.ftdi.programClicked();
+    QCOMPARE(bench.sentRequests().size(), 1);
+    QVERIFY(bench.backups().isEmpty());
+}
+
+/// A link that leads nowhere is not written through.
+void TestFtdiBackup::danglingLinkIsTaken()
+{
+    FtdiBench bench;
+    const QString target = bench.directory.filePath(QStringLiteral("elsewhere"));
+    QVERIFY(QDir().mkpath(bench.backupFolder));
+    QVERIFY(QFile::link(target, bench.backupFolder + QLatin1Char('/') + NameOfBackup));
+    bench.readAll(realEeprom());
+    bench.ftdi.programClicked();
+    QCOMPARE(bench.backups(), QStringList{QStringLiteral("ftdi-eeprom-20261121-142233-2.bin")});
+    QVERIFY(!QFile::exists(target));
 }
 
 void TestFtdiBackup::backupFails_data()

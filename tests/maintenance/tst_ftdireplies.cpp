@@ -25,8 +25,6 @@ struct TimedOutBench : FtdiBench
         ftdi.readClicked();
         tick(10);
     }
-    /// What was read, from the first word on.
-    QByteArray read(int words) const { return ftdi.image().bytes().first(2 * words); }
 };
 
 } // namespace
@@ -40,8 +38,10 @@ private slots:
     void lateIsDropped();
     void lateBeforeTheAnswer();
     void lateThatNeverComes();
+    void debtsGrowOld_data();
+    void debtsGrowOld();
     void lateOnes();
-    void lateOnesWithoutTheAnswer();
+    void alwaysLate();
     void lateRefusalBeforeTheAnswer();
     void lateOverANewLink();
     void neverAsked();
@@ -92,18 +92,42 @@ void TestFtdiReplies::lateBeforeTheAnswer()
     QVERIFY(!bench.session.FtdiActive);
 }
 
+/// Nobody can tell whether the one answer that comes is the first request's or the second's.
 void TestFtdiReplies::lateThatNeverComes()
 {
     TimedOutBench bench;
     bench.ftdi.readClicked();
-    bench.replyWords(realEeprom(), 0, 1);
+    bench.reply(Late);
     bench.tick(9);
-    QCOMPARE(bench.controls.WordProgress.progress(), (Progress{0, 64}));
-    bench.tick();
-    QCOMPARE(bench.controls.WordProgress.progress(), (Progress{1, 64}));
     QVERIFY(bench.dialogs.messages.isEmpty());
-    bench.replyWords(realEeprom(), 1, 63); // each taken at once
-    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    bench.tick();
+    QCOMPARE(bench.onlyMessage(), QStringLiteral("Vorn Tester not Responding"));
+    QCOMPARE(bench.ftdi.image(), FtdiEeprom());
+}
+
+void TestFtdiReplies::debtsGrowOld_data()
+{
+    QTest::addColumn<int>("start"); // of the tick counter, which wraps at 2,000,000,000
+    QTest::addColumn<int>("ticks"); // since the wait ended
+    QTest::addColumn<int>("words"); // read after the first answer
+    QTest::newRow("may still come") << 100 << 49 << 0;
+    QTest::newRow("never comes") << 100 << 50 << 1;
+    QTest::newRow("never comes, over the wrap") << 1'999'999'985 << 50 << 1;
+}
+
+void TestFtdiReplies::debtsGrowOld()
+{
+    QFETCH(int, start);
+    QFETCH(int, ticks);
+    FtdiBench bench;
+    bench.session.TickCount = start;
+    bench.ftdi.readClicked();
+    bench.tick(10);
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    bench.tick(ticks);
+    bench.ftdi.readClicked();
+    bench.replyWords(realEeprom(), 0, 1);
+    QTEST(bench.controls.WordProgress.progress().done, "words");
 }
 
 void TestFtdiReplies::lateOnes()
@@ -119,18 +143,22 @@ void TestFtdiReplies::lateOnes()
     QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
 }
 
-void TestFtdiReplies::lateOnesWithoutTheAnswer()
+/// Each answer comes after the wait for it has ended, and while another request waits.
+void TestFtdiReplies::alwaysLate()
 {
     TimedOutBench bench;
-    bench.timeOut();
-    bench.dialogs.messages.clear();
-    bench.ftdi.readClicked();
+    for (int again = 0; again < 3; ++again) {
+        bench.ftdi.readClicked();
+        bench.tick(2);
+        bench.reply(Late);
+        bench.tick(8);
+        QCOMPARE(bench.onlyMessage(), QStringLiteral("Vorn Tester not Responding"));
+    }
+    bench.tick(2);
     bench.reply(Late);
-    bench.replyWords(realEeprom(), 0, 1); // the second: the last that comes is the answer
-    bench.tick(10);
-    QCOMPARE(bench.read(1), "0040"_hex);
-    bench.replyWords(realEeprom(), 1, 63);
-    QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+    QVERIFY(!bench.session.FtdiActive);
+    QCOMPARE(bench.ftdi.image(), FtdiEeprom());
+    QVERIFY(bench.session.RespText.text().isEmpty());
 }
 
 void TestFtdiReplies::lateRefusalBeforeTheAnswer()

@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/MaintenanceBench.h"
+#include "maintenance/RealEeprom.h"
+#include "simulator/FtdiDevice.h"
+#include "support/Hex.h"
+
+using namespace vantrel;
+using namespace vantrel::test;
+
+namespace {
+
+struct FtdiBench : MaintenanceBench<>
+{
+    FtdiBench()
+    {
+        tools.ftdi.opened();
+        controls.DevAddr.adoptText(QStringLiteral("7"));
+        tools.ftdi.devAddrLeft();
+        if (!sees("Product ID: 0x6001"))
+            qFatal("the device does not connect");
+    }
+
+    /// Presses a button and waits for the end of what it begins.
+    bool press(void (FtdiUtility::*clicked)())
+    {
+        (tools.ftdi.*clicked)();
+        return turnsUntil([this] { return controls.btRead.isEnabled(); });
+    }
+
+    /// Reads the device, then enters another product.
+    bool readAndEdit()
+    {
+        if (!press(&FtdiUtility::readClicked))
+            return false;
+        controls.tbProduct.adoptText(QStringLiteral("Bench cable"));
+        tools.ftdi.productLeft();
+        return true;
+    }
+
+    QByteArray backup() const
+    {
+        const QDir folder(dataFolder);
+        const QStringList names = folder.entryList(QDir::Files);
+        if (names.size() != 1)
+            return "not one backup";
+        QFile saved(folder.filePath(names[0]));
+        return saved.open(QIODevice::ReadOnly) ? saved.readAll() : QByteArray("unreadable");
+    }
+
+    simulator::FtdiDevice &device = plugIn<simulator::FtdiDevice>("ftdi");
+    FtdiControls &controls = tools.ftdi.controls();
+};
+
+/// realEeprom() with the product "Bench cable": strings from byte 20 on, the tail as it was,
+/// signed.
+const QByteArray BenchCable = "0040030401600006a03208000002940a"
+                              "9e18b6120a0346005400440049001803"
+                              "420065006e0063006800200063006100"
+                              "62006c00650012034600540047005800"
+                              "5300590057004a00690061006c001203"
+                              "46005400470058005300590057004a00"
+                              "02030000000000000000000000000000"
+                              "0000000000000000000000000000f3d6"_hex;
+
+const QString Title = QStringLiteral("Vantrel - FTDI Configuration Utility: ");
+
+} // namespace
+
+/// The EEPROM of a device under test: what the utility, the tester and the device make of it.
+class tst_maintenanceftdi : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void reads();
+    void programs();
+    void eraseFails();
+    void writeFails();
+    void readFails();
+    void verifyTellsTheDifference();
+    void noDevice();
+    void lateReply();
+    void alwaysLate();
+    void disconnectedMeanwhile();
+};
+
+void tst_maintenanceftdi::reads()
+{
+    FtdiBench bench;
+    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QCOMPARE(bench.tools.ftdi.image().bytes(), realEeprom());
+    QCOMPARE(bench.controls.tbVID.text(), QStringLiteral("0x0403"));
+    QCOMPARE(bench.controls.tbPID.text(), QStringLiteral("0x6001"));
+    QCOMPARE(bench.controls.tbMajRev.text(), QStringLiteral("6"));
+    QCOMPARE(bench.controls.tbMinRev.text(), QStringLiteral("0"));
+    QCOMPARE(bench.controls.tbMaxPower.text(), QStringLiteral("100"));
+    QCOMPARE(bench.controls.tbMfr.text(), QStringLiteral("FTDI"));
+    QCOMPARE(bench.controls.tbProduct.text(), QStringLiteral("UM232R USB <-> Serial"));
+    QCOMPARE(bench.controls.tbSerial.text(), QStringLiteral("FTGXSYWJ"));
+    QVERIFY(bench.controls.cbSerial.isChecked());
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QVERIFY(!bench.responses().contains("*** Device Request")); // replies go to the utility
+}
+
+void tst_maintenanceftdi::programs()
+{
+    FtdiBench bench;
+    QVERIFY(bench.walk("7").contains(QLatin1String("UM232R USB <-> Serial")));
+    QVERIFY(bench.readAndEdit());
+    QVERIFY(bench.press(&FtdiUtility::programClicked));
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.device.latency(), quint8{0x10});
+    QCOMPARE(bench.device.eeprom().toHex(), BenchCable.toHex());
+    QCOMPARE(bench.backup(), realEeprom());
+    QVERIFY(bench.commandLineSeen("\r\nEEPROM as read saved in "));
+
+    QVERIFY(bench.press(&FtdiUtility::verifyClicked));
+    QCOMPARE(bench.onlyMessage(),
+             Title + QStringLiteral("All 64 EEPROM words agree with the image"));
+
+    // The device goes on with what it has told the host until the bus is reset.
+    QVERIFY(!bench.walk("7").contains(QLatin1String("Bench cable")));
+    bench.console.act([&] { bench.console.ports().usbResetClicked(); });
+    QVERIFY(bench.hears("Executing USB Reset"));
+    const QString report = bench.walk("7");
+    QVERIFY2(report.contains(QLatin1String("Bench cable")), qPrintable(report));
+    QVERIFY(!report.contains(QLatin1String("UM232R")));
+    QVERIFY(report.contains(QLatin1String("FTGXSYWJ")));
+}
+
+void tst_maintenanceftdi::eraseFails()
+{
+    FtdiBench bench;
+    QVERIFY(bench.readAndEdit());
+    bench.tester->faults().eepromEraseFails = true;
+    QVERIFY(bench.press(&FtdiUtility::programClicked));
+    QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Erasing EEPROM"));
+    QCOMPARE(bench.device.eeprom(), realEeprom());
+}
+
+/// The words before it have been written, and those behind it have not. Another try heals it.
+void tst_maintenanceftdi::writeFails()
+{
+    FtdiBench bench;
+    QVERIFY(bench.readAndEdit());
+    bench.tester->faults().eepromWriteFails = 40;
+    QVERIFY(bench.press(&FtdiUtility::programClicked));
+    QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Writing EEPROM word 40"));
+    const QByteArray image = bench.tools.ftdi.image().bytes();
+    QCOMPARE(bench.device.eeprom(), image.first(80) + QByteArray(48, '\xFF'));
+
+    bench.tester->faults().eepromWriteFails.reset();
+    QVERIFY(bench.press(&FtdiUtility::programClicked));
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.device.eeprom(), image);
+}
+
+void tst_maintenanceftdi::readFails()
+{
+    FtdiBench bench;
+    bench.tester->faults().eepromReadFails = 5;
+    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Reading EEPROM word 5"));
+    QCOMPARE(bench.tools.ftdi.image().bytes().first(10), realEeprom().first(10));
+    QCOMPARE(bench.controls.tbVID.text(), QString());
+}
+
+void tst_maintenanceftdi::verifyTellsTheDifference()
+{
+    FtdiBench bench;
+    QVERIFY(bench.readAndEdit());
+    bench.controls.cbRemoteWake.adoptChecked(false);
+    bench.tools.ftdi.remoteWakeClicked();
+    QVERIFY(bench.press(&FtdiUtility::verifyClicked));
+    QCOMPARE(bench.onlyMessage(),
+             Title +
+                 QStringLiteral("EEPROM word 4 is 0x32A0 in the device and 0x3280 in the image"));
+    QCOMPARE(bench.device.eeprom(), realEeprom());
+}
+
+void tst_maintenanceftdi::noDevice()
+{
+    FtdiBench bench;
+    bench.controls.DevAddr.adoptText(QStringLiteral("9"));
+    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Reading EEPROM word 0"));
+}
+
+/// It is dropped, whether or not anybody waits, and the next answers find their requests.
+void tst_maintenanceftdi::lateReply()
+{
+    FtdiBench bench;
+    const QByteArray before = bench.responses();
+    bench.tester->faults().delay = 1200;
+    bench.tools.ftdi.readClicked();
+    QVERIFY(turnsUntil([&] { return bench.tester->commandsSeen().last().startsWith('\x01'); }));
+    bench.tick(9);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    bench.tick();
+    QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Vorn Tester not Responding"));
+    QVERIFY(bench.session().FtdiActive);
+
+    bench.tester->faults().delay = 0;
+    bench.tick(2);
+    QVERIFY(turnsUntil([&] { return !bench.session().FtdiActive; }));
+    QCOMPARE(bench.responses(), before);
+    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QCOMPARE(bench.tools.ftdi.image().bytes(), realEeprom());
+    QVERIFY(bench.dialogs.messages.isEmpty());
+}
+
+/// A tester that takes longer than the utility waits: what it says to one request is never taken
+/// for the answer to the next.
+void tst_maintenanceftdi::alwaysLate()
+{
+    FtdiBench bench;
+    bench.tester->faults().delay = 1200;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        bench.tester->clearCommandsSeen();
+        bench.tools.ftdi.readClicked();
+        QVERIFY(turnsUntil([&] { return !bench.tester->commandsSeen().isEmpty(); }));
+        bench.tick(2); // from the second on: the one before is answered
+        QTRY_COMPARE(bench.session().FtdiActive, true);
+        bench.tick(8);
+        QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Vorn Tester not Responding"));
+    }
+    QCOMPARE(bench.tools.ftdi.image(), FtdiEeprom());
+
+    bench.tester->faults().delay = 0;
+    bench.tick(2);
+    QVERIFY(turnsUntil([&] { return !bench.session().FtdiActive; }));
+    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QCOMPARE(bench.tools.ftdi.image().bytes(), realEeprom());
+}
+
+/// A read that the user disconnects under ends at once.
+void tst_maintenanceftdi::disconnectedMeanwhile()
+{
+    FtdiBench bench;
+    bench.tester->faults().silence.all = true;
+    bench.tools.ftdi.readClicked();
+    bench.console.connectClicked();
+    QVERIFY(bench.controls.btRead.isEnabled());
+    QVERIFY(!bench.session().FtdiActive);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.session().waits.pendingCount(), 0);
+}
+
+QTEST_GUILESS_MAIN(tst_maintenanceftdi)
+#include "tst_maintenanceftdi.moc"
