@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <span>
 
+#include <malloc.h>
+
 namespace vantrel::soak {
 
 namespace {
@@ -46,15 +48,16 @@ std::span<const Vitals> since(const std::vector<Vitals> &all, double time)
 
 void printRow(const Vitals &vitals, const char *when)
 {
-    std::printf("  %8.1f s %10ld KiB %6d   %s\n", vitals.time, vitals.memory, vitals.descriptors,
-                when);
+    std::printf("  %8.1f s %8ld KiB resident %8ld KiB allocated %4d descriptors  %s\n", vitals.time,
+                vitals.memory, vitals.allocated, vitals.descriptors, when);
 }
 
 } // namespace
 
 Vitals vitalsNow(const Journal &journal)
 {
-    return {journal.seconds(), residentMemory(), openDescriptors()};
+    const auto allocated = static_cast<long>(mallinfo2().uordblks / 1024);
+    return {journal.seconds(), residentMemory(), allocated, openDescriptors()};
 }
 
 void VitalsTable::check(double duration) const

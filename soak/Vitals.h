@@ -12,6 +12,7 @@ struct Vitals
 {
     double time;     ///< seconds from the start
     long memory;     ///< KiB resident
+    long allocated;  ///< KiB allocated and not freed
     int descriptors; ///< files, sockets and the like that are open
 };
 
