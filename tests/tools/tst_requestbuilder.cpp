@@ -12,7 +12,7 @@ struct Field
 {
     const char *name;
     Control RequestControls::*control;
-    void (RequestBuilder::*left)();
+    bool (RequestBuilder::*left)();
 };
 
 constexpr Field Address{"Address", &RequestControls::Address, &RequestBuilder::addressLeft};
