@@ -18,7 +18,7 @@ struct BuilderBench : ConsoleBench
     }
 
     /// What the user does in a field: types, then goes elsewhere.
-    void enter(Control &field, const char *text, void (RequestBuilder::*left)())
+    void enter(Control &field, const char *text, bool (RequestBuilder::*left)())
     {
         field.adoptText(QString::fromLatin1(text));
         (builder.*left)();

@@ -33,6 +33,7 @@ private slots:
     void repliesDoNotProlong();
     void endBeforeTheTimeOut();
     void startingAgain();
+    void startingAgainAfterASuccess();
     void replyAfterTheEnd();
     void replyBeforeTheStart();
     void viewerGoes();
@@ -375,6 +376,24 @@ void tst_descriptorviewer::startingAgain()
     bench.reply(probeAnswer(9));
     bench.reply("09 02 09 00 00 01 00 80 32"_hex);
     QVERIFY(bench.endedWith("Successful"));
+}
+
+void tst_descriptorviewer::startingAgainAfterASuccess()
+{
+    ViewerBench bench;
+    for (int round = 0; round < 2; ++round) {
+        bench.start();
+        QCOMPARE(bench.sent(), request("80 06 00 01 00 00 12 00"_hex));
+        bench.reply(OneConfiguration);
+        QCOMPARE(bench.sent(), request("80 06 00 02 00 00 08 00"_hex));
+        bench.reply(probeAnswer(9));
+        QCOMPARE(bench.sent(), request("80 06 00 02 00 00 09 00"_hex));
+        bench.reply("09 02 09 00 00 01 00 80 32"_hex);
+        QVERIFY(bench.endedWith("Successful"));
+        QVERIFY(bench.report().startsWith(QLatin1String("===== Device Descriptor =====\r\n")));
+        QVERIFY(bench.report().contains(
+            QLatin1String("\r\n===== Configuration  0 Descriptor =====\r\n")));
+    }
 }
 
 void tst_descriptorviewer::replyAfterTheEnd()

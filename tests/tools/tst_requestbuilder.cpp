@@ -12,7 +12,7 @@ struct Field
 {
     const char *name;
     Control RequestControls::*control;
-    void (RequestBuilder::*left)();
+    bool (RequestBuilder::*left)();
 };
 
 constexpr Field Address{"Address", &RequestControls::Address, &RequestBuilder::addressLeft};
@@ -391,7 +391,8 @@ void TestRequestBuilder::manualModeIsKept()
         bench.builder.maxPacketClicked(code);
         QCOMPARE(bench.session.MaxPacketCode, code);
     }
-    bench.controls.FullSpeed.adoptChecked(true);
+    bench.session.FullSpeedMode = true;
+    bench.controls.FullSpeed.adoptChecked(true); // what the box shows counts, not that it changed
     bench.builder.fullSpeedClicked();
     QVERIFY(bench.session.FullSpeedMode);
     bench.controls.FullSpeed.adoptChecked(false);

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScopeGuard>
 
 #include <array>
 
@@ -77,6 +78,7 @@ private slots:
     void closes();
     void goesWhileInAField();
     void disabledFieldsAreSeen();
+    void disabledFieldsAreSeenAtFirst();
     void fixedWidth();
 };
 
@@ -277,6 +279,19 @@ void TestDevRqstForm::disabledFieldsAreSeen()
     };
     QCOMPARE(colour(0), QColor(28, 29, 32));
     QCOMPARE(colour(1), QColor(40, 42, 46));
+}
+
+void TestDevRqstForm::disabledFieldsAreSeenAtFirst()
+{
+    const QPalette before = QApplication::palette();
+    const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
+    QPalette flat;
+    flat.setColor(QPalette::Window, QColor(200, 200, 200));
+    flat.setColor(QPalette::Base, QColor(250, 250, 250));
+    QApplication::setPalette(flat);
+    RequestFormBench bench;
+    QCOMPARE(bench.data(0).palette().color(QPalette::Base), QColor(250, 250, 250));
+    QCOMPARE(bench.data(1).palette().color(QPalette::Base), QColor(200, 200, 200));
 }
 
 void TestDevRqstForm::fixedWidth()

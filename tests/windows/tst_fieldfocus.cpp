@@ -85,6 +85,8 @@ private slots:
     void commitTellsOfARefusal();
     void handlerThatDoesNotTell();
     void anotherWindowLeavesNothing();
+    void contextMenuLeavesNothing();
+    void comesToTheFront();
 };
 
 void TestFieldFocus::openingAndClosing()
@@ -177,6 +179,26 @@ void TestFieldFocus::anotherWindowLeavesNothing()
     bench.window.activateWindow();
     waitUntilActive(bench.window);
     QCOMPARE(bench.window.take(), QStringList(QStringLiteral("activated")));
+}
+
+void TestFieldFocus::contextMenuLeavesNothing()
+{
+    Bench bench;
+    bench.window.take();
+    for (const QEvent::Type type : {QEvent::FocusOut, QEvent::FocusIn}) {
+        QFocusEvent event(type, Qt::PopupFocusReason);
+        QApplication::sendEvent(bench.window.first, &event);
+    }
+    QCOMPARE(bench.window.take(), QStringList());
+}
+
+void TestFieldFocus::comesToTheFront()
+{
+    Bench bench;
+    bench.parent.activateWindow();
+    waitUntilActive(bench.parent);
+    bench.window.present();
+    waitUntilActive(bench.window);
 }
 
 QTEST_MAIN(TestFieldFocus)
