@@ -6,6 +6,7 @@
 #include "link/Files.h"
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
+#include "link/VornComm.h"
 #include "link/Words.h"
 #include "maintenance/Exchange.h"
 #include "maintenance/IntelHex.h"
@@ -91,7 +92,7 @@ void EzUsbConverter::loadClicked()
 
 QCoro::Task<> EzUsbConverter::load()
 {
-    const Exchange exchange(m_session, m_link, m_openings);
+    const Exchange exchange(m_session, m_openings);
     m_controls.LoadFW.setEnabled(false);
     const FileChoice choice{FileChoice::Kind::OpenExisting,
                             QStringLiteral("Open EZ-USB Firmware File"),
@@ -120,7 +121,7 @@ QCoro::Task<> EzUsbConverter::convert(QString path)
 {
     TextLines lines(readWholeFile(path));
     showFile(path);
-    const Exchange exchange(m_session, m_link, m_openings);
+    const Exchange exchange(m_session, m_openings);
     beginDownload();
     showProgress(lines);
 
@@ -168,10 +169,15 @@ void EzUsbConverter::beginDownload()
     m_controls.ConvertProgress.setVisible(true);
 }
 
+bool EzUsbConverter::goesOn(const Exchange &exchange) const
+{
+    return exchange.goesOn() && m_link.isConnected();
+}
+
 /// The tester keeps what it has as a script that ends here.
 void EzUsbConverter::abandonDownload(const Exchange &exchange)
 {
-    if (exchange.linkIsThere())
+    if (exchange.linkIsKept() && m_link.isConnected())
         m_commands.SendScriptDownloadEnd();
     m_session.ScriptBusy = false;
 }
@@ -217,7 +223,7 @@ QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendRecords(TextLines &lines
         send(record.address(), record.data());
 
         const WaitEnd turn = co_await m_session.waits.oneTurn();
-        if (m_session.ScriptError || turn == WaitEnd::Closed || !exchange.goesOn())
+        if (m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(exchange))
             co_return Ending::Stopped;
         m_controls.Loaded.setText(numberText(m_line));
         showProgress(lines);
@@ -234,9 +240,9 @@ void EzUsbConverter::showProgress(const TextLines &lines)
 
 QCoro::Task<> EzUsbConverter::finish(QString path, const Exchange &exchange)
 {
-    const auto ended = [this, &exchange] { return m_session.ScriptDone || !exchange.goesOn(); };
+    const auto ended = [this, &exchange] { return m_session.ScriptDone || !goesOn(exchange); };
     const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
-    if (end != WaitEnd::Answered || !exchange.goesOn()) {
+    if (end != WaitEnd::Answered || !goesOn(exchange)) {
         m_session.ScriptDone = true;
         m_session.ScriptBusy = false;
         co_return;

@@ -83,6 +83,7 @@ private:
     QCoro::Task<> showMessage(QString text, QString title);
     void showFile(const QString &path);
     void beginDownload();
+    bool goesOn(const Exchange &exchange) const;
     void abandonDownload(const Exchange &exchange);
     void send(quint16 address, QByteArrayView data);
     void holdCpu(bool hold);

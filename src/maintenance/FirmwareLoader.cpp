@@ -81,16 +81,16 @@ void FirmwareLoader::cancelClicked()
 
 QCoro::Task<> FirmwareLoader::chooseImage()
 {
-    const quint32 opening = m_openings;
+    const Exchange exchange(m_session, m_openings);
     const FileChoice choice{FileChoice::Kind::OpenExisting, QStringLiteral("Open Firmware File"),
                             QStringLiteral("Firmware Files|*.bin"), QStringLiteral("bin"),
                             QStringLiteral("*.bin")};
     const QString path = co_await m_dialogs.fileDialog(choice);
-    if (path.isEmpty() || opening != m_openings)
+    if (path.isEmpty() || !exchange.windowIsThere())
         co_return;
 
     if (QFileInfo(path).size() > longestFirmwareImage(m_session.TesterModel)) {
-        co_await refuseImage(opening);
+        co_await refuseImage();
         co_return;
     }
     m_image = readWholeFile(path);
@@ -99,16 +99,17 @@ QCoro::Task<> FirmwareLoader::chooseImage()
     if (hasFirmwareMarker(m_image, m_session.TesterModel)) {
         acceptImage();
     } else {
-        co_await refuseImage(opening);
+        co_await refuseImage();
     }
 }
 
-QCoro::Task<> FirmwareLoader::refuseImage(quint32 opening)
+QCoro::Task<> FirmwareLoader::refuseImage()
 {
+    const Exchange exchange(m_session, m_openings);
     const Message refusal{QStringLiteral("Selected File is Not a Firmware Image"),
                           QStringLiteral("Vantrel")};
     co_await m_dialogs.messageBox(refusal);
-    if (opening == m_openings)
+    if (exchange.windowIsThere())
         showNoImage();
 }
 
@@ -130,7 +131,7 @@ void FirmwareLoader::acceptImage()
 
 QCoro::Task<> FirmwareLoader::program()
 {
-    const Exchange exchange(m_session, m_link, m_openings);
+    const Exchange exchange(m_session, m_openings);
     setButtonsEnabled(false);
     m_session.ScriptBusy = true;
     showProgress(0);
@@ -154,7 +155,7 @@ QCoro::Task<> FirmwareLoader::program()
 
 QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const Exchange &exchange)
 {
-    const auto ended = [this, &exchange] { return m_session.FwBlockAck || !exchange.goesOn(); };
+    const auto ended = [this, &exchange] { return m_session.FwBlockAck || !goesOn(exchange); };
     for (qsizetype offset = 0; offset < m_image.size();) {
         const QByteArray block = m_image.mid(offset, wire::FirmwareBlockLimit);
         m_session.FwBlockAck = false;
@@ -166,10 +167,15 @@ QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const Exchange &e
         const WaitEnd end = co_await m_session.waits.until(ended, deadline);
         if (end == WaitEnd::TimedOut)
             co_return Ending::TimedOut;
-        if (end == WaitEnd::Closed || !exchange.goesOn())
+        if (end == WaitEnd::Closed || !goesOn(exchange))
             co_return Ending::Interrupted;
     }
     co_return Ending::Sent;
+}
+
+bool FirmwareLoader::goesOn(const Exchange &exchange) const
+{
+    return exchange.goesOn() && m_link.isConnected();
 }
 
 /// The tester drops a TCP connection when it restarts; that is no failure of the link.
@@ -177,14 +183,14 @@ QCoro::Task<> FirmwareLoader::restartTester(const Exchange &exchange)
 {
     m_session.RestartExpected = true;
     m_commands.SendFirmwareProgram(m_imageCrc);
-    const auto over = [&exchange] { return !exchange.linkIsKept() || !exchange.windowIsThere(); };
+    const auto over = [&exchange] { return !exchange.goesOn(); };
     const WaitEnd end = co_await m_session.waits.until(over, deadlineIn(m_session, RestartTicks));
 
-    const bool goesOn = end != WaitEnd::Closed && exchange.linkIsKept();
-    const bool reopened = !goesOn || reconnect();
+    const bool kept = end != WaitEnd::Closed && exchange.linkIsKept();
+    const bool reopened = !kept || reconnect();
     m_session.RestartExpected = false;
     m_session.ScriptBusy = false;
-    if (goesOn) {
+    if (kept) {
         endUnreportedRun(m_session); // the restart has ended whatever ran
         ShowResponseLine(m_session, "Reinitializing Communications...");
     }

@@ -75,11 +75,12 @@ private:
     enum class Ending { Sent, TimedOut, Interrupted };
 
     QCoro::Task<> chooseImage();
-    QCoro::Task<> refuseImage(quint32 opening);
+    QCoro::Task<> refuseImage();
     void acceptImage();
     QCoro::Task<> program();
     QCoro::Task<Ending> sendBlocks(const Exchange &exchange);
     QCoro::Task<> restartTester(const Exchange &exchange);
+    bool goesOn(const Exchange &exchange) const;
     bool reconnect();
     void interrupted(const Exchange &exchange);
     void showNoImage();

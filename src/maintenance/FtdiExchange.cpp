@@ -3,6 +3,7 @@
 
 #include "link/Utils.h"
 #include "link/publicvars.h"
+#include "maintenance/Exchange.h"
 #include "protocol/VornCommands.h"
 
 namespace vantrel {
@@ -31,8 +32,7 @@ void FtdiExchange::abandon()
 QCoro::Task<FtdiExchange::End> FtdiExchange::request(quint8 address, SetupPacket setup)
 {
     forgetOldDebts();
-    const qint32 losses = m_session.LinkLosses;
-    const int abandonments = m_abandonments;
+    const Exchange exchange(m_session, m_abandonments);
 
     // An answer may come before the send returns.
     m_reply.reset();
@@ -41,16 +41,12 @@ QCoro::Task<FtdiExchange::End> FtdiExchange::request(quint8 address, SetupPacket
     QByteArray block = deviceRequest(address, setup);
     const bool sent = m_commands.SendDeviceRequest(block);
 
-    const auto over = [this, losses, abandonments] {
-        return !m_session.FtdiActive || m_session.LinkLosses != losses ||
-               m_abandonments != abandonments;
-    };
+    const auto over = [this, &exchange] { return !m_session.FtdiActive || !exchange.goesOn(); };
     const WaitEnd end = co_await m_session.waits.until(over, deadlineIn(m_session, AnswerTicks));
     m_waiting = false;
     if (!sent)
         m_session.FtdiActive = false; // nobody was asked, and no answer is owed
-    co_return ended(m_abandonments != abandonments || end == WaitEnd::Closed,
-                    m_session.LinkLosses != losses);
+    co_return ended(exchange, end);
 }
 
 void FtdiExchange::forgetOldDebts()
@@ -62,9 +58,9 @@ void FtdiExchange::forgetOldDebts()
     m_losses = m_session.LinkLosses;
 }
 
-FtdiExchange::End FtdiExchange::ended(bool abandoned, bool linkLost)
+FtdiExchange::End FtdiExchange::ended(const Exchange &exchange, WaitEnd end)
 {
-    if (linkLost) {
+    if (!exchange.linkIsKept()) {
         m_session.FtdiActive = false;
         return End::Abandoned;
     }
@@ -72,7 +68,7 @@ FtdiExchange::End FtdiExchange::ended(bool abandoned, bool linkLost)
         ++m_owed;
         m_owedSince = m_session.TickCount;
     }
-    if (abandoned)
+    if (end == WaitEnd::Closed || !exchange.windowIsThere())
         return End::Abandoned;
     if (!m_reply)
         return End::TimedOut;

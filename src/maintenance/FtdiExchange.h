@@ -12,7 +12,9 @@
 namespace vantrel {
 
 struct Session;
+class Exchange;
 class VornCommands;
+enum class WaitEnd;
 
 /// The device requests of the FTDI utility: one at a time, each awaited for 10 ticks. FtdiActive is
 /// set while an answer is expected, and stays set after a request without one.
@@ -62,7 +64,7 @@ private:
     };
 
     void forgetOldDebts();
-    End ended(bool abandoned, bool linkLost);
+    End ended(const Exchange &exchange, WaitEnd end);
 
     Session &m_session;
     VornCommands &m_commands;
@@ -70,7 +72,7 @@ private:
     int m_owed = 0;               // answers to earlier requests that may still come
     qint32 m_owedSince = 0;       // tick of the last one that did not come in time
     qint32 m_losses = 0;          // the session's LinkLosses at the last request
-    int m_abandonments = 0;
+    quint32 m_abandonments = 0;
     bool m_waiting = false;
 };
 

@@ -6,6 +6,7 @@
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
+#include "maintenance/Exchange.h"
 #include "protocol/VornCommands.h"
 
 #include <algorithm>
@@ -97,9 +98,9 @@ void NetworkConfig::macLeft(int index)
 
 QCoro::Task<> NetworkConfig::read()
 {
-    const int opening = m_openings;
+    const Exchange exchange(m_session, m_openings);
     const qint32 deadline = deadlineIn(m_session, ReadTicks);
-    const std::function<bool()> closed = [this, opening] { return m_openings != opening; };
+    const std::function<bool()> closed = [&exchange] { return !exchange.windowIsThere(); };
     m_readBuffer = QByteArray(NetworkRecord::Size, '\0');
     const int failed = co_await m_commands.SendConfigMemoryRead(
         NetworkRecord::Address, m_readBuffer, NetworkRecord::Size, closed);
@@ -130,13 +131,13 @@ QCoro::Task<> NetworkConfig::confirmMac()
         setMacEnabled(false);
         co_return;
     }
-    const int opening = m_openings;
+    const Exchange exchange(m_session, m_openings);
     const Message question{
         QStringLiteral("Changing the MAC Address could result in conflicts on the network\r\n"
                        "Are you sure you want to enable MAC address modification?"),
         QStringLiteral("Enable MAC Address Modification"), Message::Buttons::YesNo};
     const Answer answer = co_await m_dialogs.messageBox(question);
-    if (m_openings != opening)
+    if (!exchange.windowIsThere())
         co_return;
     m_controls.cbMACEnbl.setChecked(answer == Answer::Yes);
     setMacEnabled(answer == Answer::Yes);

@@ -96,7 +96,7 @@ private:
     ErrorBoundary &m_errors;
     NetworkControls m_controls;
     QByteArray m_readBuffer; // filled by a read that may end after its window has closed
-    int m_openings = 0;      // counts closings as well: whoever waited sees that it has changed
+    quint32 m_openings = 0;  // changes when the window opens or closes
     int m_refusals = 0;
     bool m_open = false;
 };
