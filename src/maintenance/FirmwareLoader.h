@@ -47,6 +47,7 @@ struct FirmwareControls
 /// download ends at once, shows nothing and clears ScriptBusy; an open window can be used again.
 /// Once the tester has been told to program, closing the window only cuts the pause short that
 /// comes before the console connects anew.
+/// The script controls are idle then, whatever ran before.
 class FirmwareLoader : public QObject
 {
     Q_OBJECT
