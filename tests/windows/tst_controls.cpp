@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/frmNewIP.h"
+#include "protocol/FlashForm.h"
 #include "support/ControlSets.h"
 #include "windows/Binder.h"
 #include "windows/WindowBench.h"
@@ -183,6 +184,7 @@ private:
     }
 
     WindowBench m_bench;
+    FlashForm m_flash{m_bench.console.flash(), &m_bench.window}; // before its first opening
 };
 
 void TestControls::row_data()
