@@ -36,7 +36,7 @@ QByteArray firmwareImage()
 void MaintenanceTour::attach(const char *device)
 {
     const simulator::BuiltInDevice *found = simulator::findBuiltInDevice(text(device));
-    if (!found || !m_tester.attach(found->make(), found->address))
+    if (found == nullptr || !m_tester.attach(found->make(), found->address))
         throw TourFailure(text("cannot attach ") + text(device));
 }
 
