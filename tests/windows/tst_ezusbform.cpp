@@ -29,7 +29,7 @@ struct EzUsbFormBench : WindowBench
         form.present();
         waitUntilActive(form);
     }
-    ~EzUsbFormBench() { console.shutDown(); } // before converter and window go
+    ~EzUsbFormBench() { window.close(); } // and the form with it, while there is a converter
     EzUsbFormBench(const EzUsbFormBench &) = delete;
     EzUsbFormBench &operator=(const EzUsbFormBench &) = delete;
 

@@ -27,7 +27,7 @@ struct FwLoadBench : WindowBench
         form.present();
         waitUntilActive(form);
     }
-    ~FwLoadBench() { console.shutDown(); } // before loader and window go
+    ~FwLoadBench() { window.close(); } // and the form with it, while there is a loader
     FwLoadBench(const FwLoadBench &) = delete;
     FwLoadBench &operator=(const FwLoadBench &) = delete;
 
