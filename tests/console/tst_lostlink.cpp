@@ -21,6 +21,7 @@ class TestLostLink : public QObject
     Q_OBJECT
 
 private slots:
+    void disconnectLetsGoOfExchanges();
     void goneLinkIsNotPolled_data();
     void goneLinkIsNotPolled();
     void deafTesterIsNotAsked();
@@ -28,6 +29,24 @@ private slots:
     void vanishedPortDuringTheFirstProbe();
     void disconnectAfterThePortVanished();
 };
+
+/// A converted script that was never run, a request that was never answered: the next connection is
+/// probed all the same, and hears its own answers.
+void TestLostLink::disconnectLetsGoOfExchanges()
+{
+    ConsoleBench bench;
+    bench.run();
+    bench.session.ScriptBusy = true;
+    bench.session.FtdiActive = true;
+    bench.console.connectClicked();
+    QVERIFY(!bench.session.ScriptBusy);
+    QVERIFY(!bench.session.FtdiActive);
+
+    bench.connect();
+    bench.transport().takeWritten();
+    bench.second();
+    QCOMPARE(bench.transport().takeWritten(), QByteArray::fromHex("1b530f1b45"));
+}
 
 void TestLostLink::goneLinkIsNotPolled_data()
 {
