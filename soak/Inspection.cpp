@@ -14,6 +14,7 @@
 #include <QCoroTimer>
 #include <QDir>
 #include <QFile>
+#include <QPixmapCache>
 #include <QWidget>
 
 #include <chrono>
@@ -159,6 +160,7 @@ QCoro::Task<> Inspection::end()
     requireNothingUnderWay();
     checkLog();
     m_tester.restore();
+    QPixmapCache::clear(); // every file dialog leaves icons of its own there, up to 10 MB
     m_vitals.sampleAtRest(vitalsNow(m_journal));
 }
 

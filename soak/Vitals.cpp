@@ -71,6 +71,10 @@ void VitalsTable::check(double duration) const
                                   .arg(rows.back().memory));
     }
     const std::span<const Vitals> rest = since(m_atRest, warm);
+    if (!rest.empty() && rest.back().allocated - rest.front().allocated > MostAllocated)
+        throw SoakFailure(QStringLiteral("allocated at rest: %1, then %2 KiB")
+                              .arg(rest.front().allocated)
+                              .arg(rest.back().allocated));
     if (!rest.empty() && rest.back().descriptors - rest.front().descriptors > MostDescriptors)
         throw SoakFailure(QStringLiteral("open descriptors at rest: %1, then %2")
                               .arg(rest.front().descriptors)
