@@ -4,6 +4,7 @@
 #include <QNetworkProxy>
 
 #include <algorithm>
+#include <utility>
 
 namespace vantrel {
 
@@ -15,14 +16,13 @@ constexpr qint64 ReceiveLimit = 262'144; // bytes
 TcpTransport::TcpTransport()
 {
     m_socket.setProxy(QNetworkProxy::NoProxy);
-    m_socket.setReadBufferSize(ReceiveLimit);
     connect(&m_socket, &QTcpSocket::connected, this,
             [this] { m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1); });
-    connect(&m_socket, &QTcpSocket::readyRead, this, &Transport::bytesArrived);
-    connect(&m_socket, &QTcpSocket::errorOccurred, this, [this] {
-        m_failed = true; // the socket tells before it changes its state
-        emit failed(m_socket.errorString());
+    connect(&m_socket, &QTcpSocket::readyRead, this, [this] {
+        m_taken = 0;
+        emit bytesArrived();
     });
+    connect(&m_socket, &QTcpSocket::errorOccurred, this, &TcpTransport::fail);
 }
 
 std::optional<QString> TcpTransport::open(const Endpoint &endpoint)
@@ -31,12 +31,16 @@ std::optional<QString> TcpTransport::open(const Endpoint &endpoint)
         return tr("No host name");
     close();
     m_failed = false;
-    m_socket.connectToHost(endpoint.address, endpoint.port);
+    // Unbuffered: what is written leaves at once as far as the system takes it, not after a turn
+    // of the event loop, and what has arrived is copied once.
+    m_socket.connectToHost(endpoint.address, endpoint.port,
+                           QIODevice::ReadWrite | QIODevice::Unbuffered);
     return std::nullopt;
 }
 
 void TcpTransport::close()
 {
+    ++m_closings;
     const QSignalBlocker quiet(m_socket);
     m_socket.flush();
     m_socket.abort();
@@ -49,12 +53,34 @@ bool TcpTransport::isConnected() const
 
 void TcpTransport::write(const QByteArray &bytes)
 {
-    m_socket.write(bytes);
+    if (isConnected() && m_socket.write(bytes) != bytes.size())
+        fail();
 }
 
 qint64 TcpTransport::read(char *buffer, qint64 capacity)
 {
-    return std::max<qint64>(0, m_socket.read(buffer, capacity));
+    const qint64 most = std::min(capacity, ReceiveLimit - m_taken);
+    if (!isConnected() || most <= 0)
+        return 0; // what is left is notified again
+    const qint64 count = m_socket.read(buffer, most);
+    if (count < 0) {
+        fail(); // the socket tells of the end of a stream by its result alone
+        return 0;
+    }
+    m_taken += count;
+    return count;
+}
+
+/// The socket may find out in the middle of a write or a read: whoever called goes on first.
+void TcpTransport::fail()
+{
+    if (std::exchange(m_failed, true))
+        return;
+    const auto tell = [this, connection = m_closings, description = m_socket.errorString()] {
+        if (connection == m_closings)
+            emit failed(description);
+    };
+    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }
 
 } // namespace vantrel

@@ -24,8 +24,12 @@ public:
     qint64 read(char *buffer, qint64 capacity) override;
 
 private:
+    void fail();
+
     QTcpSocket m_socket;
-    bool m_failed = false; // since it was last opened
+    qint64 m_taken = 0;     // bytes, since the last notification
+    quint64 m_closings = 0; // tells one connection from the next
+    bool m_failed = false;  // since it was last opened
 };
 
 } // namespace vantrel

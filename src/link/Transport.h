@@ -53,7 +53,8 @@ signals:
     void bytesArrived();
 
     /// The connection failed or was closed by the other side; all that it had sent has been told by
-    /// bytesArrived() before. A serial port never tells.
+    /// bytesArrived() before, unless a write came upon a reset connection first. Told by the event
+    /// loop, never inside a call, and not after close(). A serial port never tells.
     void failed(const QString &description);
 };
 
