@@ -3,7 +3,7 @@
 
 namespace vantrel {
 
-Control::Control(QList<Control *> &registry, const char *name)
+Control::Control(QList<Control *> &registry, const char *name, Pace pace) : m_pace(pace)
 {
     setObjectName(QString::fromLatin1(name));
     registry.append(this);

@@ -61,8 +61,14 @@ public:
     };
     Q_DECLARE_FLAGS(Aspects, Aspect)
 
+    /// When a window shows a text that core has set.
+    enum class Pace : quint8 {
+        AtOnce,
+        OnceATurn, ///< of the event loop, the last one: for what changes with every packet
+    };
+
     /// Adds itself to `registry`, which the owner of the controls keeps.
-    Control(QList<Control *> &registry, const char *name);
+    Control(QList<Control *> &registry, const char *name, Pace pace = Pace::AtOnce);
 
     QString name() const { return objectName(); }
     const QString &text() const { return m_text; }
@@ -75,6 +81,7 @@ public:
     const QStringList &items() const { return m_items; }
     int index() const { return m_index; }
     Progress progress() const { return m_progress; }
+    Pace pace() const { return m_pace; }
 
     void setText(const QString &text);
     void setToolTip(const QString &toolTip);
@@ -116,6 +123,7 @@ private:
     int m_index = -1;
     Progress m_progress;
     Aspects m_owned;
+    Pace m_pace;
     bool m_enabled = true;
     bool m_visible = true;
     bool m_checked = false;

@@ -58,7 +58,8 @@ struct MainControls
 
     // Log
     Control LogFrame{all, "LogFrame"};
-    Control LogInfo{all, "LogInfo"}, LogSizeInfo{all, "LogSizeInfo"};
+    Control LogInfo{all, "LogInfo"};
+    Control LogSizeInfo{all, "LogSizeInfo", Control::Pace::OnceATurn};
 
     // Panes
     Control CmdWin{all, "CmdWin"};

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace vantrel {
 
@@ -47,7 +48,7 @@ const char *textProperty(const QObject &face)
     return widget != nullptr && widget->isWindow() ? "windowTitle" : "text";
 }
 
-void showText(QObject &face, const QString &text)
+void setText(QObject &face, const QString &text)
 {
     if (auto *pane = qobject_cast<QPlainTextEdit *>(&face)) {
         pane->setPlainText(text);
@@ -68,7 +69,7 @@ void append(QObject &face, const Control &control, const QString &text)
 {
     auto *pane = qobject_cast<QPlainTextEdit *>(&face);
     if (!pane) {
-        showText(face, control.text());
+        setText(face, control.text());
         return;
     }
     QTextCursor end(pane->document());
@@ -141,6 +142,8 @@ void adoptUserActions(Control &control, QObject &face)
 
 Binder::Binder(const QList<Control *> &controls, QWidget &window) : m_window(window)
 {
+    m_turn.setSingleShot(true);
+    m_turn.callOnTimeout(this, &Binder::showWaitingTexts);
     for (Control *control : controls) {
         QObject *face = faceOf(window, control->name());
         Q_ASSERT_X(face != nullptr, "Binder", qUtf8Printable(control->name()));
@@ -176,7 +179,7 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
 {
     switch (aspect) {
     case Control::Aspect::Text:
-        showText(face, control.text());
+        showText(control, face);
         break;
     case Control::Aspect::ToolTip:
         set(face, "toolTip", control.toolTip());
@@ -209,6 +212,23 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
         set(face, "readOnly", control.isLocked());
         break;
     }
+}
+
+void Binder::showText(const Control &control, QObject &face)
+{
+    if (control.pace() == Control::Pace::AtOnce) {
+        setText(face, control.text());
+        return;
+    }
+    m_waiting.insert(&control, &face);
+    if (!m_turn.isActive())
+        m_turn.start();
+}
+
+void Binder::showWaitingTexts()
+{
+    for (const auto &[control, face] : std::exchange(m_waiting, {}).asKeyValueRange())
+        setText(*face, control->text());
 }
 
 void Binder::setEnabled(QObject &face, bool enabled)

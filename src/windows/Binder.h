@@ -3,20 +3,23 @@
 
 #include "link/Control.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
+#include <QTimer>
 #include <QWidget>
 
 namespace vantrel {
 
 /// Ties control values to the widgets and actions of a window that bear their names.
 ///
-/// A value shows at once wherever core has set it; what core has not set yet is loaded from the
-/// form. What the user ticks, types or chooses is in the value before any handler that is connected
-/// to the same widget later than the binder. Values that core sets never look like user actions:
-/// handlers belong on clicked(), textEdited(), activated() and triggered().
+/// A value shows at once wherever core has set it, a text at the control's pace; what core has not
+/// set yet is loaded from the form. What the user ticks, types or chooses is in the value before
+/// any handler that is connected to the same widget later than the binder. Values that core sets
+/// never look like user actions: handlers belong on clicked(), textEdited(), activated() and
+/// triggered().
 ///
 /// A focused widget that core disables for a while has the focus back once it is enabled again,
 /// unless the user went elsewhere.
@@ -34,11 +37,15 @@ public:
 private:
     void bind(Control &control, QObject &face);
     void show(const Control &control, QObject &face, Control::Aspect aspect);
+    void showText(const Control &control, QObject &face);
+    void showWaitingTexts();
     void setEnabled(QObject &face, bool enabled);
 
     QWidget &m_window;
     QPointer<QWidget> m_displaced; // had the focus when it was disabled
     QPointer<QWidget> m_standIn;   // has had the focus since
+    QTimer m_turn;
+    QHash<const Control *, QObject *> m_waiting; // whose texts show with the next turn
 };
 
 } // namespace vantrel

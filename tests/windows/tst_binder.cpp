@@ -28,14 +28,16 @@ struct Bench
         auto *rows = new QVBoxLayout(&window);
         for (QWidget *widget : {static_cast<QWidget *>(button), static_cast<QWidget *>(box),
                                 static_cast<QWidget *>(one), static_cast<QWidget *>(two),
-                                static_cast<QWidget *>(label), static_cast<QWidget *>(field),
-                                static_cast<QWidget *>(list), static_cast<QWidget *>(pane)})
+                                static_cast<QWidget *>(label), static_cast<QWidget *>(meter),
+                                static_cast<QWidget *>(field), static_cast<QWidget *>(list),
+                                static_cast<QWidget *>(pane)})
             rows->addWidget(widget);
         button->setObjectName(QStringLiteral("Button"));
         box->setObjectName(QStringLiteral("Box"));
         one->setObjectName(QStringLiteral("One"));
         two->setObjectName(QStringLiteral("Two"));
         label->setObjectName(QStringLiteral("Label"));
+        meter->setObjectName(QStringLiteral("Meter"));
         field->setObjectName(QStringLiteral("Field"));
         list->setObjectName(QStringLiteral("List"));
         pane->setObjectName(QStringLiteral("Pane"));
@@ -55,6 +57,7 @@ struct Bench
     Control Button{all, "Button"}, Box{all, "Box"}, One{all, "One"}, Two{all, "Two"};
     Control Label{all, "Label"}, Field{all, "Field"}, List{all, "List"}, Pane{all, "Pane"};
     Control Item{all, "Item"};
+    Control Meter{all, "Meter", Control::Pace::OnceATurn};
 
     QWidget window;
     QPushButton *button = new QPushButton(QStringLiteral("Go"), &window);
@@ -62,6 +65,7 @@ struct Bench
     QRadioButton *one = new QRadioButton(QStringLiteral("One"), &window);
     QRadioButton *two = new QRadioButton(QStringLiteral("Two"), &window);
     QLabel *label = new QLabel(QStringLiteral("Text"), &window);
+    QLabel *meter = new QLabel(&window);
     QLineEdit *field = new QLineEdit(&window);
     QComboBox *list = new QComboBox(&window);
     QPlainTextEdit *pane = new QPlainTextEdit(&window);
@@ -94,6 +98,7 @@ private slots:
     void formLoadsWhatCoreHasNotSet();
     void ownedValuesShowAtOnce();
     void text();
+    void textOnceATurn();
     void readOnlyFieldShowsItsBeginning();
     void labelsShowPlainText();
     void toolTip();
@@ -169,6 +174,23 @@ void TestBinder::text()
     QCOMPARE(bench.label->text(), QStringLiteral("new"));
     QCOMPARE(bench.field->text(), QStringLiteral("new"));
     QCOMPARE(bench.item->text(), QStringLiteral("new"));
+}
+
+void TestBinder::textOnceATurn()
+{
+    Bench bench;
+    bench.bind();
+    bench.show();
+    bench.Meter.setText(QStringLiteral(" 1 Bytes"));
+    bench.Meter.setText(QStringLiteral(" 2 Bytes"));
+    QCOMPARE(bench.meter->text(), QString());
+    QCoreApplication::processEvents();
+    QCOMPARE(bench.meter->text(), QStringLiteral(" 2 Bytes"));
+
+    bench.Meter.setText(QStringLiteral(" 3 Bytes"));
+    QCOMPARE(bench.meter->text(), QStringLiteral(" 2 Bytes"));
+    QCoreApplication::processEvents();
+    QCOMPARE(bench.meter->text(), QStringLiteral(" 3 Bytes"));
 }
 
 void TestBinder::readOnlyFieldShowsItsBeginning()

@@ -238,6 +238,7 @@ void TestMainWindow::logFrame()
     bench.find<QAction>("FileNew").trigger();
     QVERIFY(bench.widget("LogFrame").isVisible());
     QCOMPARE(bench.find<QLabel>("LogInfo").text(), QStringLiteral("Logging: bench.log"));
+    QTRY_COMPARE(bench.find<QLabel>("LogSizeInfo").text(), bench.session.Main.LogSizeInfo.text());
     QVERIFY(bench.find<QLabel>("LogSizeInfo").text().endsWith(QLatin1String(" Bytes")));
     QVERIFY(!bench.find<QAction>("FileNew").isEnabled());
 
