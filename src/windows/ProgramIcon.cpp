@@ -1,25 +1,51 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/ProgramIcon.h"
 
+#include <QIconEngine>
 #include <QPainter>
 #include <QPixmap>
 #include <QSvgRenderer>
 
 namespace vantrel {
 
-QIcon programIcon()
+namespace {
+
+/// Draws the mark when a size is asked for: a start of the program waits for none, and none is
+/// kept.
+class MarkEngine : public QIconEngine
 {
-    QSvgRenderer drawing(QStringLiteral(":/images/vantrel.svg"));
-    QIcon icon;
-    for (const int size : {16, 22, 24, 32, 48, 64, 96, 128, 256}) {
-        QPixmap pixmap(size, size);
+public:
+    void paint(QPainter *painter, const QRect &area, QIcon::Mode /*mode*/,
+               QIcon::State /*state*/) override
+    {
+        QSvgRenderer(QStringLiteral(":/images/vantrel.svg")).render(painter, area);
+    }
+
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        QPixmap pixmap(size);
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);
-        drawing.render(&painter);
-        painter.end();
-        icon.addPixmap(pixmap);
+        paint(&painter, QRect(QPoint(), size), mode, state);
+        return pixmap;
     }
-    return icon;
+
+    QList<QSize> availableSizes(QIcon::Mode /*mode*/, QIcon::State /*state*/) override
+    {
+        QList<QSize> sizes;
+        for (const int size : {16, 22, 24, 32, 48, 64, 96, 128, 256})
+            sizes.append(QSize(size, size));
+        return sizes;
+    }
+
+    QIconEngine *clone() const override { return new MarkEngine; }
+};
+
+} // namespace
+
+QIcon programIcon()
+{
+    return QIcon(new MarkEngine);
 }
 
 } // namespace vantrel
