@@ -219,7 +219,10 @@ qint32 roundToLong(double value)
 
 QString numberText(double value)
 {
-    const QString digits = QString::number(value + 0.0, 'g', 15); // + 0.0 makes -0 plain 0
+    constexpr int Digits = 15;
+    const bool whole = std::trunc(value) == value && std::abs(value) < 1e15; // the usual, and quick
+    const QString digits =
+        whole ? QString::number(static_cast<qint64>(value)) : QString::number(value, 'g', Digits);
     return value < 0 ? digits : QLatin1Char(' ') + digits;
 }
 

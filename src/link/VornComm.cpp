@@ -14,14 +14,7 @@ constexpr qsizetype ReadSize = 65'536;
 
 QByteArray StuffEscapes(QByteArray &body)
 {
-    QByteArray stuffed;
-    stuffed.reserve(body.size());
-    for (const char byte : std::exchange(body, {})) {
-        stuffed.append(byte);
-        if (byte == wire::Esc)
-            stuffed.append(byte);
-    }
-    return stuffed;
+    return std::exchange(body, {}).replace(wire::Esc, QByteArray(2, wire::Esc));
 }
 
 VornComm::VornComm(Session &session, std::unique_ptr<Transport> serial,
