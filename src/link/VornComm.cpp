@@ -41,6 +41,7 @@ Transport &VornComm::current() const
 
 std::optional<QString> VornComm::OpenLink()
 {
+    m_held.clear();
     if (m_session.NetworkMode)
         return tcpClient->open({m_remoteHost, m_remotePort, {}});
     const QString &device = m_serialDevices.at(static_cast<size_t>(m_serialPortNumber - 1));
@@ -49,6 +50,7 @@ std::optional<QString> VornComm::OpenLink()
 
 void VornComm::CloseLink()
 {
+    m_held.clear();
     current().close();
 }
 
@@ -73,7 +75,7 @@ void VornComm::NextBaudRate()
 
 bool VornComm::takesPackets() const
 {
-    return isConnected() && current().unsent() < UnsentLimit;
+    return isConnected() && current().unsent() + m_held.size() < UnsentLimit;
 }
 
 bool VornComm::SendPacket(const QByteArray &packet)
@@ -84,8 +86,24 @@ bool VornComm::SendPacket(const QByteArray &packet)
                                      : QStringLiteral("Not connected: nothing was sent"));
         return false;
     }
-    current().write(packet);
+    if (m_holds > 0)
+        m_held.append(packet);
+    else
+        current().write(packet);
     return true;
+}
+
+void VornComm::releaseHeld()
+{
+    const QByteArray held = std::exchange(m_held, {});
+    if (!held.isEmpty() && isConnected())
+        current().write(held);
+}
+
+PacketHold::~PacketHold()
+{
+    if (--m_link.m_holds == 0)
+        m_link.releaseHeld();
 }
 
 /// A noisy line, or another program at the other end, could fill the memory with one.

@@ -5,11 +5,13 @@
 
 #include <QByteArray>
 #include <QObject>
+#include <QScopeGuard>
 
 #include <array>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace vantrel {
 
@@ -62,9 +64,9 @@ public:
     /// Moves the serial line to the next of the four searched rates.
     void NextBaudRate();
 
-    /// Writes a framed packet in one call, whole or not at all. Without an open link, or when the
-    /// tester has left UnsentLimit bytes unread, nothing is sent: it says so in the command pane
-    /// and returns false.
+    /// Writes a framed packet in one call, whole or not at all; during a PacketHold it leaves
+    /// behind what is being downloaded. Without an open link, or when the tester has left
+    /// UnsentLimit bytes unread, nothing is sent: it says so in the command pane and returns false.
     bool SendPacket(const QByteArray &packet);
 
     /// The longest body that is waited for, in bytes: a hundred times what any tester sends.
@@ -83,8 +85,11 @@ signals:
     void socketError(const QString &description);
 
 private:
+    friend class PacketHold;
+
     Transport &current() const;
     void giveUpEndlessBody();
+    void releaseHeld();
 
     Session &m_session;
     std::unique_ptr<Transport> MSComm1;   // serial port
@@ -95,6 +100,32 @@ private:
     quint16 m_remotePort = TesterPort;
     std::function<void()> m_dispatch;
     QByteArray m_readBuffer;
+    QByteArray m_held; // packets that leave once nothing holds them
+    int m_holds = 0;
+};
+
+/// While a download is sent piece by piece, between which the event loop has its turns: whatever
+/// else is sent meanwhile would become a step of the script, or would cut one in two. It leaves
+/// when the hold ends; it is lost with the link.
+class PacketHold
+{
+public:
+    explicit PacketHold(VornComm &link) : m_link(link) { ++m_link.m_holds; }
+    ~PacketHold();
+    PacketHold(const PacketHold &) = delete;
+    PacketHold &operator=(const PacketHold &) = delete;
+
+    /// Runs what sends the download's own packets: they leave at once.
+    template <typename Sending>
+    auto own(Sending &&sending)
+    {
+        const int holds = std::exchange(m_link.m_holds, 0);
+        const auto restore = qScopeGuard([this, holds] { m_link.m_holds = holds; });
+        return sending();
+    }
+
+private:
+    VornComm &m_link;
 };
 
 } // namespace vantrel

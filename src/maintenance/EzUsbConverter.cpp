@@ -162,9 +162,11 @@ void EzUsbConverter::beginDownload()
     m_session.ScriptBusy = true;
     m_session.ScriptDone = false;
     m_session.ScriptError = false;
-    m_commands.SendAutoMode(false);
-    m_commands.SendScriptDownloadStart();
-    m_commands.SendScriptOption(true);
+    PacketHold(m_link).own([this] {
+        m_commands.SendAutoMode(false);
+        m_commands.SendScriptDownloadStart();
+        m_commands.SendScriptOption(true);
+    });
     m_controls.busy.setVisible(true);
     m_controls.ConvertProgress.setVisible(true);
 }
@@ -182,34 +184,35 @@ void EzUsbConverter::abandonDownload(const Exchange &exchange)
     m_session.ScriptBusy = false;
 }
 
-void EzUsbConverter::send(quint16 address, QByteArrayView data)
+void EzUsbConverter::send(PacketHold &others, quint16 address, QByteArrayView data)
 {
     QString device = m_controls.Address.text();
     QByteArray request = ezUsbWriteRequest(ParseNumber(device), address, data);
-    m_commands.SendDeviceRequest(request);
+    others.own([this, &request] { m_commands.SendDeviceRequest(request); });
 }
 
-void EzUsbConverter::holdCpu(bool hold)
+void EzUsbConverter::holdCpu(PacketHold &others, bool hold)
 {
     const bool fx2 = m_controls.optFX2.isChecked();
     const char data = hold ? 0x01 : 0x00;
-    send(fx2 ? CpuControl::Fx2 : CpuControl::EzUsb, QByteArrayView(&data, 1));
+    send(others, fx2 ? CpuControl::Fx2 : CpuControl::EzUsb, QByteArrayView(&data, 1));
 }
 
 QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendFirmware(TextLines &lines,
                                                                  const Exchange &exchange)
 {
-    holdCpu(true);
-    const Ending ending = co_await sendRecords(lines, exchange);
+    PacketHold others(m_link);
+    holdCpu(others, true);
+    const Ending ending = co_await sendRecords(lines, exchange, others);
     if (ending == Ending::Complete) {
-        holdCpu(false);
-        m_commands.SendScriptDownloadEnd();
+        holdCpu(others, false);
+        others.own([this] { m_commands.SendScriptDownloadEnd(); });
     }
     co_return ending;
 }
 
-QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendRecords(TextLines &lines,
-                                                                const Exchange &exchange)
+QCoro::Task<EzUsbConverter::Ending>
+EzUsbConverter::sendRecords(TextLines &lines, const Exchange &exchange, PacketHold &others)
 {
     for (;;) {
         if (lines.atEnd())
@@ -220,7 +223,7 @@ QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendRecords(TextLines &lines
             co_return Ending::NoRecord;
         if (record.length() == 0)
             co_return Ending::Complete;
-        send(record.address(), record.data());
+        send(others, record.address(), record.data());
 
         const WaitEnd turn = co_await m_session.waits.oneTurn();
         if (m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(exchange))

@@ -18,6 +18,7 @@ class ErrorBoundary;
 class Exchange;
 class TextLines;
 class VornCommands;
+class PacketHold;
 class VornComm;
 
 /// The controls of the window `EZUSBForm`, as values.
@@ -78,15 +79,15 @@ private:
     QCoro::Task<> load();
     QCoro::Task<> convert(QString path);
     QCoro::Task<Ending> sendFirmware(TextLines &lines, const Exchange &exchange);
-    QCoro::Task<Ending> sendRecords(TextLines &lines, const Exchange &exchange);
+    QCoro::Task<Ending> sendRecords(TextLines &lines, const Exchange &exchange, PacketHold &others);
     QCoro::Task<> finish(QString path, const Exchange &exchange);
     QCoro::Task<> showMessage(QString text, QString title);
     void showFile(const QString &path);
     void beginDownload();
     bool goesOn(const Exchange &exchange) const;
     void abandonDownload(const Exchange &exchange);
-    void send(quint16 address, QByteArrayView data);
-    void holdCpu(bool hold);
+    void send(PacketHold &others, quint16 address, QByteArrayView data);
+    void holdCpu(PacketHold &others, bool hold);
     void showProgress(const TextLines &lines);
 
     Session &m_session;

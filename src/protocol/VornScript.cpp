@@ -76,8 +76,6 @@ QCoro::Task<> VornScript::LoadVornScript(QString path)
     const qint32 losses = m_session.LinkLosses;
     m_session.ScriptBusy = true;
     m_session.ScriptDone = false;
-    m_commands.SendAutoMode(false);
-    m_commands.SendScriptDownloadStart();
     co_await sendScript(script, losses);
     co_await awaitEnd(losses);
 
@@ -90,9 +88,15 @@ QCoro::Task<> VornScript::LoadVornScript(QString path)
 
 QCoro::Task<> VornScript::sendScript(QByteArray script, qint32 losses)
 {
+    PacketHold others(m_link);
+    others.own([this] {
+        m_commands.SendAutoMode(false);
+        m_commands.SendScriptDownloadStart();
+    });
     for (qsizetype at = 0; at < script.size(); at += ChunkSize) {
         const QByteArray chunk = script.mid(at, ChunkSize);
-        if (!m_link.SendPacket(chunk))
+        const auto send = [this, &chunk] { return m_link.SendPacket(chunk); };
+        if (!others.own(send))
             co_return;
         m_session.DownloadSent += static_cast<qint32>(chunk.size());
         showDownloadProgress(m_session);

@@ -194,7 +194,7 @@ void tst_faultsoffirmware::matrix_data()
              {Fault::Dropped, "no script", Gone},
              {Fault::Pulled, "no script"},
              {Fault::WindowClosed, "no script"},
-             {Fault::OtherOperation, "VN_End @ 64; walk: Timeout", ClickRun, Busy},
+             {Fault::OtherOperation, "VN_End @ 63; walk: Successful", ClickRun, Busy},
              {Fault::Reconnected, "no script"},
              {Fault::MainClosed, "no script"},
          }},

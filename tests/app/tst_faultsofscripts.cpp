@@ -181,7 +181,7 @@ void tst_faultsofscripts::matrix_data()
              {Fault::Flood, Stored},
              {Fault::Dropped, "Load Error", Gone},
              {Fault::Pulled, "Load Error"},
-             {Fault::OtherOperation, "VN_End @ 1202, Run; walk: Timeout"}, // it is stored as well
+             {Fault::OtherOperation, "VN_End @ 1201, Run; walk: Successful"},
              {Fault::Reconnected, "Load Error"},
              {Fault::MainClosed, "Load Error"},
          }},

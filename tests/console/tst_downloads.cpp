@@ -33,6 +33,7 @@ private slots:
     void timeCountsFromTheLastChunk();
     void endReportedWhileSending();
     void turnAfterEachChunk();
+    void othersComeAfterIt();
     void acknowledgementShows();
 };
 
@@ -347,6 +348,23 @@ void tst_downloads::turnAfterEachChunk()
     bench.settle();
     QCOMPARE(reports, (QList<qsizetype>{1, 2, 3}));
     QCOMPARE(bench.session.ScriptSteps, 3);
+}
+
+/// What another window sends meanwhile would cut a step in two.
+void tst_downloads::othersComeAfterIt()
+{
+    ScriptBench bench;
+    const QByteArray script = pattern(2000);
+    bench.begin(script);
+    QCOMPARE(bench.chunks().size(), 1);
+    bench.console.commands().SendCurrentQuery();
+    bench.console.commands().SendPortStatusQuery();
+    QTRY_COMPARE(bench.session.DownloadSent, bench.session.DownloadSize);
+    bench.settle();
+
+    QList<QByteArray> chunks = bench.chunks();
+    QCOMPARE(chunks.takeLast(), "1b53 0e 1b45 1b53 0b 1b45"_hex);
+    QVERIFY(chunks.join() == script);
 }
 
 void tst_downloads::acknowledgementShows()

@@ -1,69 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "link/TcpTransport.h"
-#include "support/TestServer.h"
+#include "link/TcpClient.h"
 
 #include <QSignalSpy>
 #include <QTest>
 
 #include <sys/socket.h>
 
-#include <algorithm>
-#include <array>
-
 using namespace vantrel;
 using namespace vantrel::test;
-
-namespace {
-
-const QString Loopback = QStringLiteral("127.0.0.1");
-
-/// A transport and everything that comes out of it.
-struct Client
-{
-    TcpTransport transport;
-    QByteArray received;
-    QStringList failures;
-    qsizetype receivedAtFailure = -1;
-    bool connectedAtFailure = false;
-
-    Client()
-    {
-        QObject::connect(&transport, &Transport::bytesArrived, &transport, [this] { readAll(); });
-        QObject::connect(&transport, &Transport::failed, &transport,
-                         [this](const QString &description) {
-                             failures.append(description);
-                             receivedAtFailure = received.size();
-                             connectedAtFailure = transport.isConnected();
-                         });
-    }
-
-    void readAll()
-    {
-        char buffer[1000];
-        while (const qint64 count = transport.read(buffer, sizeof buffer))
-            received.append(buffer, count);
-    }
-
-    std::optional<QString> open(quint16 port, const QString &host = Loopback)
-    {
-        return transport.open({host, port, {}});
-    }
-};
-
-QByteArray pattern(qsizetype size)
-{
-    QByteArray bytes(size, '\0');
-    for (qsizetype i = 0; i < size; ++i)
-        bytes[i] = static_cast<char>(i * 7 + i / 256);
-    return bytes;
-}
-
-quint16 unusedPort()
-{
-    return TestServer().port(); // free again by the time it is used
-}
-
-} // namespace
 
 /// The socket against a server on loopback.
 class TestTcpTransport : public QObject
@@ -81,9 +25,6 @@ private slots:
     void lineSettingsMeanNothing();
     void largeTransferIn();
     void largeTransferOut();
-    void noNotificationTakesInAFlood();
-    void writeLeavesAtOnce();
-    void writeIntoAReset();
     void closedByThePeer();
     void lastBytesBeforeTheEnd_data();
     void lastBytesBeforeTheEnd();
@@ -215,67 +156,6 @@ void TestTcpTransport::largeTransferOut()
     client.transport.write(all);
     QTRY_COMPARE_WITH_TIMEOUT(server.received().size(), all.size(), 30'000);
     QVERIFY(server.received() == all);
-}
-
-/// Between two of them the window has its turn.
-void TestTcpTransport::noNotificationTakesInAFlood()
-{
-    TestServer server;
-    TcpTransport transport;
-    qint64 received = 0;
-    qint64 most = 0;
-    connect(&transport, &Transport::bytesArrived, &transport, [&] {
-        std::array<char, 50'000> buffer{};
-        qint64 taken = 0;
-        while (const qint64 count = transport.read(buffer.data(), buffer.size()))
-            taken += count;
-        most = std::max(most, taken);
-        received += taken;
-    });
-    transport.open({Loopback, server.port(), {}});
-    QTRY_COMPARE(server.clients(), 1);
-    const QByteArray all = pattern(5'000'000);
-    server.client()->write(all);
-    QTRY_COMPARE_WITH_TIMEOUT(received, all.size(), 30'000);
-    QVERIFY2(most <= 256 * 1024, qPrintable(QString::number(most)));
-}
-
-/// No turn of the event loop of ours lies between a packet and the wire.
-void TestTcpTransport::writeLeavesAtOnce()
-{
-    TestServer server;
-    Client client;
-    client.open(server.port());
-    QTRY_COMPARE(server.clients(), 1);
-    QTRY_VERIFY(client.transport.isConnected());
-    client.transport.write("packet");
-    QCOMPARE(client.transport.unsent(), qint64{0});
-    QVERIFY(server.client()->waitForReadyRead(30'000)); // handles events of the server alone
-}
-
-/// Whoever writes goes on before the failure is told.
-void TestTcpTransport::writeIntoAReset()
-{
-    TestServer server;
-    Client client;
-    client.open(server.port());
-    QTRY_COMPARE(server.clients(), 1);
-    QTRY_VERIFY(client.transport.isConnected());
-    const linger resets{1, 0}; // a close sends a reset
-    const auto descriptor = static_cast<int>(server.client()->socketDescriptor());
-    QCOMPARE(::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &resets, sizeof resets), 0);
-    server.client()->abort();
-
-    client.transport.write("into nothing");
-    QVERIFY(!client.transport.isConnected());
-    QCOMPARE(client.failures, QStringList());
-    client.transport.write("and again");
-    QTRY_COMPARE(client.failures.size(), 1);
-    QVERIFY(!client.failures.first().isEmpty());
-
-    QVERIFY(!client.open(server.port()));
-    QTRY_VERIFY(client.transport.isConnected());
-    QCOMPARE(client.failures.size(), 1);
 }
 
 void TestTcpTransport::closedByThePeer()

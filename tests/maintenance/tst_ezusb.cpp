@@ -36,6 +36,7 @@ private slots:
     void connectionStaysQuiet();
     void runningTheScript();
     void mostLines();
+    void othersComeAfterIt();
 };
 
 void tst_ezusb::opening()
@@ -393,6 +394,18 @@ void tst_ezusb::mostLines()
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].title, QStringLiteral("** Firmware Conversion Complete **"));
     QCOMPARE(bench.controls.Loaded.text(), QStringLiteral(" 32766"));
+}
+
+/// What another window sends meanwhile would be a step of the script.
+void tst_ezusb::othersComeAfterIt()
+{
+    EzUsbBench bench;
+    bench.convert(":0100000001FE\r\n:0100010002FC\r\n:00000001FF\r\n");
+    bench.console.commands().SendCurrentQuery();
+    QTRY_VERIFY(bench.transport().writtenBytes().contains("1b53 0e 1b45"_hex));
+    const QList<QByteArray> &written = bench.transport().written;
+    QCOMPARE(written.last(), "1b53 0e 1b45"_hex);
+    QCOMPARE(written[written.size() - 2], "1b53 21 1b45"_hex);
 }
 
 QTEST_GUILESS_MAIN(tst_ezusb)
