@@ -8,6 +8,7 @@
 //     vantrel_start console idle SECONDS PORT      connected to the tester at that port
 //     vantrel_start empty idle SECONDS             with a timer of 100 ms
 #include "app/Program.h"
+#include "windows/ProgramIcon.h"
 
 #include <QApplication>
 #include <QFile>
@@ -86,6 +87,7 @@ int main(int argc, char **argv)
             options.port = arguments.value(4).toUShort();
             options.connect = true;
         }
+        QApplication::setWindowIcon(programIcon());
         program = std::make_unique<Program>(options);
         program->start();
     } else {
