@@ -23,6 +23,8 @@ TcpTransport::TcpTransport()
         emit bytesArrived();
     });
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &TcpTransport::fail);
+    m_telling.setSingleShot(true);
+    m_telling.callOnTimeout(this, [this] { emit failed(m_socket.errorString()); });
 }
 
 std::optional<QString> TcpTransport::open(const Endpoint &endpoint)
@@ -40,7 +42,7 @@ std::optional<QString> TcpTransport::open(const Endpoint &endpoint)
 
 void TcpTransport::close()
 {
-    ++m_closings;
+    m_telling.stop();
     const QSignalBlocker quiet(m_socket);
     m_socket.flush();
     m_socket.abort();
@@ -74,13 +76,8 @@ qint64 TcpTransport::read(char *buffer, qint64 capacity)
 /// The socket may find out in the middle of a write or a read: whoever called goes on first.
 void TcpTransport::fail()
 {
-    if (std::exchange(m_failed, true))
-        return;
-    const auto tell = [this, connection = m_closings, description = m_socket.errorString()] {
-        if (connection == m_closings)
-            emit failed(description);
-    };
-    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+    if (!std::exchange(m_failed, true))
+        m_telling.start();
 }
 
 } // namespace vantrel

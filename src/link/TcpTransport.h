@@ -4,6 +4,7 @@
 #include "link/Transport.h"
 
 #include <QTcpSocket>
+#include <QTimer>
 
 namespace vantrel {
 
@@ -27,9 +28,9 @@ private:
     void fail();
 
     QTcpSocket m_socket;
-    qint64 m_taken = 0;     // bytes, since the last notification
-    quint64 m_closings = 0; // tells one connection from the next
-    bool m_failed = false;  // since it was last opened
+    QTimer m_telling;      // of a failure
+    qint64 m_taken = 0;    // bytes, since the last notification
+    bool m_failed = false; // since it was last opened
 };
 
 } // namespace vantrel
