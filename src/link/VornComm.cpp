@@ -50,7 +50,6 @@ std::optional<QString> VornComm::OpenLink()
 
 void VornComm::CloseLink()
 {
-    m_held.clear();
     current().close();
 }
 

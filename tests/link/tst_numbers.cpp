@@ -337,6 +337,8 @@ void TestNumbers::numberText_data()
     QTest::newRow("921600") << 921600.0 << QStringLiteral(" 921600");
     QTest::newRow("2147483647") << 2147483647.0 << QStringLiteral(" 2147483647");
     QTest::newRow("-2147483648") << -2147483648.0 << QStringLiteral("-2147483648");
+    QTest::newRow("most digits") << 999'999'999'999'999.0 << QStringLiteral(" 999999999999999");
+    QTest::newRow("more digits") << 1e15 << QStringLiteral(" 1e+15");
 }
 
 void TestNumbers::numberText()
