@@ -149,11 +149,6 @@ struct Operation
     bool (*ended)(Bench &);
 };
 
-bool reads(const Control &control, const char *text)
-{
-    return control.text().contains(QLatin1String(text));
-}
-
 void prepareWalk(Bench &bench)
 {
     bench.viewer.controls().DevAddr.setText(QStringLiteral("0x05"));
@@ -166,7 +161,7 @@ void startWalk(Bench &bench)
 
 bool walkEnded(Bench &bench)
 {
-    return reads(bench.viewer.controls().DescInfo, "--- Successful");
+    return !bench.console.session().DescActive;
 }
 
 void prepareEepromRead(Bench &bench)
