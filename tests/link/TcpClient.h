@@ -4,6 +4,8 @@
 #include "link/TcpTransport.h"
 #include "support/TestServer.h"
 
+#include <sys/socket.h>
+
 namespace vantrel::test {
 
 inline const QString Loopback = QStringLiteral("127.0.0.1");
@@ -52,6 +54,16 @@ inline QByteArray pattern(qsizetype size)
 inline quint16 unusedPort()
 {
     return TestServer().port(); // free again by the time it is used
+}
+
+/// Ends a connection with a reset instead of a last packet; false when that cannot be asked for.
+inline bool reset(QTcpSocket &socket)
+{
+    const linger resets{1, 0};
+    const auto descriptor = static_cast<int>(socket.socketDescriptor());
+    const int asked = ::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &resets, sizeof resets);
+    socket.abort();
+    return asked == 0;
 }
 
 } // namespace vantrel::test
