@@ -7,9 +7,7 @@
 #include "protocol/VornCommands.h"
 #include "support/LinkBench.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -148,13 +146,12 @@ void runStraightforward(const Traffic &traffic, const QString &path)
     inReads(traffic.stream, [&](QByteArrayView read) { console.receive(read); });
 }
 
-/// Another program's dump of the same data: `xxd` of the bytes that the reports carry. What two
-/// programs take is measured by the clock on the wall, so the files lie in memory where there is
-/// such a place: a file written anew waits for what the disk still does with the last one.
+/// Another program's dump of the same data: `xxd` of the bytes that the reports carry.
 class Xxd
 {
 public:
     explicit Xxd(const Traffic &traffic)
+        : m_input(traffic.path("data.bin")), m_output(traffic.path("data.txt"))
     {
         QFile data(m_input);
         data.open(QIODevice::WriteOnly);
@@ -162,27 +159,21 @@ public:
             data.write(body.sliced(ReportHead));
     }
 
-    QString path(const char *name) const { return m_directory.filePath(QString::fromLatin1(name)); }
-
     bool run() const { return QProcess::execute(QStringLiteral("xxd"), {m_input, m_output}) == 0; }
 
 private:
     static constexpr qsizetype ReportHead = 3; // code, address, endpoint
 
-    QTemporaryDir m_directory{QDir(QFileInfo(QStringLiteral("/dev/shm")).isWritable()
-                                       ? QStringLiteral("/dev/shm")
-                                       : QDir::tempPath())
-                                  .filePath(QStringLiteral("vantrel-XXXXXX"))};
-    QString m_input = path("data.bin");
-    QString m_output = path("data.txt");
+    QString m_input;
+    QString m_output;
 };
 
 void addXxd(Comparisons &comparisons, const std::shared_ptr<Traffic> &traffic)
 {
     const auto xxd = std::make_shared<Xxd>(*traffic);
-    const auto ours = [traffic, xxd](benchmark::State &state) {
+    const auto ours = [traffic](benchmark::State &state) {
         for ([[maybe_unused]] const auto iteration : state)
-            runConsole(*traffic, xxd->path("console.log"));
+            runConsole(*traffic, traffic->path("console.log"));
         state.SetBytesProcessed(state.iterations() * traffic->stream.size());
     };
     const auto yardstick = [traffic, xxd](benchmark::State &state) {

@@ -30,14 +30,6 @@ public:
         return pixmap;
     }
 
-    QList<QSize> availableSizes(QIcon::Mode /*mode*/, QIcon::State /*state*/) override
-    {
-        QList<QSize> sizes;
-        for (const int size : {16, 22, 24, 32, 48, 64, 96, 128, 256})
-            sizes.append(QSize(size, size));
-        return sizes;
-    }
-
     QIconEngine *clone() const override { return new MarkEngine; }
 };
 
