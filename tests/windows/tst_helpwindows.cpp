@@ -255,6 +255,7 @@ void TestHelpWindows::icon()
     const QImage image = programIcon().pixmap(size).toImage();
     QCOMPARE(image.size(), QSize(size, size));
     QVERIFY(covered(image) > 0.9);
+    QCOMPARE(image.pixelColor(0, 0).alpha(), 0); // round corners
     // Case, arms and ball: the three colours are there at any size.
     const QColor case_ = image.pixelColor(size / 2, size / 6);
     QVERIFY(case_.blue() > case_.red() + 64);
