@@ -30,6 +30,25 @@ void measure(const std::string &side, const std::function<void(benchmark::State 
         measured->UseRealTime();
 }
 
+// Google Benchmark 1.8 replaced `error_occurred` and `error_message`.
+template <typename Run>
+bool hasFailed(const Run &run)
+{
+    if constexpr (requires { run.error_occurred; })
+        return run.error_occurred;
+    else
+        return static_cast<bool>(run.skipped);
+}
+
+template <typename Run>
+std::string messageOf(const Run &run)
+{
+    if constexpr (requires { run.error_message; })
+        return run.error_message;
+    else
+        return run.skip_message;
+}
+
 std::string rateText(double bytesPerSecond)
 {
     char text[32];
@@ -54,9 +73,9 @@ bool Comparisons::ReportContext(const Context & /*context*/)
 void Comparisons::ReportRuns(const std::vector<Run> &runs)
 {
     for (const Run &run : runs) {
-        if (run.error_occurred)
+        if (hasFailed(run))
             std::fprintf(stderr, "%s: %s\n", run.run_name.function_name.c_str(),
-                         run.error_message.c_str());
+                         messageOf(run).c_str());
         else if (run.run_type == Run::RT_Iteration)
             m_rates[run.run_name.function_name].push_back(run.counters.at("bytes_per_second"));
     }

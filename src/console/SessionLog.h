@@ -19,8 +19,9 @@ class SessionLog
 {
 public:
     /// `now` is the clock of header and footer.
-    SessionLog(Session &session, Dialogs &dialogs, ErrorBoundary &errors,
-               std::function<QDateTime()> now = &QDateTime::currentDateTime);
+    SessionLog(
+        Session &session, Dialogs &dialogs, ErrorBoundary &errors,
+        std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); });
 
     /// Menu item `FileNew`: asks for a file and starts it.
     QCoro::Task<> fileNew();

@@ -6,6 +6,7 @@
 #include "link/publicvars.h"
 
 #include <QLocale>
+#include <QStringBuilder>
 
 #include <algorithm>
 #include <array>
@@ -146,11 +147,11 @@ void ShowResponseLine(Session &session, std::string_view text)
 
 QString logSizeText(qint32 bytes)
 {
-    // Made for every line of a log: one allocation, not four.
-    constexpr std::string_view Unit = " Bytes";
-    std::array<char, 32> text{' '};
-    char *const number = std::to_chars(text.data() + 1, text.data() + text.size(), bytes).ptr;
-    return QString::fromLatin1(text.data(), std::ranges::copy(Unit, number).out - text.data());
+    // Made for every line of a log: with one allocation.
+    std::array<char, 16> digits{};
+    const char *const end = std::to_chars(digits.data(), digits.data() + digits.size(), bytes).ptr;
+    return QLatin1Char(' ') % QLatin1String(digits.data(), end - digits.data()) %
+           QLatin1String(" Bytes");
 }
 
 QString HexByte(quint8 value)

@@ -51,8 +51,10 @@ class FtdiUtility
 {
 public:
     /// `backupFolder`: where images are saved before a device is programmed; made when needed.
-    FtdiUtility(Session &session, VornCommands &commands, Dialogs &dialogs, ErrorBoundary &errors,
-                QString backupFolder, std::function<QDateTime()> now = &QDateTime::currentDateTime);
+    FtdiUtility(
+        Session &session, VornCommands &commands, Dialogs &dialogs, ErrorBoundary &errors,
+        QString backupFolder,
+        std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); });
 
     FtdiControls &controls() { return m_controls; }
     const FtdiEeprom &image() const { return m_image; }
