@@ -36,6 +36,7 @@ add_library(vantrel_windows STATIC
 target_link_libraries(vantrel_windows
   PUBLIC vantrel_core Qt6::Widgets
   PRIVATE Qt6::Svg vantrel_options)
+target_precompile_headers(vantrel_windows PRIVATE ${window_headers})
 
 # The program's mark.
 qt_add_resources(vantrel_windows icon

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/DeviceBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QFile>
 
@@ -337,5 +338,5 @@ void tst_devicewalks::connectionLost()
     QVERIFY(bench.tools.viewer.controls().GetDesc.isEnabled());
 }
 
-QTEST_GUILESS_MAIN(tst_devicewalks)
+VANTREL_TEST(tst_devicewalks)
 #include "tst_devicewalks.moc"

@@ -2,6 +2,7 @@
 #include "app/ScriptBench.h"
 #include "link/Files.h"
 #include "protocol/ScriptFile.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -138,5 +139,5 @@ void tst_examplescripts::stopsInTheMiddle()
     }
 }
 
-QTEST_GUILESS_MAIN(tst_examplescripts)
+VANTREL_TEST(tst_examplescripts)
 #include "tst_examplescripts.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/FaultMatrix.h"
 #include "simulator/FtdiDevice.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -159,5 +160,5 @@ void tst_faultsofdevices::matrix_data()
     });
 }
 
-QTEST_MAIN(tst_faultsofdevices)
+VANTREL_WINDOW_TEST(tst_faultsofdevices)
 #include "tst_faultsofdevices.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/FaultMatrix.h"
 #include "simulator/EzUsbDevice.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -249,5 +250,5 @@ void tst_faultsoffirmware::matrix_data()
     });
 }
 
-QTEST_MAIN(tst_faultsoffirmware)
+VANTREL_WINDOW_TEST(tst_faultsoffirmware)
 #include "tst_faultsoffirmware.moc"

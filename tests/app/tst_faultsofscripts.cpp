@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/FaultMatrix.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -245,5 +246,5 @@ void tst_faultsofscripts::downloadAfterALostRun()
     QVERIFY(!bench.responses().contains("###"));
 }
 
-QTEST_MAIN(tst_faultsofscripts)
+VANTREL_WINDOW_TEST(tst_faultsofscripts)
 #include "tst_faultsofscripts.moc"

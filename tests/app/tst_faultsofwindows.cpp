@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/FaultMatrix.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -183,5 +184,5 @@ void tst_faultsofwindows::matrix_data()
     });
 }
 
-QTEST_MAIN(tst_faultsofwindows)
+VANTREL_WINDOW_TEST(tst_faultsofwindows)
 #include "tst_faultsofwindows.moc"

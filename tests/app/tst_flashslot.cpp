@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ScriptBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -304,5 +305,5 @@ void tst_flashslot::doubleReply()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_flashslot)
+VANTREL_TEST(tst_flashslot)
 #include "tst_flashslot.moc"

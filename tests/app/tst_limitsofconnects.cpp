@@ -2,6 +2,7 @@
 #include "app/NetworkBench.h"
 #include "simulator/PtyEnd.h"
 #include "support/Resources.h"
+#include "support/TestProgram.h"
 #include "support/Turns.h"
 
 #include <QTest>
@@ -122,5 +123,5 @@ void tst_limitsofconnects::thousandSerialPorts()
     QVERIFY(turnsUntil([&] { return bench.main().power.text() == QLatin1String("On"); }));
 }
 
-QTEST_GUILESS_MAIN(tst_limitsofconnects)
+VANTREL_TEST(tst_limitsofconnects)
 #include "tst_limitsofconnects.moc"

@@ -3,6 +3,7 @@
 #include "console/Main.h"
 #include "support/FileSizeLimit.h"
 #include "support/Outcome.h"
+#include "support/TestProgram.h"
 #include "support/Turns.h"
 
 #include <QComboBox>
@@ -282,5 +283,5 @@ void tst_limitsoffiles::tenThousandNames()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_MAIN(tst_limitsoffiles)
+VANTREL_WINDOW_TEST(tst_limitsoffiles)
 #include "tst_limitsoffiles.moc"

@@ -3,6 +3,7 @@
 #include "support/Hex.h"
 #include "support/PseudoTerminal.h"
 #include "support/Resources.h"
+#include "support/TestProgram.h"
 #include "support/TestServer.h"
 #include "support/Turns.h"
 
@@ -373,5 +374,5 @@ void tst_limitsoflink::goneWhileTheBoxIsOpen()
     QCOMPARE(bench.dialogs.messages.size(), 1);
 }
 
-QTEST_GUILESS_MAIN(tst_limitsoflink)
+VANTREL_TEST(tst_limitsoflink)
 #include "tst_limitsoflink.moc"

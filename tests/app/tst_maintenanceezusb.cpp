@@ -2,6 +2,7 @@
 #include "app/MaintenanceBench.h"
 #include "simulator/EzUsbDevice.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -131,5 +132,5 @@ void tst_maintenanceezusb::consoleGoesOn()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_maintenanceezusb)
+VANTREL_TEST(tst_maintenanceezusb)
 #include "tst_maintenanceezusb.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MaintenanceBench.h"
 #include "app/SerialBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -259,5 +260,5 @@ void tst_maintenancefirmware::closedInThePause()
     QCOMPARE(bench.session().FirmwareMinor, qint16{13});
 }
 
-QTEST_GUILESS_MAIN(tst_maintenancefirmware)
+VANTREL_TEST(tst_maintenancefirmware)
 #include "tst_maintenancefirmware.moc"

@@ -3,6 +3,7 @@
 #include "maintenance/RealEeprom.h"
 #include "simulator/FtdiDevice.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -254,5 +255,5 @@ void tst_maintenanceftdi::disconnectedMeanwhile()
     QCOMPARE(bench.session().waits.pendingCount(), 0);
 }
 
-QTEST_GUILESS_MAIN(tst_maintenanceftdi)
+VANTREL_TEST(tst_maintenanceftdi)
 #include "tst_maintenanceftdi.moc"

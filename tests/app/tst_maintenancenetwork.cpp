@@ -3,6 +3,7 @@
 #include "maintenance/RealEeprom.h"
 #include "simulator/FtdiDevice.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -117,5 +118,5 @@ void tst_maintenancenetwork::besideAnEepromRead()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_maintenancenetwork)
+VANTREL_TEST(tst_maintenancenetwork)
 #include "tst_maintenancenetwork.moc"

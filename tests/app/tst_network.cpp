@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/NetworkBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -248,5 +249,5 @@ void tst_network::floodLosesNothing()
     QVERIFY(lines.sliced(start, end - start) == expected);
 }
 
-QTEST_GUILESS_MAIN(tst_network)
+VANTREL_TEST(tst_network)
 #include "tst_network.moc"

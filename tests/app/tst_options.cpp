@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Options.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -147,5 +148,5 @@ void tst_options::refusals()
     QVERIFY(refusal(commandLine) != 0);
 }
 
-QTEST_GUILESS_MAIN(tst_options)
+VANTREL_TEST(tst_options)
 #include "tst_options.moc"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
@@ -196,5 +198,5 @@ void tst_programs::consoleAndSimulatorAsTwoPrograms()
                  .isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_programs)
+VANTREL_TEST(tst_programs)
 #include "tst_programs.moc"

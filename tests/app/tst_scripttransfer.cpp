@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ScriptBench.h"
 #include "protocol/ScriptFile.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -202,5 +203,5 @@ void tst_scripttransfer::moreStepsThanThereAreIndices()
     QCOMPARE(bench.stepCount(), 65536);
 }
 
-QTEST_GUILESS_MAIN(tst_scripttransfer)
+VANTREL_TEST(tst_scripttransfer)
 #include "tst_scripttransfer.moc"

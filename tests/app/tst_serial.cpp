@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/SerialBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -117,5 +118,5 @@ void tst_serial::stuffedBytesBothWays()
     QTRY_VERIFY(bench.responses().contains("*** Message -- \r\n 1B 11 13 0A 0D 7F 04 03 1B \r\n"));
 }
 
-QTEST_GUILESS_MAIN(tst_serial)
+VANTREL_TEST(tst_serial)
 #include "tst_serial.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/DeviceBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -160,5 +161,5 @@ void tst_singlerequests::oldVorn1IsRefused()
     QTRY_COMPARE(bench.requests(), QList<QByteArray>{"01 02 8006 0001 0000 1200"_hex});
 }
 
-QTEST_GUILESS_MAIN(tst_singlerequests)
+VANTREL_TEST(tst_singlerequests)
 #include "tst_singlerequests.moc"

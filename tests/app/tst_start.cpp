@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Program.h"
+#include "support/TestProgram.h"
 
 #include <QAction>
 #include <QApplication>
@@ -144,5 +145,5 @@ void tst_start::unsignedWords()
     }
 }
 
-QTEST_MAIN(tst_start)
+VANTREL_WINDOW_TEST(tst_start)
 #include "tst_start.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ToolWindows.h"
+#include "support/TestProgram.h"
 #include "windows/WindowBench.h"
 
 #include <QApplication>
@@ -150,5 +151,5 @@ void TestToolWindows::programEndsWithWaitsUnderWay()
     // All of it goes in the order in which the program's parts go.
 }
 
-QTEST_MAIN(TestToolWindows)
+VANTREL_WINDOW_TEST(TestToolWindows)
 #include "tst_toolwindows.moc"

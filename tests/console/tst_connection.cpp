@@ -3,6 +3,7 @@
 #include "support/ControlSets.h"
 #include "support/Hex.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -431,5 +432,5 @@ void TestConnection::shutDownEndsWaits()
     bench.console.shutDown();
 }
 
-QTEST_GUILESS_MAIN(TestConnection)
+VANTREL_TEST(TestConnection)
 #include "tst_connection.moc"

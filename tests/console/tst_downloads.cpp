@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/ScriptBench.h"
+#include "support/TestProgram.h"
 
 #include <QTimer>
 
@@ -375,5 +376,5 @@ void tst_downloads::acknowledgementShows()
     QVERIFY(bench.main.CmdWin.text().endsWith(QLatin1String("\r\nVornScript Download")));
 }
 
-QTEST_GUILESS_MAIN(tst_downloads)
+VANTREL_TEST(tst_downloads)
 #include "tst_downloads.moc"

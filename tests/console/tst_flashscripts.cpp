@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/FlashBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -412,5 +413,5 @@ void tst_flashscripts::pollingGoesOn()
     QCOMPARE(bench.controls.Status.text(), QStringLiteral("Enabled"));
 }
 
-QTEST_GUILESS_MAIN(tst_flashscripts)
+VANTREL_TEST(tst_flashscripts)
 #include "tst_flashscripts.moc"

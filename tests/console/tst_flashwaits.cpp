@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/FlashBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -230,5 +231,5 @@ void tst_flashwaits::programCloses()
     QVERIFY(bench.main.Window.isEnabled());
 }
 
-QTEST_GUILESS_MAIN(tst_flashwaits)
+VANTREL_TEST(tst_flashwaits)
 #include "tst_flashwaits.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/ConsoleBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -161,5 +162,5 @@ void TestLostLink::disconnectAfterThePortVanished()
     QCOMPARE(bench.dialogs.messages.size(), 0);
 }
 
-QTEST_GUILESS_MAIN(TestLostLink)
+VANTREL_TEST(TestLostLink)
 #include "tst_lostlink.moc"

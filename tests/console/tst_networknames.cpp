@@ -2,6 +2,7 @@
 #include "support/ConsoleBench.h"
 #include "support/LinkBench.h"
 #include "support/Outcome.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 
 #include <QDir>
@@ -465,5 +466,5 @@ void TestNetworkNames::filePathFallsBack()
              directory + QLatin1String("/VLnetNames.dat"));
 }
 
-QTEST_GUILESS_MAIN(TestNetworkNames)
+VANTREL_TEST(TestNetworkNames)
 #include "tst_networknames.moc"

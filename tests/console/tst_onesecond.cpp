@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/ConsoleBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -415,5 +416,5 @@ void TestOneSecond::scriptBusyInEveryState()
     QCOMPARE(bench.session.StatusSeen, true);
 }
 
-QTEST_GUILESS_MAIN(TestOneSecond)
+VANTREL_TEST(TestOneSecond)
 #include "tst_onesecond.moc"

@@ -2,6 +2,7 @@
 #include "support/ConsoleBench.h"
 #include "support/Hex.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -210,5 +211,5 @@ void TestPortControls::withoutALink()
     QCOMPARE(bench.dialogs.messages.size(), 0);
 }
 
-QTEST_GUILESS_MAIN(TestPortControls)
+VANTREL_TEST(TestPortControls)
 #include "tst_portcontrols.moc"

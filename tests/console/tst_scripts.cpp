@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/ScriptBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -216,5 +217,5 @@ void tst_scripts::loadAgainAfterAFailure()
     QVERIFY(!bench.main.ScriptRun.isEnabled());
 }
 
-QTEST_GUILESS_MAIN(tst_scripts)
+VANTREL_TEST(tst_scripts)
 #include "tst_scripts.moc"

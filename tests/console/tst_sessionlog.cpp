@@ -2,6 +2,7 @@
 #include "link/Utils.h"
 #include "support/ConsoleBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QDir>
 #include <QRegularExpression>
@@ -438,5 +439,5 @@ void TestSessionLog::fullDiskAtExit()
     compareFullDiskTold(bench);
 }
 
-QTEST_GUILESS_MAIN(TestSessionLog)
+VANTREL_TEST(TestSessionLog)
 #include "tst_sessionlog.moc"

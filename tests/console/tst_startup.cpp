@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/ConsoleBench.h"
 #include "support/ControlSets.h"
+#include "support/TestProgram.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -229,5 +230,5 @@ void TestStartup::clear()
     QCOMPARE(bench.main.CmdWin.text(), QLatin1String("\r\nSuspending")); // an empty line first
 }
 
-QTEST_GUILESS_MAIN(TestStartup)
+VANTREL_TEST(TestStartup)
 #include "tst_startup.moc"

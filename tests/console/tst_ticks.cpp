@@ -2,6 +2,7 @@
 #include "link/Utils.h"
 #include "support/ConsoleBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -277,5 +278,5 @@ void TestTicks::logIsFlushed()
     QVERIFY(file.readAll().endsWith("*** Vorn Fail \r\n"));
 }
 
-QTEST_GUILESS_MAIN(TestTicks)
+VANTREL_TEST(TestTicks)
 #include "tst_ticks.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Bytes.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -83,5 +84,5 @@ void TestBytes::writer()
     QCOMPARE(ByteWriter().take(), QByteArray());
 }
 
-QTEST_GUILESS_MAIN(TestBytes)
+VANTREL_TEST(TestBytes)
 #include "tst_bytes.moc"

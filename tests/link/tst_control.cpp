@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Control.h"
 #include "link/publicvars.h"
+#include "support/TestProgram.h"
 
 #include <QSet>
 #include <QSignalSpy>
@@ -203,5 +204,5 @@ void TestControl::insertItem()
     QCOMPARE(watched.changes, QList<Aspect>{Aspect::Items});
 }
 
-QTEST_GUILESS_MAIN(TestControl)
+VANTREL_TEST(TestControl)
 #include "tst_control.moc"

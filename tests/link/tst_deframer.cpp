@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Deframer.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -343,5 +344,5 @@ void TestDeframer::agreesWithTheTable()
     QVERIFY2(packets > 2000, "the random streams hold too few packets to tell anything");
 }
 
-QTEST_GUILESS_MAIN(TestDeframer)
+VANTREL_TEST(TestDeframer)
 #include "tst_deframer.moc"

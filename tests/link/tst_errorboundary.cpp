@@ -2,6 +2,7 @@
 #include "link/ErrorBoundary.h"
 #include "link/RuntimeError.h"
 #include "support/FakeDialogs.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -185,5 +186,5 @@ void TestErrorBoundary::theActionOutlivesItsCaller()
     QCOMPARE(owned.use_count(), 1L);
 }
 
-QTEST_GUILESS_MAIN(TestErrorBoundary)
+VANTREL_TEST(TestErrorBoundary)
 #include "tst_errorboundary.moc"

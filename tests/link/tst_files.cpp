@@ -2,6 +2,7 @@
 #include "link/Files.h"
 #include "link/Words.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 
 #include <QFile>
@@ -100,5 +101,5 @@ void TestFiles::fieldsThatDoNotFit()
     QCOMPARE(thrownBy([] { checked<quint16>(65536); }), QStringLiteral("Overflow"));
 }
 
-QTEST_GUILESS_MAIN(TestFiles)
+VANTREL_TEST(TestFiles)
 #include "tst_files.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/LogFile.h"
+#include "support/TestProgram.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -236,5 +237,5 @@ void TestLogFile::deletedFile()
 }
 #endif
 
-QTEST_GUILESS_MAIN(TestLogFile)
+VANTREL_TEST(TestLogFile)
 #include "tst_logfile.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Utils.h"
 #include "link/publicvars.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 
 #include <QLocale>
@@ -465,5 +466,5 @@ void TestNumbers::countedBytes()
     QCOMPARE(vantrel::countedBytes(count, more), sum);
 }
 
-QTEST_GUILESS_MAIN(TestNumbers)
+VANTREL_TEST(TestNumbers)
 #include "tst_numbers.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
 #include "support/LinkBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -98,5 +99,5 @@ void TestPacketHold::heldCountsAsUnsent()
     QVERIFY(!bench.link.takesPackets());
 }
 
-QTEST_GUILESS_MAIN(TestPacketHold)
+VANTREL_TEST(TestPacketHold)
 #include "tst_packethold.moc"

@@ -2,6 +2,7 @@
 #include "link/BoundedText.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
+#include "support/TestProgram.h"
 
 #include <QFile>
 #include <QRandomGenerator>
@@ -329,5 +330,5 @@ void TestPanes::clearedTextStartsAnew()
     QCOMPARE(text.size(), qsizetype{5});
 }
 
-QTEST_GUILESS_MAIN(TestPanes)
+VANTREL_TEST(TestPanes)
 #include "tst_panes.moc"

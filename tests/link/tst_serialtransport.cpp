@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/SerialTransport.h"
 #include "support/PseudoTerminal.h"
+#include "support/TestProgram.h"
 #include "support/Turns.h"
 
 #include <QFile>
@@ -363,5 +364,5 @@ void TestSerialTransport::heldUpIsForgotten()
     QCOMPARE(near.failures, 0);
 }
 
-QTEST_GUILESS_MAIN(TestSerialTransport)
+VANTREL_TEST(TestSerialTransport)
 #include "tst_serialtransport.moc"

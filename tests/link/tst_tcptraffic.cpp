@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/TcpClient.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -78,5 +79,5 @@ void TestTcpTraffic::writeIntoAReset()
     QCOMPARE(client.failures.size(), 1);
 }
 
-QTEST_GUILESS_MAIN(TestTcpTraffic)
+VANTREL_TEST(TestTcpTraffic)
 #include "tst_tcptraffic.moc"

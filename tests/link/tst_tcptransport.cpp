@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/TcpClient.h"
+#include "support/TestProgram.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -374,5 +375,5 @@ void TestTcpTransport::heldUpIsForgotten()
     QCOMPARE(client.failures, QStringList());
 }
 
-QTEST_GUILESS_MAIN(TestTcpTransport)
+VANTREL_TEST(TestTcpTransport)
 #include "tst_tcptransport.moc"

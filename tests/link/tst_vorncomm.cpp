@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
 #include "support/LinkBench.h"
+#include "support/TestProgram.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -426,5 +427,5 @@ void TestVornComm::serialNeverTells()
     QVERIFY(!bench.link.isConnected());
 }
 
-QTEST_GUILESS_MAIN(TestVornComm)
+VANTREL_TEST(TestVornComm)
 #include "tst_vorncomm.moc"

@@ -2,6 +2,7 @@
 #include "link/OneShot.h"
 #include "link/Utils.h"
 #include "link/Waits.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -411,5 +412,5 @@ void TestWaits::oneShotFirstWins()
     QCOMPARE(shot.await_resume(), 1);
 }
 
-QTEST_GUILESS_MAIN(TestWaits)
+VANTREL_TEST(TestWaits)
 #include "tst_waits.moc"

@@ -3,6 +3,7 @@
 #include "maintenance/FirmwareLoader.h"
 #include "support/ConsoleBench.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -117,5 +118,5 @@ void tst_crc::loaderUsesTheLibrary()
     bench.console.shutDown();
 }
 
-QTEST_GUILESS_MAIN(tst_crc)
+VANTREL_TEST(tst_crc)
 #include "tst_crc.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/EzUsbBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -408,5 +409,5 @@ void tst_ezusb::othersComeAfterIt()
     QCOMPARE(written[written.size() - 2], "1b53 21 1b45"_hex);
 }
 
-QTEST_GUILESS_MAIN(tst_ezusb)
+VANTREL_TEST(tst_ezusb)
 #include "tst_ezusb.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/EzUsbBench.h"
 #include "maintenance/FirmwareLoader.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -430,5 +431,5 @@ void tst_ezusbends::besideAFirmwareDownload()
     QCOMPARE(bench.session.waits.pendingCount(), 0);
 }
 
-QTEST_GUILESS_MAIN(tst_ezusbends)
+VANTREL_TEST(tst_ezusbends)
 #include "tst_ezusbends.moc"

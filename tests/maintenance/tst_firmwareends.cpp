@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FirmwareBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -346,5 +347,5 @@ void tst_firmwareends::closedDuringTheRefusal()
     QCOMPARE(bench.controls.lblStatus.text(), QStringLiteral("Ready to Download"));
 }
 
-QTEST_GUILESS_MAIN(tst_firmwareends)
+VANTREL_TEST(tst_firmwareends)
 #include "tst_firmwareends.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FirmwareBench.h"
+#include "support/TestProgram.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -434,5 +435,5 @@ void tst_firmwareloader::socketCannotBeOpened()
     QCOMPARE(bench.closings, 1);
 }
 
-QTEST_GUILESS_MAIN(tst_firmwareloader)
+VANTREL_TEST(tst_firmwareloader)
 #include "tst_firmwareloader.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FtdiBench.h"
+#include "support/TestProgram.h"
 
 #include <QFile>
 #include <QTest>
@@ -269,5 +270,5 @@ void TestFtdiBackup::closedWhileVerifying()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestFtdiBackup)
+VANTREL_TEST(TestFtdiBackup)
 #include "tst_ftdibackup.moc"

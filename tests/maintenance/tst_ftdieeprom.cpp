@@ -2,6 +2,7 @@
 #include "maintenance/FtdiEeprom.h"
 #include "maintenance/RealEeprom.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 
 #include <QTest>
@@ -310,5 +311,5 @@ void TestFtdiEeprom::checksumCoversWords0To62()
     QCOMPARE(eeprom.checksum(), quint16{0xD555});
 }
 
-QTEST_GUILESS_MAIN(TestFtdiEeprom)
+VANTREL_TEST(TestFtdiEeprom)
 #include "tst_ftdieeprom.moc"

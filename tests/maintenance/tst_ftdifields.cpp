@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FtdiBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -265,5 +266,5 @@ void TestFtdiFields::fieldsOfAClosedWindow()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestFtdiFields)
+VANTREL_TEST(TestFtdiFields)
 #include "tst_ftdifields.moc"

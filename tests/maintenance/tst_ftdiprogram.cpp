@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FtdiBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -369,5 +370,5 @@ void TestFtdiProgram::linkLostWhileProgramming()
     QVERIFY(bench.controls.btProgram.isEnabled());
 }
 
-QTEST_GUILESS_MAIN(TestFtdiProgram)
+VANTREL_TEST(TestFtdiProgram)
 #include "tst_ftdiprogram.moc"

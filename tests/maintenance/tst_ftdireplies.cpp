@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FtdiBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -369,5 +370,5 @@ void TestFtdiReplies::withoutUtility()
     QVERIFY(!bench.session.FTDIResp);
 }
 
-QTEST_GUILESS_MAIN(TestFtdiReplies)
+VANTREL_TEST(TestFtdiReplies)
 #include "tst_ftdireplies.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FtdiBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -312,5 +313,5 @@ void TestFtdiUtility::besideAnotherWait()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestFtdiUtility)
+VANTREL_TEST(TestFtdiUtility)
 #include "tst_ftdiutility.moc"

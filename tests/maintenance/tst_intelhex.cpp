@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/IntelHex.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -128,5 +129,5 @@ void tst_intelhex::noRecord()
     QVERIFY(!HexRecord(line).hasMark());
 }
 
-QTEST_GUILESS_MAIN(tst_intelhex)
+VANTREL_TEST(tst_intelhex)
 #include "tst_intelhex.moc"

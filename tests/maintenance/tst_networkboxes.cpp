@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/NetworkBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -191,5 +192,5 @@ void TestNetworkBoxes::hintBlocksNothing()
              "1b53 35 0010 c0a8010a c0a80101 ffffff00 01a2c3d4e5f6 1b45"_hex);
 }
 
-QTEST_GUILESS_MAIN(TestNetworkBoxes)
+VANTREL_TEST(TestNetworkBoxes)
 #include "tst_networkboxes.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/NetworkBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -358,5 +359,5 @@ void TestNetworkConfig::cancel()
     QCOMPARE(bench.serial->takeWritten(), QByteArray());
 }
 
-QTEST_GUILESS_MAIN(TestNetworkConfig)
+VANTREL_TEST(TestNetworkConfig)
 #include "tst_networkconfig.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/NetworkRecord.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 
 #include <QTest>
@@ -195,5 +196,5 @@ void TestNetworkRecord::hints()
     QTEST(networkHint(record(bytes)), "hint");
 }
 
-QTEST_GUILESS_MAIN(TestNetworkRecord)
+VANTREL_TEST(TestNetworkRecord)
 #include "tst_networkrecord.moc"

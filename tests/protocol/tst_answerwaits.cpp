@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -276,5 +277,5 @@ void TestAnswerWaits::closingEndsBoth()
     QCOMPARE(read.buffer, QByteArray("untouched buffer"));
 }
 
-QTEST_GUILESS_MAIN(TestAnswerWaits)
+VANTREL_TEST(TestAnswerWaits)
 #include "tst_answerwaits.moc"

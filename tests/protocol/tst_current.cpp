@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QLocale>
 #include <QTest>
@@ -134,5 +135,5 @@ void TestCurrent::localeDoesNotMatter()
     QCOMPARE(bench.session.Main.CurrWin.text(), QLatin1String(" 16381.75 mA"));
 }
 
-QTEST_GUILESS_MAIN(TestCurrent)
+VANTREL_TEST(TestCurrent)
 #include "tst_current.moc"

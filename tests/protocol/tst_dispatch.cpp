@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QSet>
 #include <QTest>
@@ -158,5 +159,5 @@ void TestDispatch::nothingIsAnswered()
     }
 }
 
-QTEST_GUILESS_MAIN(TestDispatch)
+VANTREL_TEST(TestDispatch)
 #include "tst_dispatch.moc"

@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -148,5 +149,5 @@ void TestPortStatus::touchesNothingElse()
     QCOMPARE(bench.serial->written, QList<QByteArray>());
 }
 
-QTEST_GUILESS_MAIN(TestPortStatus)
+VANTREL_TEST(TestPortStatus)
 #include "tst_portstatus.moc"

@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -297,5 +298,5 @@ void TestReplies::scriptLoadError()
     QCOMPARE(stateOf(bench.session), stateOf(expected.session));
 }
 
-QTEST_GUILESS_MAIN(TestReplies)
+VANTREL_TEST(TestReplies)
 #include "tst_replies.moc"

@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -274,5 +275,5 @@ void TestReports::eachTriggerOnItsOwnTick()
     QCOMPARE(int{bench.session.TriggerHoldoff}, 5);
 }
 
-QTEST_GUILESS_MAIN(TestReports)
+VANTREL_TEST(TestReports)
 #include "tst_reports.moc"

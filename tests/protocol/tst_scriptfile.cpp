@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/ScriptFile.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -63,5 +64,5 @@ void tst_scriptfile::oddities()
     QCOMPARE(oddityOfScript(script).value_or(QString()), oddity);
 }
 
-QTEST_GUILESS_MAIN(tst_scriptfile)
+VANTREL_TEST(tst_scriptfile)
 #include "tst_scriptfile.moc"

@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -327,5 +328,5 @@ void TestScriptReports::deepNestingOfNothing()
     QCOMPARE(bench.commandPane(), QLatin1String("\r\nSuspending"));
 }
 
-QTEST_GUILESS_MAIN(TestScriptReports)
+VANTREL_TEST(TestScriptReports)
 #include "tst_scriptreports.moc"

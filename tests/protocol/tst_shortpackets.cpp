@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -131,5 +132,5 @@ void TestShortPackets::nestedCutOff()
                                            "*** Script Response -- Index:  8\r\n"));
 }
 
-QTEST_GUILESS_MAIN(TestShortPackets)
+VANTREL_TEST(TestShortPackets)
 #include "tst_shortpackets.moc"

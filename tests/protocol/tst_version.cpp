@@ -2,6 +2,7 @@
 #include "support/ControlSets.h"
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -290,5 +291,5 @@ void TestVersion::endsTheProbe()
     QCOMPARE(int{bench.session.FirmwareMinor}, 9);
 }
 
-QTEST_GUILESS_MAIN(TestVersion)
+VANTREL_TEST(TestVersion)
 #include "tst_version.moc"

@@ -2,6 +2,7 @@
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
 #include "support/SessionState.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 
 #include <QTest>
@@ -438,5 +439,5 @@ void TestVornCommands::withoutALink()
     QCOMPARE(bench.session.TxPacket, framed("08"_hex));
 }
 
-QTEST_GUILESS_MAIN(TestVornCommands)
+VANTREL_TEST(TestVornCommands)
 #include "tst_vorncommands.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/DeviceTalk.h"
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QRegularExpression>
 #include <QSet>
@@ -240,5 +241,5 @@ void tst_builtindevices::stringsAreThere()
     QCOMPARE(named, there);
 }
 
-QTEST_GUILESS_MAIN(tst_builtindevices)
+VANTREL_TEST(tst_builtindevices)
 #include "tst_builtindevices.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/Clock.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -72,5 +73,5 @@ void tst_clock::followsRealTime()
     QVERIFY(clock.now() >= 40);
 }
 
-QTEST_GUILESS_MAIN(tst_clock)
+VANTREL_TEST(tst_clock)
 #include "tst_clock.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -391,5 +392,5 @@ void tst_commands::recording()
     QVERIFY(talk.tester().commandsSeen().isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_commands)
+VANTREL_TEST(tst_commands)
 #include "tst_commands.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -144,5 +145,5 @@ void tst_configmemory::refusal()
     QCOMPARE(talk.ask("36 0010 0012"_hex), packet("95"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_configmemory)
+VANTREL_TEST(tst_configmemory)
 #include "tst_configmemory.moc"

@@ -2,6 +2,7 @@
 #include "simulator/BuiltInDevices.h"
 #include "simulator/EzUsbDevice.h"
 #include "simulator/ScriptTalk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -433,5 +434,5 @@ void tst_ezusbdevice::firstGenerationByAScript()
     QCOMPARE(talk.ask("07 00 01"_hex), packet("87"_hex) + packet("90 00 09 ff 175a 210e"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_ezusbdevice)
+VANTREL_TEST(tst_ezusbdevice)
 #include "tst_ezusbdevice.moc"

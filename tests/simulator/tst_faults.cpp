@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -348,5 +349,5 @@ void tst_faults::together()
     QCOMPARE(talk.ask("0b"_hex), packet("8b 44"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_faults)
+VANTREL_TEST(tst_faults)
 #include "tst_faults.moc"

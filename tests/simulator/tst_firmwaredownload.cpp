@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -311,5 +312,5 @@ void tst_firmwaredownload::bootLoaderTakesAnImage()
     QCOMPARE(talk.ask("02 01"_hex), packet("82"_hex)); // the boot loader would not know it
 }
 
-QTEST_GUILESS_MAIN(tst_firmwaredownload)
+VANTREL_TEST(tst_firmwaredownload)
 #include "tst_firmwaredownload.moc"

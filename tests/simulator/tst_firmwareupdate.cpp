@@ -2,6 +2,7 @@
 #include "simulator/FaultTable.h"
 #include "simulator/OperatorCommands.h"
 #include "simulator/ScriptTalk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -374,5 +375,5 @@ void tst_firmwareupdate::corruptionByText()
     QVERIFY(!talk.tester().faults().firmwareCorrupts);
 }
 
-QTEST_GUILESS_MAIN(tst_firmwareupdate)
+VANTREL_TEST(tst_firmwareupdate)
 #include "tst_firmwareupdate.moc"

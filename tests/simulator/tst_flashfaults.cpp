@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/ScriptTalk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -145,5 +146,5 @@ void tst_flashfaults::duringARun()
     QCOMPARE(talk.take(), packet("a0 0001 b1 07 2020202020202020"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_flashfaults)
+VANTREL_TEST(tst_flashfaults)
 #include "tst_flashfaults.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/BuiltInDevices.h"
 #include "simulator/Converter.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -184,5 +185,5 @@ void tst_ftdidevice::programmedThenPoweredUp()
     QCOMPARE(talk.ask("02 01"_hex), packet("82"_hex) + packet("90 00 07 00 c410 60ea"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_ftdidevice)
+VANTREL_TEST(tst_ftdidevice)
 #include "tst_ftdidevice.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/FileDescriptor.h"
 #include "simulator/LineInput.h"
+#include "support/TestProgram.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -75,5 +76,5 @@ void tst_lineinput::end()
     QCOMPARE(ended.size(), 1);
 }
 
-QTEST_GUILESS_MAIN(tst_lineinput)
+VANTREL_TEST(tst_lineinput)
 #include "tst_lineinput.moc"

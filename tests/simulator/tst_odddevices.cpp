@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/DeviceTalk.h"
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -211,5 +212,5 @@ void tst_odddevices::wrongDescriptorsDoNotStopADevice()
     QCOMPARE(ask(*odd, "8000 0000 0000 0200"_hex), "00 0000"_hex);
 }
 
-QTEST_GUILESS_MAIN(tst_odddevices)
+VANTREL_TEST(tst_odddevices)
 #include "tst_odddevices.moc"

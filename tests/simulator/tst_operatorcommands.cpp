@@ -3,6 +3,7 @@
 #include "simulator/OperatorCommands.h"
 #include "simulator/Talk.h"
 #include "simulator/TextValues.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -287,5 +288,5 @@ void tst_operatorcommands::hex()
         QVERIFY2(!parseHex(QString::fromLatin1(bad)), bad);
 }
 
-QTEST_GUILESS_MAIN(tst_operatorcommands)
+VANTREL_TEST(tst_operatorcommands)
 #include "tst_operatorcommands.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/PtyEnd.h"
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QFileInfo>
 #include <QSerialPort>
@@ -347,5 +348,5 @@ void tst_ptyend::unsentBytesGoWithTheDevice()
     QCOMPARE(again.received, packet("8b 44"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_ptyend)
+VANTREL_TEST(tst_ptyend)
 #include "tst_ptyend.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/FaultTable.h"
 #include "simulator/ScriptTalk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -288,5 +289,5 @@ void tst_simulateddownloads::deviceStatusDuringADownload()
     QCOMPARE(talk.steps().size(), 1);
 }
 
-QTEST_GUILESS_MAIN(tst_simulateddownloads)
+VANTREL_TEST(tst_simulateddownloads)
 #include "tst_simulateddownloads.moc"

@@ -2,6 +2,7 @@
 #include "simulator/Converter.h"
 #include "simulator/FaultTable.h"
 #include "simulator/OperatorCommands.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -246,5 +247,5 @@ void tst_simulatedeeprom::faultsByText()
     QVERIFY(!chosen());
 }
 
-QTEST_GUILESS_MAIN(tst_simulatedeeprom)
+VANTREL_TEST(tst_simulatedeeprom)
 #include "tst_simulatedeeprom.moc"

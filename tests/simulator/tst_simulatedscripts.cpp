@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/ScriptTalk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -294,5 +295,5 @@ void tst_simulatedscripts::silentDeviceHoldsTheRun()
     QCOMPARE(talk.after(100'000), QByteArray());
 }
 
-QTEST_GUILESS_MAIN(tst_simulatedscripts)
+VANTREL_TEST(tst_simulatedscripts)
 #include "tst_simulatedscripts.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QFileInfo>
 #include <QHostAddress>
@@ -243,5 +244,5 @@ void tst_simulatorprogram::takenPort()
     QCOMPARE(second.exitCode(), 1);
 }
 
-QTEST_GUILESS_MAIN(tst_simulatorprogram)
+VANTREL_TEST(tst_simulatorprogram)
 #include "tst_simulatorprogram.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/Talk.h"
 #include "simulator/TcpEnd.h"
+#include "support/TestProgram.h"
 
 #include <QHostAddress>
 #include <QSignalSpy>
@@ -230,5 +231,5 @@ void tst_tcpend::flood()
     QVERIFY(client.received() == expected);
 }
 
-QTEST_GUILESS_MAIN(tst_tcpend)
+VANTREL_TEST(tst_tcpend)
 #include "tst_tcpend.moc"

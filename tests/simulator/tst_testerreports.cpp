@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/BuiltInDevices.h"
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -207,5 +208,5 @@ void tst_testerreports::packetsAreTold()
     QCOMPARE(sent, (QList<QByteArray>{"85"_hex, "a8 1b"_hex}));
 }
 
-QTEST_GUILESS_MAIN(tst_testerreports)
+VANTREL_TEST(tst_testerreports)
 #include "tst_testerreports.moc"

@@ -2,6 +2,7 @@
 #include "simulator/BuiltInDevices.h"
 #include "simulator/CurrentReading.h"
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -291,5 +292,5 @@ void tst_usbport::addressesAreTakenOnce()
     QCOMPARE(talk.ask("01 05 80 08 0000 0000 0100"_hex), packet("81 00 00"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_usbport)
+VANTREL_TEST(tst_usbport)
 #include "tst_usbport.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/DeviceTalk.h"
 #include "simulator/Talk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -223,5 +224,5 @@ void tst_usualdevices::diskUnits()
         QCOMPARE(ask(*disk, wrong).toHex(), QByteArray("0e"));
 }
 
-QTEST_GUILESS_MAIN(tst_usualdevices)
+VANTREL_TEST(tst_usualdevices)
 #include "tst_usualdevices.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/DeviceTalk.h"
+#include "support/TestProgram.h"
 
 #include <QTest>
 
@@ -442,5 +443,5 @@ void tst_virtualdevice::oddDescriptors()
     QCOMPARE(ask(empty, "8000 0000 0000 0200"_hex), "00 0000"_hex);
 }
 
-QTEST_GUILESS_MAIN(tst_virtualdevice)
+VANTREL_TEST(tst_virtualdevice)
 #include "tst_virtualdevice.moc"

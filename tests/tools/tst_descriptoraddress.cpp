@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "tools/ViewerBench.h"
 
 #include <QTest>
@@ -161,5 +162,5 @@ void tst_descriptoraddress::addressBreaksInTheMiddle()
     QVERIFY(bench.endedWith("Timeout"));
 }
 
-QTEST_GUILESS_MAIN(tst_descriptoraddress)
+VANTREL_TEST(tst_descriptoraddress)
 #include "tst_descriptoraddress.moc"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "tools/ViewerBench.h"
 
 #include <QTest>
@@ -402,5 +403,5 @@ void tst_descriptorerrors::otherRepliesInBetween()
     QCOMPARE(bench.sent(), request("80 06 00 02 00 00 09 00"_hex));
 }
 
-QTEST_GUILESS_MAIN(tst_descriptorerrors)
+VANTREL_TEST(tst_descriptorerrors)
 #include "tst_descriptorerrors.moc"

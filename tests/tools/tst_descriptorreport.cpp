@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/publicvars.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 #include "tools/DescriptorBytes.h"
 #include "tools/DescriptorReport.h"
@@ -369,5 +370,5 @@ void tst_descriptorreport::longDump()
                  dump + QStringLiteral("\r\n"));
 }
 
-QTEST_GUILESS_MAIN(tst_descriptorreport)
+VANTREL_TEST(tst_descriptorreport)
 #include "tst_descriptorreport.moc"

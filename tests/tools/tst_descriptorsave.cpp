@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "tools/ViewerBench.h"
 
 #include <QTest>
@@ -150,5 +151,5 @@ void tst_descriptorsave::failures()
     QCOMPARE(bench.saved(bench.create("report.txt", {})), Report); // the next one succeeds
 }
 
-QTEST_GUILESS_MAIN(tst_descriptorsave)
+VANTREL_TEST(tst_descriptorsave)
 #include "tst_descriptorsave.moc"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "tools/ViewerBench.h"
 
 #include <QSignalSpy>
@@ -432,5 +433,5 @@ void tst_descriptorviewer::viewerGoes()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(tst_descriptorviewer)
+VANTREL_TEST(tst_descriptorviewer)
 #include "tst_descriptorviewer.moc"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "tools/BuilderBench.h"
 
 #include <QTest>
@@ -451,5 +452,5 @@ void TestRequestBuilder::readingTellsOfData()
              QStringLiteral("vendor request 0x00 to the device, host to device, 2 bytes"));
 }
 
-QTEST_GUILESS_MAIN(TestRequestBuilder)
+VANTREL_TEST(TestRequestBuilder)
 #include "tst_requestbuilder.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/publicvars.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "support/Thrown.h"
 #include "tools/RequestFile.h"
 
@@ -154,5 +155,5 @@ void TestRequestFile::data()
     QCOMPARE(data.size(), dataBytes);
 }
 
-QTEST_GUILESS_MAIN(TestRequestFile)
+VANTREL_TEST(TestRequestFile)
 #include "tst_requestfile.moc"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "tools/RequestReading.h"
 
 #include <QTest>
@@ -213,5 +214,5 @@ void TestRequestReading::everyPacketHasOne()
     }
 }
 
-QTEST_GUILESS_MAIN(TestRequestReading)
+VANTREL_TEST(TestRequestReading)
 #include "tst_requestreading.moc"

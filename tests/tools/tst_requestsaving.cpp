@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "tools/BuilderBench.h"
 
 #include <QTest>
@@ -448,5 +449,5 @@ void TestRequestSaving::readingFollows()
              QStringLiteral("GET_INTERFACE (interface 0), device to host, 18 bytes"));
 }
 
-QTEST_GUILESS_MAIN(TestRequestSaving)
+VANTREL_TEST(TestRequestSaving)
 #include "tst_requestsaving.moc"

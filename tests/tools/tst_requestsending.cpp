@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "tools/BuilderBench.h"
 
 #include <QTest>
@@ -266,5 +267,5 @@ void TestRequestSending::withoutConnection()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestRequestSending)
+VANTREL_TEST(TestRequestSending)
 #include "tst_requestsending.moc"

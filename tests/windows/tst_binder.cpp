@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "windows/Binder.h"
 
 #include <QAction>
@@ -463,5 +464,5 @@ void TestBinder::focusStaysWhereTheUserWent()
     QVERIFY(bench.field->hasFocus());
 }
 
-QTEST_MAIN(TestBinder)
+VANTREL_WINDOW_TEST(TestBinder)
 #include "tst_binder.moc"

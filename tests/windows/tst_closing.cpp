@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/frmNewIP.h"
 #include "link/Utils.h"
+#include "support/TestProgram.h"
 #include "windows/DialogBench.h"
 
 #include <QFileDialog>
@@ -190,5 +191,5 @@ void TestClosing::voltageBeingTyped()
     QCOMPARE(bench.serial->writtenBytes(), QByteArray());
 }
 
-QTEST_MAIN(TestClosing)
+VANTREL_WINDOW_TEST(TestClosing)
 #include "tst_closing.moc"

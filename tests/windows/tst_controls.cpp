@@ -2,6 +2,7 @@
 #include "console/frmNewIP.h"
 #include "protocol/FlashForm.h"
 #include "support/ControlSets.h"
+#include "support/TestProgram.h"
 #include "windows/Binder.h"
 #include "windows/WindowBench.h"
 
@@ -300,5 +301,5 @@ void TestControls::kindsInDetail()
     }
 }
 
-QTEST_MAIN(TestControls)
+VANTREL_WINDOW_TEST(TestControls)
 #include "tst_controls.moc"

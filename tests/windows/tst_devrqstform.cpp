@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "windows/Binder.h"
 #include "windows/RequestFormBench.h"
 
@@ -301,5 +302,5 @@ void TestDevRqstForm::fixedWidth()
         QVERIFY2(QFontInfo(bench.get<QWidget>(name).font()).fixedPitch(), name);
 }
 
-QTEST_MAIN(TestDevRqstForm)
+VANTREL_WINDOW_TEST(TestDevRqstForm)
 #include "tst_devrqstform.moc"

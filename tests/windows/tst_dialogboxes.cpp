@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "windows/DialogBench.h"
 #include "windows/DialogBoxes.h"
 
@@ -233,5 +234,5 @@ void TestDialogBoxes::withoutAWindow()
     QVERIFY(answer == Answer::No);
 }
 
-QTEST_MAIN(TestDialogBoxes)
+VANTREL_WINDOW_TEST(TestDialogBoxes)
 #include "tst_dialogboxes.moc"

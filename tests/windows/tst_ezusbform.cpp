@@ -2,6 +2,7 @@
 #include "maintenance/EZUSBForm.h"
 #include "maintenance/EzUsbConverter.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "windows/Binder.h"
 #include "windows/DialogBench.h"
 
@@ -299,5 +300,5 @@ void TestEZUSBForm::realDialogs()
     bench.window.reset(); // the form with it, before the converter
 }
 
-QTEST_MAIN(TestEZUSBForm)
+VANTREL_WINDOW_TEST(TestEZUSBForm)
 #include "tst_ezusbform.moc"

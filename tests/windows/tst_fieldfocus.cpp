@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "windows/FieldFocus.h"
 #include "windows/ToolWindow.h"
 #include "windows/WindowBench.h"
@@ -201,5 +202,5 @@ void TestFieldFocus::comesToTheFront()
     waitUntilActive(bench.window);
 }
 
-QTEST_MAIN(TestFieldFocus)
+VANTREL_WINDOW_TEST(TestFieldFocus)
 #include "tst_fieldfocus.moc"

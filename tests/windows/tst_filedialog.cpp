@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "windows/DialogBench.h"
 #include "windows/FileDialog.h"
 
@@ -363,5 +364,5 @@ void TestFileDialog::withoutAWindow()
     QCOMPARE(chosen, QString());
 }
 
-QTEST_MAIN(TestFileDialog)
+VANTREL_WINDOW_TEST(TestFileDialog)
 #include "tst_filedialog.moc"

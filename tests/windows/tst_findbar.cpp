@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "windows/FindBar.h"
 #include "windows/ToolWindow.h"
 #include "windows/WindowBench.h"
@@ -234,5 +235,5 @@ void tst_findbar::closeButton()
     QVERIFY(bench.window.isVisible());
 }
 
-QTEST_MAIN(tst_findbar)
+VANTREL_WINDOW_TEST(tst_findbar)
 #include "tst_findbar.moc"

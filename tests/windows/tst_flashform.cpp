@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/FlashForm.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "windows/DialogBench.h"
 
 #include <QLabel>
@@ -275,5 +276,5 @@ void TestFlashForm::keyboardAlone()
     QCOMPARE(bench.sent(), ("1b53 31 00 02"_hex + "Mine    " + "1b45"_hex).toHex());
 }
 
-QTEST_MAIN(TestFlashForm)
+VANTREL_WINDOW_TEST(TestFlashForm)
 #include "tst_flashform.moc"

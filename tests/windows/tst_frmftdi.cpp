@@ -3,6 +3,7 @@
 #include "maintenance/RealEeprom.h"
 #include "maintenance/frmFTDI.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "windows/Binder.h"
 #include "windows/WindowBench.h"
 
@@ -388,5 +389,5 @@ void TestFrmFTDI::opensAgain()
     QCOMPARE(bench.ftdi.image(), FtdiEeprom());
 }
 
-QTEST_MAIN(TestFrmFTDI)
+VANTREL_WINDOW_TEST(TestFrmFTDI)
 #include "tst_frmftdi.moc"

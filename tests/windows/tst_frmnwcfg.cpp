@@ -2,6 +2,7 @@
 #include "maintenance/NetworkConfig.h"
 #include "maintenance/frmNWCfg.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "windows/Binder.h"
 #include "windows/WindowBench.h"
 
@@ -341,5 +342,5 @@ void TestFrmNWCfg::opensAgain()
     QCOMPARE(bench.box("tbIP_0").text(), QStringLiteral("192"));
 }
 
-QTEST_MAIN(TestFrmNWCfg)
+VANTREL_WINDOW_TEST(TestFrmNWCfg)
 #include "tst_frmnwcfg.moc"

@@ -2,6 +2,7 @@
 #include "maintenance/FWLoad.h"
 #include "maintenance/FirmwareLoader.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "windows/Binder.h"
 #include "windows/DialogBench.h"
 
@@ -262,5 +263,5 @@ void TestFWLoad::realDialogs()
     bench.window.reset(); // the form with it, before the loader
 }
 
-QTEST_MAIN(TestFWLoad)
+VANTREL_WINDOW_TEST(TestFWLoad)
 #include "tst_fwload.moc"

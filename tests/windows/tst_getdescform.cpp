@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "tools/DescriptorViewer.h"
 #include "tools/GetDescForm.h"
 #include "windows/Binder.h"
@@ -467,5 +468,5 @@ void tst_getdescform::savesIntoANewFile()
                  TimeoutReport);
 }
 
-QTEST_MAIN(tst_getdescform)
+VANTREL_WINDOW_TEST(tst_getdescform)
 #include "tst_getdescform.moc"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "tools/HelpForm.h"
 #include "tools/frmAbout.h"
 #include "windows/ProgramIcon.h"
@@ -273,5 +274,5 @@ void TestHelpWindows::iconInTheBox()
     QCOMPARE(shown.toImage(), programIcon().pixmap(64).toImage());
 }
 
-QTEST_MAIN(TestHelpWindows)
+VANTREL_WINDOW_TEST(TestHelpWindows)
 #include "tst_helpwindows.moc"

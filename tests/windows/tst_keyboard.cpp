@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "windows/WindowBench.h"
 
 #include <QApplication>
@@ -122,5 +123,5 @@ void TestKeyboard::itemByMnemonic()
     QTRY_VERIFY(!bench.session.Logging);
 }
 
-QTEST_MAIN(TestKeyboard)
+VANTREL_WINDOW_TEST(TestKeyboard)
 #include "tst_keyboard.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/ControlSets.h"
+#include "support/TestProgram.h"
 #include "windows/WindowBench.h"
 
 #include <QApplication>
@@ -420,5 +421,5 @@ void TestMainWindow::disabledPanesTakeNoInput()
     QVERIFY(!select());
 }
 
-QTEST_MAIN(TestMainWindow)
+VANTREL_WINDOW_TEST(TestMainWindow)
 #include "tst_mainwindow.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/frmNewIP.h"
+#include "support/TestProgram.h"
 #include "windows/DialogBench.h"
 
 #include <QComboBox>
@@ -238,5 +239,5 @@ void TestNewName::opensEmptyAgain()
     QCOMPARE(bench.field.text(), QString());
 }
 
-QTEST_MAIN(TestNewName)
+VANTREL_WINDOW_TEST(TestNewName)
 #include "tst_newname.moc"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
 #include "windows/WindowBench.h"
 
 #include <QApplication>
@@ -172,5 +173,5 @@ void TestPortWindow::automodeWarnsAfterTheCommand()
     QCOMPARE(bench.dialogs.messages.size(), 1);
 }
 
-QTEST_MAIN(TestPortWindow)
+VANTREL_WINDOW_TEST(TestPortWindow)
 #include "tst_portwindow.moc"

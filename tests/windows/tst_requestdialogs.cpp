@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "tools/DevRqstForm.h"
 #include "tools/RequestBuilder.h"
 #include "windows/DialogBench.h"
@@ -185,5 +186,5 @@ void TestRequestDialogs::windowGoesWithItsDialog()
     QVERIFY(!bench.box());
 }
 
-QTEST_MAIN(TestRequestDialogs)
+VANTREL_WINDOW_TEST(TestRequestDialogs)
 #include "tst_requestdialogs.moc"

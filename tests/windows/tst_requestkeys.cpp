@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 #include "windows/RequestFormBench.h"
 
 #include <QLabel>
@@ -326,5 +327,5 @@ void TestRequestKeys::readingFollowsEveryKey()
     QVERIFY(bench.text("SetupReading").contains(QLatin1String("4660 bytes")));
 }
 
-QTEST_MAIN(TestRequestKeys)
+VANTREL_WINDOW_TEST(TestRequestKeys)
 #include "tst_requestkeys.moc"

@@ -2,6 +2,7 @@
 #include "ScriptText.h"
 #include "protocol/ScriptFile.h"
 #include "support/Hex.h"
+#include "support/TestProgram.h"
 
 #include <QDir>
 #include <QFile>
@@ -223,5 +224,5 @@ void tst_scripttext::programTellsItsUsage()
     }
 }
 
-QTEST_GUILESS_MAIN(tst_scripttext)
+VANTREL_TEST(tst_scripttext)
 #include "tst_scripttext.moc"
