@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/SerialTransport.h"
 
+#include "link/HangUpNotifier.h"
+
 #include <algorithm>
 
 namespace vantrel {
@@ -32,11 +34,14 @@ bool meansDeviceLost(QSerialPort::SerialPortError error)
 
 SerialTransport::SerialTransport()
 {
+    // An error that a command met closes the port as well: not every driver hangs up first.
     connect(&m_port, &QSerialPort::readyRead, this, &Transport::bytesArrived);
     connect(this, &SerialTransport::deviceLost, this, &SerialTransport::closeLost,
             Qt::QueuedConnection);
     connect(&m_port, &QSerialPort::errorOccurred, this, &SerialTransport::onError);
 }
+
+SerialTransport::~SerialTransport() = default;
 
 std::optional<QString> SerialTransport::open(const Endpoint &endpoint)
 {
@@ -45,6 +50,10 @@ std::optional<QString> SerialTransport::open(const Endpoint &endpoint)
     setLineSettings(endpoint.settings);
     if (!m_port.open(QIODevice::ReadWrite))
         return m_port.errorString();
+#ifdef Q_OS_UNIX
+    m_hangUp = std::make_unique<HangUpNotifier>(m_port.handle());
+    connect(m_hangUp.get(), &HangUpNotifier::hungUp, this, &SerialTransport::closeForgetting);
+#endif
     return std::nullopt;
 }
 
@@ -59,6 +68,7 @@ void SerialTransport::close()
 /// The port would keep what it could not send, and send it when it is opened again.
 void SerialTransport::closeForgetting()
 {
+    m_hangUp.reset(); // it holds the device open too
     if (m_port.bytesToWrite() > 0)
         m_port.clear(QSerialPort::Output);
     m_port.close();

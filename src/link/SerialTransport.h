@@ -5,7 +5,11 @@
 
 #include <QSerialPort>
 
+#include <memory>
+
 namespace vantrel {
+
+class HangUpNotifier;
 
 /// A serial port. What it could not send before it is closed is forgotten. When its device vanishes
 /// (adapter pulled) the port closes silently and isConnected() turns false; it never emits
@@ -16,6 +20,7 @@ class SerialTransport : public Transport
 
 public:
     SerialTransport();
+    ~SerialTransport() override;
 
     std::optional<QString> open(const Endpoint &endpoint) override;
     void close() override;
@@ -26,7 +31,7 @@ public:
     qint64 read(char *buffer, qint64 capacity) override;
 
 signals:
-    /// Its own: reaches the port once the port's notification has returned.
+    /// Connected to this object: closes the port after the port's own notification has returned.
     void deviceLost();
 
 private:
@@ -35,6 +40,7 @@ private:
     void closeForgetting();
 
     QSerialPort m_port;
+    std::unique_ptr<HangUpNotifier> m_hangUp; // while the port is open; empty where there is none
 };
 
 } // namespace vantrel

@@ -20,6 +20,8 @@ using namespace vantrel::test;
 
 namespace {
 
+constexpr int OneSecond = 1000; // ms
+
 /// A transport and everything that comes out of it.
 struct Near
 {
@@ -221,8 +223,10 @@ void TestSerialTransport::ownClose()
 {
     Near near;
     QVERIFY(!near.open(m_far->device()));
+    QVERIFY(m_far->isNearEndOpen());
     near.transport.close();
     QVERIFY(!near.transport.isConnected());
+    QVERIFY(!m_far->isNearEndOpen()); // nothing else holds the device
     near.transport.close();
     QTest::qWait(0);
     QCOMPARE(near.failures, 0);
@@ -261,7 +265,7 @@ void TestSerialTransport::vanishedDevice()
 
     m_far->pull();
 
-    QTRY_VERIFY(!near.transport.isConnected());
+    QVERIFY(turnsUntil([&] { return !near.transport.isConnected(); }, OneSecond));
     QCOMPARE(near.failures, 0);
     near.transport.write("into nothing");
     near.transport.setLineSettings(" 38400,n,8,1");

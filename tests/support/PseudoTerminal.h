@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -34,6 +35,13 @@ public:
         if (m_master >= 0)
             ::close(m_master);
         m_master = -1;
+    }
+
+    /// A program has the near end open. Before its first use it counts as open.
+    bool isNearEndOpen() const
+    {
+        pollfd state{m_master, 0, 0};
+        return ::poll(&state, 1, 0) == 0 || (state.revents & POLLHUP) == 0;
     }
 
     /// Everything that has arrived by now.
