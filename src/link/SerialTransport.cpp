@@ -92,7 +92,7 @@ void SerialTransport::setLineSettings(const QByteArray &settings)
 
 void SerialTransport::write(const QByteArray &bytes)
 {
-    m_port.write(bytes);
+    m_port.write(bytes.constData(), bytes.size()); // copied, see TcpTransport::write()
 }
 
 qint64 SerialTransport::read(char *buffer, qint64 capacity)

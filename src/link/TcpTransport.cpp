@@ -55,7 +55,9 @@ bool TcpTransport::isConnected() const
 
 void TcpTransport::write(const QByteArray &bytes)
 {
-    if (isConnected() && m_socket.write(bytes) != bytes.size())
+    // Copied as far as it has to wait: the queue would otherwise share the array and keep its spare
+    // capacity.
+    if (isConnected() && m_socket.write(bytes.constData(), bytes.size()) != bytes.size())
         fail();
 }
 
