@@ -48,6 +48,7 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setApplicationVersion(QString::fromLatin1(version::Text));
+    QApplication::setDesktopFileName(QLatin1String("local.vantrel.console"));
 
     QApplication::setWindowIcon(programIcon());
 
