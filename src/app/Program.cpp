@@ -24,7 +24,6 @@ Program::Program(Options options)
             number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
     }
     m_console.session().UnsignedWords = m_options.unsignedWords;
-    QObject::connect(&m_console, &Console::loaded, &m_main, [this] { applyOptions(); });
 }
 
 std::optional<QString> Program::start()
@@ -38,7 +37,8 @@ std::optional<QString> Program::start()
         return QStringLiteral("cannot make the folder ") + m_options.tourDirectory;
 
     m_main.show();
-    m_console.load(namesFile());
+    loadConsole();
+    applyOptions();
     if (tour)
         takeTour();
     return std::nullopt;
@@ -65,14 +65,18 @@ QString Program::dataFolder() const
                : m_options.tourDirectory;
 }
 
-/// A tour makes its own, so that each begins with a first start.
-QString Program::namesFile() const
+/// A tour has a names file of its own, so that each begins with a first start.
+void Program::loadConsole()
 {
-    if (m_options.tourDirectory.isEmpty())
-        return NetworkNames::filePath(QCoreApplication::applicationDirPath(), dataFolder());
-    QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
+    if (m_options.tourDirectory.isEmpty()) {
+        const QString directory = QCoreApplication::applicationDirPath();
+        m_console.load(NetworkNames::filePath(directory, dataFolder()),
+                       NetworkNames::sharedFiles(directory));
+        return;
+    }
+    const QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
     QFile::remove(path);
-    return path;
+    m_console.load(path);
 }
 
 void Program::applyOptions()
