@@ -2,6 +2,7 @@
 #include "app/Program.h"
 
 #include "app/Tour.h"
+#include "link/Files.h"
 #include "link/SerialTransport.h"
 #include "link/TcpTransport.h"
 #include "simulator/BuiltInDevices.h"
@@ -14,7 +15,7 @@
 namespace vantrel {
 
 Program::Program(Options options)
-    : m_options(std::move(options)),
+    : m_options(std::move(options)), m_dialogs(startDirectories()),
       m_console(m_dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
       m_tools(m_console, m_dialogs, dataFolder()), m_main(m_console)
 {
@@ -63,6 +64,14 @@ QString Program::dataFolder() const
     return m_options.tourDirectory.isEmpty()
                ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
                : m_options.tourDirectory;
+}
+
+/// A program that is not installed leaves them to Qt: the current directory at first.
+StartDirectories Program::startDirectories() const
+{
+    if (!isInstalled(QCoreApplication::applicationDirPath()))
+        return {};
+    return {QDir::homePath(), dataFolder()};
 }
 
 /// A tour has a names file of its own, so that each begins with a first start.

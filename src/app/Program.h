@@ -28,6 +28,7 @@ public:
 private:
     std::optional<QString> startSimulator();
     QString dataFolder() const;
+    StartDirectories startDirectories() const;
     void loadConsole();
     void applyOptions();
     void selectNetwork(const QString &host, quint16 port);
