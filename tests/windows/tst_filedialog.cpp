@@ -228,6 +228,7 @@ void TestFileDialog::directoryHasGone()
     Bench bench(saving(), places.start());
     bench.enter(bench.file("new.log"));
     QVERIFY(bench.directory.remove());
+    QFileDialog().setDirectory(QDir::rootPath()); // which Qt would take in its place
     ask(bench.dialogs, opening(), bench.chosen);
     QCOMPARE(bench.dialog().directory().path(), places.home);
 }
