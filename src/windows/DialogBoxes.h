@@ -3,6 +3,8 @@
 
 #include "link/Dialogs.h"
 
+#include <utility>
+
 namespace vantrel {
 
 /// Where file dialogs start until a file has been chosen. Without a general directory, they start
@@ -21,7 +23,7 @@ struct StartDirectories
 class DialogBoxes : public Dialogs
 {
 public:
-    explicit DialogBoxes(const StartDirectories &start = {}) : m_start(start) {}
+    explicit DialogBoxes(StartDirectories start = {}) : m_start(std::move(start)) {}
 
     QCoro::Task<Answer> messageBox(Message message) override;
     QCoro::Task<QString> fileDialog(FileChoice choice) override;
