@@ -2,6 +2,7 @@
 #include "app/Program.h"
 
 #include "app/Tour.h"
+#include "link/Files.h"
 #include "link/SerialTransport.h"
 #include "link/TcpTransport.h"
 #include "simulator/BuiltInDevices.h"
@@ -14,7 +15,7 @@
 namespace vantrel {
 
 Program::Program(Options options)
-    : m_options(std::move(options)),
+    : m_options(std::move(options)), m_dialogs(startDirectories()),
       m_console(m_dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
       m_tools(m_console, m_dialogs, dataFolder()), m_main(m_console)
 {
@@ -24,7 +25,6 @@ Program::Program(Options options)
             number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
     }
     m_console.session().UnsignedWords = m_options.unsignedWords;
-    QObject::connect(&m_console, &Console::loaded, &m_main, [this] { applyOptions(); });
 }
 
 std::optional<QString> Program::start()
@@ -38,7 +38,8 @@ std::optional<QString> Program::start()
         return QStringLiteral("cannot make the folder ") + m_options.tourDirectory;
 
     m_main.show();
-    m_console.load(namesFile());
+    loadConsole();
+    applyOptions();
     if (tour)
         takeTour();
     return std::nullopt;
@@ -65,14 +66,26 @@ QString Program::dataFolder() const
                : m_options.tourDirectory;
 }
 
-/// A tour makes its own, so that each begins with a first start.
-QString Program::namesFile() const
+/// A program that is not installed leaves them to Qt: the current directory at first.
+StartDirectories Program::startDirectories() const
 {
-    if (m_options.tourDirectory.isEmpty())
-        return NetworkNames::filePath(QCoreApplication::applicationDirPath(), dataFolder());
-    QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
+    if (!isInstalled(QCoreApplication::applicationDirPath()))
+        return {};
+    return {QDir::homePath(), dataFolder()};
+}
+
+/// A tour has a names file of its own, so that each begins with a first start.
+void Program::loadConsole()
+{
+    if (m_options.tourDirectory.isEmpty()) {
+        const QString directory = QCoreApplication::applicationDirPath();
+        m_console.load(NetworkNames::filePath(directory, dataFolder()),
+                       NetworkNames::sharedFiles(directory));
+        return;
+    }
+    const QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
     QFile::remove(path);
-    return path;
+    m_console.load(path);
 }
 
 void Program::applyOptions()

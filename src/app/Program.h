@@ -28,7 +28,8 @@ public:
 private:
     std::optional<QString> startSimulator();
     QString dataFolder() const;
-    QString namesFile() const;
+    StartDirectories startDirectories() const;
+    void loadConsole();
     void applyOptions();
     void selectNetwork(const QString &host, quint16 port);
     QCoro::Task<> takeTour();

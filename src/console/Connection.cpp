@@ -35,9 +35,9 @@ QCoro::Task<> Connection::connectClicked()
 void Connection::setSelectionEnabled(bool enabled)
 {
     MainControls &main = m_session.Main;
-    for (Control *control :
-         {&main.Comm1, &main.Comm2, &main.Comm3, &main.Comm4, &main.CommE, &main.cbNWName})
+    for (Control *control : {&main.Comm1, &main.Comm2, &main.Comm3, &main.Comm4, &main.CommE})
         control->setEnabled(enabled);
+    main.cbNWName.setEnabled(enabled && !m_session.NamesLoading);
 }
 
 /// 1 to 4, or 0 when the network is selected.

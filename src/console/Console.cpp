@@ -43,7 +43,7 @@ void Console::setUpControls()
     main.Window.setEnabled(true);
 }
 
-void Console::load(const QString &namesFile)
+void Console::load(const QString &namesFile, const QStringList &sharedNames)
 {
     m_session.RespText.clear();
     m_session.TickCount = 0;
@@ -79,19 +79,18 @@ void Console::load(const QString &namesFile)
         control->setEnabled(false);
     m_session.RespDirty = false;
 
-    m_errors.run([this, namesFile] { return loadNames(namesFile); });
+    m_errors.run([this, namesFile, sharedNames] { return loadNames(namesFile, sharedNames); });
 }
 
-QCoro::Task<> Console::loadNames(QString namesFile)
+QCoro::Task<> Console::loadNames(QString namesFile, QStringList sharedNames)
 {
     std::optional<RuntimeError> failure;
     try {
-        co_await m_names.load(namesFile);
+        co_await m_names.load(namesFile, sharedNames);
     } catch (const RuntimeError &error) {
         failure = error;
     }
     m_session.DescTimeout = 0;
-    emit loaded();
     if (failure)
         throw RuntimeError(*failure);
 }

@@ -40,9 +40,10 @@ public:
     Console(Dialogs &dialogs, std::unique_ptr<Transport> serial, std::unique_ptr<Transport> tcp);
     ~Console() override;
 
-    /// The start-up sequence; `namesFile` is the path of the network names file. `loaded` is
-    /// emitted at its end.
-    void load(const QString &namesFile);
+    /// The start-up sequence. The network names come from `namesFile` or, when it does not exist,
+    /// from one of `sharedNames`: see NetworkNames::load(). Returns while a message box about the
+    /// names is still open; the console can be used meanwhile.
+    void load(const QString &namesFile, const QStringList &sharedNames = {});
 
     /// One tick of the main timer, 100 ms.
     void Timer1();
@@ -80,7 +81,6 @@ public:
     ErrorBoundary &errors() { return m_errors; }
 
 signals:
-    void loaded();
     /// "<New>" was chosen: the dialog `frmNewIP` is to be shown.
     void newNetworkNameWanted();
     /// The descriptor viewer may be shown.
@@ -88,7 +88,7 @@ signals:
 
 private:
     void setUpControls();
-    QCoro::Task<> loadNames(QString namesFile);
+    QCoro::Task<> loadNames(QString namesFile, QStringList sharedNames);
     QCoro::Task<> refuseDescriptorViewer();
     void redrawResponses();
     void countDown();

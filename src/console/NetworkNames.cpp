@@ -9,6 +9,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
 #include <QTemporaryFile>
 
 #include <algorithm>
@@ -98,15 +100,70 @@ std::optional<QString> firstIllegal(const QString &name)
     return std::nullopt;
 }
 
-void createEmpty(const QString &path)
+/// The directories of this kind that all users share.
+QStringList sharedDirectories(QStandardPaths::StandardLocation location)
 {
+    QStringList directories = QStandardPaths::standardLocations(location);
+    directories.removeOne(QStandardPaths::writableLocation(location)); // the user's own comes first
+    return directories;
+}
+
+/// The contents of the first file that can be read, nothing when none of them exists. Throws
+/// RuntimeError for the first that exists when none can be read.
+std::optional<QByteArray> readFirst(const QStringList &paths)
+{
+    std::optional<RuntimeError> failure;
+    for (const QString &path : paths) {
+        if (!QFile::exists(path))
+            continue;
+        try {
+            return readWholeFile(path);
+        } catch (const RuntimeError &error) {
+            if (!failure)
+                failure = error;
+        }
+    }
+    if (failure)
+        throw RuntimeError(*failure);
+    return std::nullopt;
+}
+
+void makeDirectoryOf(const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).path()); // a failure shows when the file is opened
+}
+
+/// Keeps what another instance of the program may have written since the file was found missing.
+void createIfMissing(const QString &path)
+{
+    makeDirectoryOf(path);
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
         throw RuntimeError::file(file.errorString(), path);
+}
+
+/// The line that NetworkNames::parse() reads as this entry. An entry that needs quotes was read
+/// from between quotes, so it holds none.
+QByteArray lineOf(const QString &entry)
+{
+    const QByteArray bytes = entry.toLatin1();
+    const bool quoted = bytes.startsWith(' ') || bytes.contains(',') || bytes.contains('\r') ||
+                        bytes.contains('\n');
+    return (quoted ? '"' + bytes + '"' : bytes) + "\r\n";
+}
+
+void createList(const QString &path, const QStringList &entries)
+{
+    QByteArray contents;
+    for (const QString &entry : entries)
+        contents += lineOf(entry);
+    makeDirectoryOf(path);
+    replaceFile(path, contents);
 }
 
 void appendLine(const QString &path, const QString &line)
 {
+    makeDirectoryOf(path);
     QFile file(path);
     const QByteArray bytes = line.toLatin1() + "\r\n";
     const bool written = file.open(QIODevice::WriteOnly | QIODevice::Append) &&
@@ -124,10 +181,19 @@ NetworkNames::NetworkNames(Session &session, VornComm &link, Dialogs &dialogs)
 
 QString NetworkNames::filePath(const QString &programDirectory, const QString &dataDirectory)
 {
-    if (canWriteIn(programDirectory))
-        return programDirectory + QLatin1Char('/') + FileName;
-    QDir().mkpath(dataDirectory);
-    return dataDirectory + QLatin1Char('/') + FileName;
+    const bool beside = !isInstalled(programDirectory) && canWriteIn(programDirectory);
+    return (beside ? programDirectory : dataDirectory) + QLatin1Char('/') + FileName;
+}
+
+QStringList NetworkNames::sharedFiles(const QString &programDirectory)
+{
+    QStringList paths{programDirectory + QLatin1Char('/') + FileName};
+    for (const auto location :
+         {QStandardPaths::GenericConfigLocation, QStandardPaths::GenericDataLocation}) {
+        for (const QString &directory : sharedDirectories(location))
+            paths.append(directory + QStringLiteral("/vantrel/") + FileName);
+    }
+    return paths;
 }
 
 QStringList NetworkNames::parse(const QByteArray &contents)
@@ -138,44 +204,80 @@ QStringList NetworkNames::parse(const QByteArray &contents)
     return entries;
 }
 
-QCoro::Task<> NetworkNames::load(QString path)
+QCoro::Task<> NetworkNames::load(QString path, QStringList sharedPaths)
 {
     m_path = path;
-    Control &cbNWName = m_session.Main.cbNWName;
-    cbNWName.setItems({});
+    m_sharedEntries.clear();
+    m_session.NamesLoading = true;
+    m_session.Main.cbNWName.setItems({});
+    setIndex(-1);
 
     QStringList entries;
     std::optional<RuntimeError> failure;
     try {
         if (QFile::exists(path)) {
             entries = parse(readWholeFile(path));
+        } else if (const auto shared = readFirst(sharedPaths)) {
+            entries = m_sharedEntries = parse(*shared);
         } else {
             const Message notice{QStringLiteral("Creating Network Name File"),
                                  QStringLiteral("Vantrel Initialization")};
             co_await m_dialogs.messageBox(notice);
-            createEmpty(path);
+            createIfMissing(path);
+            entries = parse(readWholeFile(path));
         }
     } catch (const RuntimeError &error) {
         failure = error;
     }
-    cbNWName.setItems(entries << NewEntry);
-    cbNWName.setEnabled(true);
+    m_session.NamesLoading = false;
+    fill(entries);
     if (failure)
         throw RuntimeError(*failure);
+}
+
+/// Names that were offered while the user was asked follow the entries; the chosen one stays so.
+void NetworkNames::fill(QStringList entries)
+{
+    MainControls &main = m_session.Main;
+    const QStringList offered = main.cbNWName.items();
+    const QString chosen = offered.value(main.cbNWName.index());
+    for (const QString &name : offered) {
+        if (!entries.contains(name))
+            entries.append(name);
+    }
+    main.cbNWName.setItems(entries << NewEntry);
+    if (!offered.isEmpty())
+        setIndex(static_cast<int>(entries.indexOf(chosen)));
+    main.cbNWName.setEnabled(main.CommE.isEnabled()); // not while connected
 }
 
 void NetworkNames::offer(const QString &name)
 {
     Control &cbNWName = m_session.Main.cbNWName;
     if (!cbNWName.items().contains(name))
-        cbNWName.insertItem(static_cast<int>(cbNWName.items().size()) - 1, name);
+        insert(name);
     choose(static_cast<int>(cbNWName.items().indexOf(name)));
+}
+
+/// Before "<New>", which the list lacks while it is loading. Returns the position.
+int NetworkNames::insert(const QString &name)
+{
+    Control &cbNWName = m_session.Main.cbNWName;
+    const int position = std::max(0, static_cast<int>(cbNWName.items().lastIndexOf(NewEntry)));
+    cbNWName.insertItem(position, name);
+    return position;
 }
 
 void NetworkNames::choose(int index)
 {
     m_session.Main.cbNWName.setIndex(index);
     nameClicked();
+}
+
+void NetworkNames::setIndex(int index)
+{
+    m_chosenIndex = index;
+    m_session.Main.cbNWName.setIndex(index);
 }
 
 bool NetworkNames::nameClicked()
@@ -205,11 +307,12 @@ QCoro::Task<bool> NetworkNames::add(QString name)
         co_return false;
     }
 
-    appendLine(m_path, name);
-    Control &cbNWName = m_session.Main.cbNWName;
-    const int position = static_cast<int>(cbNWName.items().size()) - 1;
-    cbNWName.insertItem(position, name);
-    choose(position);
+    // The user's own file, once it exists, is the whole list at the next start.
+    if (m_sharedEntries.isEmpty() || QFile::exists(m_path))
+        appendLine(m_path, name);
+    else
+        createList(m_path, m_sharedEntries + QStringList{name});
+    choose(insert(name));
     co_return true;
 }
 

@@ -46,9 +46,10 @@ QCoro::Task<> SessionLog::fileNew()
 {
     Control &FileNew = m_session.Main.FileNew;
     FileNew.setEnabled(false);
-    const FileChoice choice{FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
-                            QStringLiteral("Log Files|*.log"), QStringLiteral("log"),
-                            QStringLiteral("*.log")};
+    FileChoice choice{FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
+                      QStringLiteral("Log Files|*.log"), QStringLiteral("log"),
+                      QStringLiteral("*.log")};
+    choice.inDataDirectory = true;
     const QString path = co_await m_dialogs.fileDialog(choice);
     if (path.isEmpty())
         FileNew.setEnabled(true);

@@ -35,6 +35,8 @@ struct FileChoice
     QString filter;
     QString defaultSuffix; ///< without the dot
     QString fileName;      ///< initial name
+    /// Start in the directory for the program's own files, until a file has been chosen.
+    bool inDataDirectory = false;
 };
 
 /// The questions that handlers put to the user. Nothing blocks: each answer is awaited.

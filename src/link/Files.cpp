@@ -4,8 +4,15 @@
 #include "link/RuntimeError.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
 
 namespace vantrel {
+
+bool isInstalled(const QString &programDirectory)
+{
+    return QFileInfo(programDirectory + QStringLiteral("/../share/vantrel")).isDir();
+}
 
 QByteArray readWholeFile(const QString &path)
 {
@@ -25,6 +32,21 @@ void writeAtStart(const QString &path, QByteArrayView bytes)
         throw RuntimeError::file(file.errorString(), path);
     // A full disk may show only when the buffer is written out.
     if (file.write(bytes.data(), bytes.size()) != bytes.size() || !file.flush())
+        throw RuntimeError::file(file.errorString(), path);
+}
+
+void replaceFile(const QString &path, QByteArrayView bytes)
+{
+    // With a buffer, a failure to write out the last of it would go unnoticed.
+    QSaveFile file(path);
+    bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    // The write that fills the disk returns a smaller count; the next one fails with the reason.
+    while (written && !bytes.isEmpty()) {
+        const qint64 count = file.write(bytes.data(), bytes.size());
+        written = count > 0;
+        bytes = bytes.sliced(written ? count : 0);
+    }
+    if (!written || !file.commit())
         throw RuntimeError::file(file.errorString(), path);
 }
 

@@ -93,6 +93,7 @@ struct Session
     bool NetworkMode = false;          ///< TCP, not serial; fixed for the life of one connection
     QString RemoteHost;                ///< network name last chosen
     std::array<qint32, 7> BaudTable{}; ///< baud; the search uses the first four
+    bool NamesLoading = false;         ///< `cbNWName` is not filled yet and stays disabled
     qint32 LinkLosses = 0;             ///< counts connections ended, by the user or by a failure
     qint16 BaudIndex = 0;
     qint16 RxState = 0; ///< de-framer state

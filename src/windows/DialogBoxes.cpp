@@ -5,6 +5,8 @@
 #include "windows/FileDialog.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QMainWindow>
 #include <QMessageBox>
 
@@ -68,14 +70,29 @@ QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
     if (!below)
         co_return QString();
 
-    auto *dialog = new FileDialog(choice, below);
-    const OneShot<QString> path;
-    QObject::connect(dialog, &QFileDialog::finished, dialog, [dialog, path](int result) {
-        path.resolve(result == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString());
+    auto *dialog = new FileDialog(choice, directoryFor(choice), below);
+    const OneShot<QString> answer;
+    QObject::connect(dialog, &QFileDialog::finished, dialog, [dialog, answer](int result) {
+        answer.resolve(result == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString());
     });
-    QObject::connect(dialog, &QObject::destroyed, [path] { path.resolve({}); });
+    QObject::connect(dialog, &QObject::destroyed, [answer] { answer.resolve({}); });
     dialog->open();
-    co_return co_await path;
+    const QString path = co_await answer;
+    if (!path.isEmpty())
+        m_lastDirectory = QFileInfo(path).path();
+    co_return path;
+}
+
+/// Empty for Qt's choice.
+QString DialogBoxes::directoryFor(const FileChoice &choice) const
+{
+    if (m_start.general.isEmpty())
+        return {};
+    if (!m_lastDirectory.isEmpty() && QDir(m_lastDirectory).exists())
+        return m_lastDirectory;
+    if (choice.inDataDirectory && QDir().mkpath(m_start.data))
+        return m_start.data;
+    return m_start.general;
 }
 
 } // namespace vantrel

@@ -3,7 +3,17 @@
 
 #include "link/Dialogs.h"
 
+#include <utility>
+
 namespace vantrel {
+
+/// Where file dialogs start until a file has been chosen. Without a general directory, they start
+/// where Qt's do.
+struct StartDirectories
+{
+    QString general;
+    QString data; ///< for the program's own files; made when it is needed
+};
 
 /// The program's message boxes and file dialogs, each window-modal over the window that the user is
 /// working in, or over the main window. They are named "MessageBox" and "FileDial1".
@@ -13,8 +23,16 @@ namespace vantrel {
 class DialogBoxes : public Dialogs
 {
 public:
+    explicit DialogBoxes(StartDirectories start = {}) : m_start(std::move(start)) {}
+
     QCoro::Task<Answer> messageBox(Message message) override;
     QCoro::Task<QString> fileDialog(FileChoice choice) override;
+
+private:
+    QString directoryFor(const FileChoice &choice) const;
+
+    StartDirectories m_start;
+    QString m_lastDirectory; ///< of the file chosen last
 };
 
 } // namespace vantrel

@@ -30,7 +30,7 @@ QMessageBox *openBox(QMessageBox::Icon icon, QMessageBox::StandardButtons button
 
 } // namespace
 
-FileDialog::FileDialog(const FileChoice &choice, QWidget *parent)
+FileDialog::FileDialog(const FileChoice &choice, const QString &directory, QWidget *parent)
     : QFileDialog(parent, choice.title), m_kind(choice.kind)
 {
     const bool saving = choice.kind != FileChoice::Kind::OpenExisting;
@@ -42,6 +42,8 @@ FileDialog::FileDialog(const FileChoice &choice, QWidget *parent)
     setFileMode(saving ? AnyFile : ExistingFile);
     setNameFilter(nameFilter(choice.filter));
     setDefaultSuffix(choice.defaultSuffix);
+    if (!directory.isEmpty())
+        setDirectory(directory);
     if (!choice.fileName.contains(QLatin1Char('*')))
         selectFile(choice.fileName);
 }

@@ -19,8 +19,9 @@ class FileDialog : public QFileDialog
     Q_OBJECT
 
 public:
-    /// An initial name with a "*" in it chooses no file.
-    FileDialog(const FileChoice &choice, QWidget *parent);
+    /// An initial name with a "*" in it chooses no file. An empty `directory` is Qt's choice: the
+    /// one last visited, or the current one.
+    FileDialog(const FileChoice &choice, const QString &directory, QWidget *parent);
 
     /// "Log Files|*.log" as Qt has it: "Log Files (*.log)".
     static QString nameFilter(const QString &labelAndPattern);

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "console/NamesBench.h"
 #include "support/ConsoleBench.h"
-#include "support/LinkBench.h"
-#include "support/Outcome.h"
 #include "support/TestProgram.h"
-#include "support/Thrown.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -16,63 +14,6 @@ namespace {
 
 const QString NewEntry = QStringLiteral("<New>");
 const QByteArray Legal = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz-.";
-
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
-
-void write(const QString &path, const QByteArray &contents)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(contents), contents.size());
-}
-
-/// The list of names alone.
-struct NamesBench : LinkBench
-{
-    QTemporaryDir directory;
-    QString path = directory.filePath(QStringLiteral("VLnetNames.dat"));
-    FakeDialogs dialogs;
-    NetworkNames names{session, link, dialogs};
-    Control &cbNWName = session.Main.cbNWName;
-
-    explicit NamesBench(const QByteArray &contents = {})
-    {
-        write(path, contents);
-        load();
-    }
-    QString load() // the error, if any
-    {
-        QString error;
-        [](NetworkNames &list, QString from, QString &raised) -> QCoro::Task<> {
-            try {
-                co_await list.load(from);
-            } catch (const RuntimeError &thrown) {
-                raised = thrown.shortName();
-            }
-        }(names, path, error);
-        return error;
-    }
-    Outcome<bool> add(const QString &name) { return outcomeOf(names.add(name)); }
-
-    /// The user opens the list and takes an entry.
-    bool choose(int index)
-    {
-        cbNWName.adoptIndex(index);
-        return names.nameClicked();
-    }
-};
-
-QStringList listOf(std::initializer_list<const char *> entries)
-{
-    QStringList list;
-    for (const char *entry : entries)
-        list.append(QString::fromLatin1(entry));
-    return list;
-}
 
 } // namespace
 
@@ -107,8 +48,6 @@ private slots:
     void offer();
     void consoleUsesTheChosenName();
     void consoleAsksForTheDialog();
-    void filePath();
-    void filePathFallsBack();
 };
 
 void TestNetworkNames::parse_data()
@@ -210,8 +149,8 @@ void TestNetworkNames::unreadableFile()
 void TestNetworkNames::fileCannotBeCreated()
 {
     NamesBench bench;
-    bench.path = bench.directory.filePath(QStringLiteral("none/VLnetNames.dat"));
-    QCOMPARE(bench.load(), QLatin1String("No such file or directory: ") + bench.path);
+    bench.path += QLatin1String("/a file in place of a directory");
+    QCOMPARE(bench.load(), QLatin1String("Not a directory: ") + bench.path);
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text, QLatin1String("Creating Network Name File"));
     QCOMPARE(bench.cbNWName.items(), QStringList{NewEntry});
@@ -443,27 +382,6 @@ void TestNetworkNames::consoleAsksForTheDialog()
     bench.main.cbNWName.adoptIndex(0);
     bench.console.networkNameClicked();
     QCOMPARE(wanted.size(), 1);
-}
-
-void TestNetworkNames::filePath()
-{
-    QTemporaryDir program;
-    QTemporaryDir data;
-    QCOMPARE(NetworkNames::filePath(program.path(), data.path()),
-             program.path() + QLatin1String("/VLnetNames.dat"));
-    QVERIFY(QDir(program.path()).isEmpty()); // trying leaves nothing behind
-    QVERIFY(QDir(data.path()).isEmpty());
-}
-
-void TestNetworkNames::filePathFallsBack()
-{
-    QTemporaryDir data;
-    const QString directory = data.filePath(QStringLiteral("made/on demand"));
-    QCOMPARE(NetworkNames::filePath(QStringLiteral("/proc"), directory),
-             directory + QLatin1String("/VLnetNames.dat"));
-    QVERIFY(QFileInfo(directory).isDir());
-    QCOMPARE(NetworkNames::filePath(QStringLiteral("/no/such/directory"), directory),
-             directory + QLatin1String("/VLnetNames.dat"));
 }
 
 VANTREL_TEST(TestNetworkNames)

@@ -166,6 +166,7 @@ void TestSessionLog::theDialog()
     QCOMPARE(choice.filter, QLatin1String("Log Files|*.log"));
     QCOMPARE(choice.defaultSuffix, QLatin1String("log"));
     QCOMPARE(choice.fileName, QLatin1String("*.log"));
+    QVERIFY(choice.inDataDirectory);
 }
 
 void TestSessionLog::cancelled()

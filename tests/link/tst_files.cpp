@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Files.h"
 #include "link/Words.h"
+#include "support/FileSizeLimit.h"
 #include "support/Hex.h"
 #include "support/TestProgram.h"
 #include "support/Thrown.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -22,6 +24,9 @@ private slots:
     void missingFileIsNamed();
     void missingDirectoryIsNamed();
     void fullDiskIsTold();
+    void replacesWhole();
+    void replacesNothingOnAFullDisk();
+    void installed();
     void words_data();
     void words();
     void fieldsThatDoNotFit();
@@ -61,6 +66,47 @@ void TestFiles::fullDiskIsTold()
 {
     QCOMPARE(thrownBy([] { writeAtStart(QStringLiteral("/dev/full"), "00"_hex); }),
              QStringLiteral("No space left on device: /dev/full"));
+}
+
+void TestFiles::replacesWhole()
+{
+    replaceFile(path("whole"), "0102030405"_hex);
+    QCOMPARE(readWholeFile(path("whole")), "0102030405"_hex);
+    replaceFile(path("whole"), "0d0a"_hex);
+    QCOMPARE(readWholeFile(path("whole")), "0d0a"_hex);
+    replaceFile(path("whole"), {});
+    QCOMPARE(readWholeFile(path("whole")), QByteArray());
+    QCOMPARE(thrownBy([&] { replaceFile(path("no/where"), "00"_hex); }),
+             QStringLiteral("No such file or directory: ") + path("no/where"));
+}
+
+void TestFiles::replacesNothingOnAFullDisk()
+{
+    const QTemporaryDir directory;
+    const QString kept = directory.filePath(QStringLiteral("kept"));
+    replaceFile(kept, "before");
+    for (const qsizetype size : {101, 100'000}) {
+        const FileSizeLimit full(100);
+        QCOMPARE(thrownBy([&] { replaceFile(kept, QByteArray(size, 'x')); }),
+                 QStringLiteral("File too large: ") + kept);
+    }
+    QCOMPARE(readWholeFile(kept), QByteArray("before"));
+    QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void TestFiles::installed()
+{
+    const QTemporaryDir prefix;
+    const QDir root(prefix.path());
+    QVERIFY(root.mkpath(QStringLiteral("bin")));
+    QVERIFY(!isInstalled(root.filePath(QStringLiteral("bin"))));
+    QVERIFY(root.mkpath(QStringLiteral("share")));
+    writeAtStart(root.filePath(QStringLiteral("share/vantrel")), "a file");
+    QVERIFY(!isInstalled(root.filePath(QStringLiteral("bin"))));
+    QVERIFY(QFile::remove(root.filePath(QStringLiteral("share/vantrel"))));
+    QVERIFY(root.mkpath(QStringLiteral("share/vantrel")));
+    QVERIFY(isInstalled(root.filePath(QStringLiteral("bin"))));
+    QVERIFY(!isInstalled(root.path()));
 }
 
 void TestFiles::words_data()

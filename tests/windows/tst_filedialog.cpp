@@ -17,6 +17,15 @@ using namespace vantrel::test;
 
 namespace {
 
+/// Directories of its own for the time of a test, neither the current one nor Qt's last one.
+struct Places
+{
+    QTemporaryDir root;
+    QString home = root.path();
+    QString data = root.filePath(QStringLiteral("data/Vantrel"));
+    StartDirectories start() const { return {home, data}; }
+};
+
 QCoro::Task<> ask(DialogBoxes &dialogs, FileChoice choice, std::optional<QString> &path)
 {
     path = co_await dialogs.fileDialog(choice);
@@ -26,6 +35,13 @@ FileChoice saving()
 {
     return {FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
             QStringLiteral("Log Files|*.log"), QStringLiteral("log"), QStringLiteral("*.log")};
+}
+
+FileChoice savingAmongData()
+{
+    FileChoice choice = saving();
+    choice.inDataDirectory = true;
+    return choice;
 }
 
 FileChoice savingInto()
@@ -48,7 +64,7 @@ FileChoice opening()
 
 struct Bench
 {
-    explicit Bench(const FileChoice &choice)
+    explicit Bench(const FileChoice &choice, const StartDirectories &start = {}) : dialogs(start)
     {
         window->show();
         waitUntilActive(*window);
@@ -112,6 +128,11 @@ private slots:
     void nameFilter();
     void asAskedFor();
     void initialName();
+    void startsInTheDirectoryOfItsKind();
+    void startsWhereAFileWasChosen();
+    void directoryHasGone();
+    void dataDirectoryCannotBeMade();
+    void startsAsQtDoes();
     void savesNewFile();
     void defaultSuffix();
     void asksBeforeReplacing();
@@ -169,6 +190,67 @@ void TestFileDialog::initialName()
     named.fileName = QStringLiteral("bench.log");
     const Bench bench(named);
     QCOMPARE(child<QLineEdit>(bench.dialog(), "fileNameEdit").text(), QStringLiteral("bench.log"));
+}
+
+void TestFileDialog::startsInTheDirectoryOfItsKind()
+{
+    const Places places;
+    Bench bench(opening(), places.start());
+    QCOMPARE(bench.dialog().directory().path(), places.home);
+    QVERIFY(!QFileInfo::exists(places.data));
+    bench.dialog().close();
+
+    bench.chosen.reset();
+    ask(bench.dialogs, savingAmongData(), bench.chosen);
+    QCOMPARE(bench.dialog().directory().path(), places.data); // made now
+    QVERIFY(QFileInfo(places.data).isDir());
+    bench.dialog().close();
+
+    ask(bench.dialogs, opening(), bench.chosen); // nothing was chosen
+    QCOMPARE(bench.dialog().directory().path(), places.home);
+}
+
+void TestFileDialog::startsWhereAFileWasChosen()
+{
+    const Places places;
+    Bench bench(savingAmongData(), places.start());
+    bench.enter(bench.file("new.log"));
+    QCOMPARE(bench.chosen, bench.file("new.log"));
+    for (const FileChoice &choice : {opening(), savingAmongData()}) {
+        ask(bench.dialogs, choice, bench.chosen);
+        QCOMPARE(bench.dialog().directory().path(), bench.directory.path());
+        bench.dialog().close();
+    }
+}
+
+void TestFileDialog::directoryHasGone()
+{
+    const Places places;
+    Bench bench(saving(), places.start());
+    bench.enter(bench.file("new.log"));
+    QVERIFY(bench.directory.remove());
+    QFileDialog().setDirectory(QDir::rootPath()); // which Qt would take in its place
+    ask(bench.dialogs, opening(), bench.chosen);
+    QCOMPARE(bench.dialog().directory().path(), places.home);
+}
+
+void TestFileDialog::dataDirectoryCannotBeMade()
+{
+    Places places;
+    places.data = QStringLiteral("/proc/data");
+    const Bench bench(savingAmongData(), places.start());
+    QCOMPARE(bench.dialog().directory().path(), places.home);
+}
+
+void TestFileDialog::startsAsQtDoes()
+{
+    const QString before = QFileDialog().directory().path();
+    Bench bench(savingAmongData());
+    QCOMPARE(bench.dialog().directory().path(), before);
+    bench.enter(bench.file("new.log"));
+    const QString after = QFileDialog().directory().path();
+    ask(bench.dialogs, opening(), bench.chosen);
+    QCOMPARE(bench.dialog().directory().path(), after);
 }
 
 void TestFileDialog::savesNewFile()

@@ -1,0 +1,431 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/TestProgram.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr uid_t Nobody = 65534;
+
+QString text(const char *latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+/// A copy of a program in a "bin" of its own, a user's home and the directories of a system.
+class Layout
+{
+public:
+    enum class Kind { Installed, Copied };
+
+    explicit Layout(Kind kind, const char *program = DRIVEN_PROGRAM)
+    {
+        for (const char *directory : {"prefix/bin", "home", "work", "config1", "config2", "data1"})
+            make(directory);
+        if (kind == Kind::Installed)
+            make("prefix/share/vantrel");
+        if (!QFile::copy(text(program), path("prefix/bin/vantrel")))
+            qFatal("cannot copy %s", program);
+    }
+
+    QString path(const char *name) const { return m_root.filePath(text(name)); }
+    QString program() const { return path("prefix/bin/vantrel"); }
+    QString ownList() const { return path("home/.local/share/Vantrel/VLnetNames.dat"); }
+
+    void write(const char *name, const QByteArray &contents) const { write(path(name), contents); }
+    static void write(const QString &path, const QByteArray &contents)
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(contents), contents.size());
+    }
+
+    /// What lies in a directory, hidden files too.
+    QStringList listing(const char *directory) const
+    {
+        return QDir(path(directory))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+        variables.insert(text("QT_QPA_PLATFORM"), text("offscreen"));
+        variables.insert(text("HOME"), path("home"));
+        variables.insert(text("XDG_CONFIG_DIRS"),
+                         path("config1") + QLatin1Char(':') + path("config2"));
+        variables.insert(text("XDG_DATA_DIRS"), path("data1") + QLatin1Char(':') + path("data2"));
+        variables.insert(text("XDG_RUNTIME_DIR"), path("home/runtime")); // made by Qt
+        for (const char *name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"})
+            variables.remove(text(name));
+        return variables;
+    }
+
+    /// Nobody who runs a program from now on can write beside it.
+    void protectProgram() const
+    {
+        m_protected = true;
+        if (::geteuid() == 0) {
+            for (const QString &directory : {m_root.path(), path("home"), path("prefix")})
+                QVERIFY(::chmod(qPrintable(directory), 0755) == 0);
+            QVERIFY(::chown(qPrintable(path("home")), Nobody, Nobody) == 0);
+        } else {
+            QVERIFY(::chmod(qPrintable(path("prefix/bin")), 0555) == 0);
+        }
+    }
+    bool runsAsNobody() const { return m_protected && ::geteuid() == 0; }
+
+    Layout(const Layout &) = delete;
+    Layout &operator=(const Layout &) = delete;
+    ~Layout() { ::chmod(qPrintable(path("prefix/bin")), 0755); } // it can be removed then
+
+private:
+    void make(const char *directory) const
+    {
+        if (!QDir().mkpath(path(directory)))
+            qFatal("cannot make %s", directory);
+    }
+
+    QTemporaryDir m_root;
+    mutable bool m_protected = false;
+};
+
+/// The running program of a layout; it ends with the object.
+class Running
+{
+public:
+    explicit Running(const Layout &layout, const QStringList &arguments = {})
+    {
+        m_process.setProcessEnvironment(layout.environment());
+        m_process.setWorkingDirectory(layout.path("work"));
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        if (layout.runsAsNobody()) {
+            m_process.setChildProcessModifier([] {
+                if (::setgid(Nobody) != 0 || ::setuid(Nobody) != 0)
+                    ::_exit(1);
+            });
+        }
+        m_process.start(layout.program(), arguments);
+    }
+    ~Running() { end(); }
+
+    QString ask(const QString &command)
+    {
+        m_process.write(command.toUtf8() + '\n');
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(20'000)) {
+        }
+        return QString::fromUtf8(m_process.readLine()).trimmed();
+    }
+    QString ask(const char *command) { return ask(text(command)); }
+
+    /// The exit code.
+    int end()
+    {
+        if (m_process.state() == QProcess::NotRunning)
+            return m_process.exitCode();
+        m_process.closeWriteChannel();
+        if (!m_process.waitForFinished(20'000)) {
+            m_process.kill();
+            m_process.waitForFinished();
+            return -1;
+        }
+        return m_process.exitCode();
+    }
+    /// For a program that does not read its input.
+    void terminate()
+    {
+        m_process.terminate();
+        m_process.waitForFinished(20'000);
+    }
+
+private:
+    QProcess m_process;
+};
+
+const QString CreatingBox = QStringLiteral("Vantrel Initialization: Creating Network Name File");
+const QString NoBox = QStringLiteral("none");
+
+} // namespace
+
+/// The program as packages install it, and as a copy anywhere else: where it keeps its files.
+class tst_installed : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void firstStart();
+    void firstStartOfACopy();
+    void ownListIsTheList();
+    void listForAllUsers_data();
+    void listForAllUsers();
+    void orderOfLists();
+    void addToListForAllUsers();
+    void unreadableOwnList();
+    void copyThatCannotWriteBesideItself();
+    void optionsDoNotWaitForTheBox_data();
+    void optionsDoNotWaitForTheBox();
+    void connectDoesNotWaitForTheBox();
+    void realProgramConnectsBehindTheBox();
+    void logDialog();
+    void logDialogOfACopy();
+    void otherFileDialogs();
+    void tourLeavesTheUserFilesAlone();
+};
+
+void tst_installed::firstStart()
+{
+    const Layout layout(Layout::Kind::Installed);
+    Running program(layout);
+    QCOMPARE(program.ask("box"), CreatingBox);
+    QCOMPARE(program.ask("names"), text("disabled, -1:"));
+    QVERIFY(!QFile::exists(layout.ownList()));
+
+    QCOMPARE(program.ask("ok"), text("closed"));
+    QCOMPARE(program.ask("names"), text("enabled, -1: <New>"));
+    QCOMPARE(contentsOf(layout.ownList()), QByteArray());
+    QCOMPARE(program.ask("add 10.0.0.7"), text("enabled, 0: 10.0.0.7, <New>"));
+    QCOMPARE(contentsOf(layout.ownList()), QByteArray("10.0.0.7\r\n"));
+    QCOMPARE(program.end(), 0);
+
+    Running again(layout);
+    QCOMPARE(again.ask("box"), NoBox);
+    QCOMPARE(again.ask("names"), text("enabled, -1: 10.0.0.7, <New>"));
+    QCOMPARE(layout.listing("prefix/bin"), QStringList{text("vantrel")});
+}
+
+void tst_installed::firstStartOfACopy()
+{
+    const Layout layout(Layout::Kind::Copied);
+    Running program(layout);
+    QCOMPARE(program.ask("box"), CreatingBox);
+    QCOMPARE(program.ask("ok"), text("closed"));
+    program.ask("add 10.0.0.7");
+    QCOMPARE(contentsOf(layout.path("prefix/bin/VLnetNames.dat")), QByteArray("10.0.0.7\r\n"));
+    QVERIFY(!QFile::exists(layout.ownList()));
+}
+
+void tst_installed::ownListIsTheList()
+{
+    const Layout layout(Layout::Kind::Installed);
+    layout.write("prefix/bin/VLnetNames.dat", "shared\r\n");
+    Layout::write(layout.ownList(), "mine\n");
+    Running program(layout);
+    QCOMPARE(program.ask("box"), NoBox);
+    QCOMPARE(program.ask("names"), text("enabled, -1: mine, <New>"));
+    program.ask("add other");
+    QCOMPARE(contentsOf(layout.ownList()), QByteArray("mine\nother\r\n"));
+    QCOMPARE(contentsOf(layout.path("prefix/bin/VLnetNames.dat")), QByteArray("shared\r\n"));
+}
+
+void tst_installed::listForAllUsers_data()
+{
+    QTest::addColumn<QByteArray>("place");
+    for (const char *place :
+         {"prefix/bin", "config1/vantrel", "config2/vantrel", "data1/vantrel", "data2/vantrel"})
+        QTest::newRow(place) << QByteArray(place);
+}
+
+void tst_installed::listForAllUsers()
+{
+    QFETCH(QByteArray, place);
+    const Layout layout(Layout::Kind::Installed);
+    layout.write(qPrintable(QString::fromLatin1(place) + text("/VLnetNames.dat")),
+                 "lab-1\r\nlab-2\r\n");
+    Running program(layout);
+    QCOMPARE(program.ask("box"), NoBox);
+    QCOMPARE(program.ask("names"), text("enabled, -1: lab-1, lab-2, <New>"));
+    QCOMPARE(program.end(), 0);
+    QVERIFY(!QFile::exists(layout.path("home/.local/share/Vantrel")));
+}
+
+void tst_installed::orderOfLists()
+{
+    const Layout layout(Layout::Kind::Installed);
+    for (const char *place :
+         {"data2/vantrel", "data1/vantrel", "config2/vantrel", "config1/vantrel", "prefix/bin"}) {
+        const QByteArray entry = QByteArray(place).replace('/', '.');
+        layout.write(qPrintable(text(place) + text("/VLnetNames.dat")), entry + "\r\n");
+        Running program(layout);
+        QCOMPARE(program.ask("names"),
+                 text("enabled, -1: ") + QString::fromLatin1(entry) + text(", <New>"));
+    }
+}
+
+void tst_installed::addToListForAllUsers()
+{
+    const Layout layout(Layout::Kind::Installed);
+    layout.write("config1/vantrel/VLnetNames.dat", "lab-1\nlab-2");
+    Running program(layout, {text("--host"), text("for-this-run")});
+    QCOMPARE(program.ask("names"), text("enabled, 2: lab-1, lab-2, for-this-run, <New>"));
+    QCOMPARE(program.ask("add mine"), text("enabled, 3: lab-1, lab-2, for-this-run, mine, <New>"));
+    QCOMPARE(program.ask("box"), NoBox);
+    QCOMPARE(contentsOf(layout.ownList()), QByteArray("lab-1\r\nlab-2\r\nmine\r\n"));
+    QCOMPARE(contentsOf(layout.path("config1/vantrel/VLnetNames.dat")), QByteArray("lab-1\nlab-2"));
+    QCOMPARE(program.end(), 0);
+
+    layout.write("config1/vantrel/VLnetNames.dat", "changed later\r\n");
+    Running again(layout);
+    QCOMPARE(again.ask("names"), text("enabled, -1: lab-1, lab-2, mine, <New>"));
+}
+
+void tst_installed::unreadableOwnList()
+{
+    const Layout layout(Layout::Kind::Installed);
+    layout.write("config1/vantrel/VLnetNames.dat", "lab\r\n");
+    QVERIFY(QDir().mkpath(QFileInfo(layout.ownList()).path()));
+    QVERIFY(QFile::link(text("/proc/self/mem"), layout.ownList()));
+    Running program(layout);
+    QCOMPARE(program.ask("box"), text("Vantrel - Error: Input/output error: ") + layout.ownList());
+    program.ask("ok");
+    QCOMPARE(program.ask("names"), text("enabled, -1: <New>"));
+}
+
+/// A list that can be read is in use there, and is not lost with the first name of the user's own.
+void tst_installed::copyThatCannotWriteBesideItself()
+{
+    const Layout layout(Layout::Kind::Copied);
+    layout.write("prefix/bin/VLnetNames.dat", "lab\r\n");
+    layout.protectProgram();
+    Running program(layout);
+    QCOMPARE(program.ask("box"), NoBox);
+    QCOMPARE(program.ask("names"), text("enabled, -1: lab, <New>"));
+    QVERIFY(!QFile::exists(layout.path("home/.local/share/Vantrel")));
+    QCOMPARE(program.ask("add mine"), text("enabled, 1: lab, mine, <New>"));
+    QCOMPARE(contentsOf(layout.ownList()), QByteArray("lab\r\nmine\r\n"));
+    QCOMPARE(contentsOf(layout.path("prefix/bin/VLnetNames.dat")), QByteArray("lab\r\n"));
+}
+
+void tst_installed::optionsDoNotWaitForTheBox_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("host");
+    QTest::newRow("--host") << QStringList{text("--host"), text("bench-7")} << text("bench-7");
+    QTest::newRow("--simulator") << QStringList{text("--simulator")} << text("127.0.0.1");
+}
+
+void tst_installed::optionsDoNotWaitForTheBox()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QString, host);
+    const Layout layout(Layout::Kind::Installed);
+    Running program(layout, options);
+    QCOMPARE(program.ask("box"), CreatingBox);
+    QCOMPARE(program.ask("names"), text("disabled, 0: ") + host);
+    program.ask("ok");
+    QCOMPARE(program.ask("names"), text("enabled, 0: ") + host + text(", <New>"));
+    QCOMPARE(contentsOf(layout.ownList()), QByteArray());
+}
+
+void tst_installed::connectDoesNotWaitForTheBox()
+{
+    const Layout layout(Layout::Kind::Installed);
+    Running program(layout, {text("--simulator"), text("--connect")});
+    QCOMPARE(program.ask("box"), CreatingBox);
+    program.ask("ok");
+    QCOMPARE(program.ask("names"), text("disabled, 0: 127.0.0.1, <New>"));
+    QCOMPARE(program.ask("press Connect"), text("Connect")); // it was "Disconnect"
+    QCOMPARE(program.ask("names"), text("enabled, 0: 127.0.0.1, <New>"));
+    QCOMPARE(program.ask("add mine"), text("enabled, 1: 127.0.0.1, mine, <New>"));
+    QCOMPARE(contentsOf(layout.ownList()), QByteArray("mine\r\n"));
+}
+
+/// Nobody closes the box of this one.
+void tst_installed::realProgramConnectsBehindTheBox()
+{
+    const Layout layout(Layout::Kind::Installed, VANTREL);
+    QTcpServer tester;
+    QVERIFY(tester.listen(QHostAddress::LocalHost));
+    Running program(layout, {text("--host"), text("127.0.0.1"), text("--port"),
+                             QString::number(tester.serverPort()), text("--connect")});
+    QVERIFY(tester.waitForNewConnection(20'000));
+    QTcpSocket *const console = tester.nextPendingConnection();
+    QVERIFY(console->waitForReadyRead(20'000));
+    QCOMPARE(console->readAll(), QByteArray::fromHex("1b530f1b45")); // the version query
+    QVERIFY(!QFile::exists(layout.ownList()));
+    program.terminate();
+    QCOMPARE(layout.listing("prefix/bin"), QStringList{text("vantrel")});
+}
+
+void tst_installed::logDialog()
+{
+    const Layout layout(Layout::Kind::Installed);
+    layout.write("config1/vantrel/VLnetNames.dat", "lab\r\n");
+    Running program(layout);
+    QCOMPARE(program.ask("box"), NoBox);
+    QVERIFY(!QFile::exists(layout.path("home/.local/share/Vantrel")));
+    program.ask("press FileNew");
+    QCOMPARE(program.ask("directory"), layout.path("home/.local/share/Vantrel"));
+    program.ask("choose first.log");
+    QVERIFY(QFile::exists(layout.path("home/.local/share/Vantrel/first.log")));
+}
+
+void tst_installed::logDialogOfACopy()
+{
+    const Layout layout(Layout::Kind::Copied);
+    layout.write("prefix/bin/VLnetNames.dat", {});
+    Running program(layout);
+    program.ask("press FileNew");
+    QCOMPARE(program.ask("directory"), layout.path("work"));
+    QVERIFY(!QFile::exists(layout.path("home/.local/share/Vantrel")));
+}
+
+void tst_installed::otherFileDialogs()
+{
+    const Layout layout(Layout::Kind::Installed);
+    layout.write("config1/vantrel/VLnetNames.dat", "lab\r\n");
+    layout.write("logs/old.log", {});
+    Running program(layout, {text("--simulator"), text("--connect")});
+    const auto scriptDirectory = [&program] {
+        program.ask("press ScriptLoad"); // disabled until the tester has answered
+        return program.ask("directory");
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(scriptDirectory(), layout.path("home"), 20'000);
+    program.ask("cancel");
+    program.ask("press FileNew");
+    QCOMPARE(program.ask("directory"), layout.path("home/.local/share/Vantrel"));
+    program.ask(text("choose ") + layout.path("logs/new.log"));
+    QVERIFY(QFile::exists(layout.path("logs/new.log")));
+
+    QCOMPARE(scriptDirectory(), layout.path("logs")); // that of the file chosen last
+    program.ask("cancel");
+    program.ask("press FileClose");
+    program.ask("press FileNew");
+    QCOMPARE(program.ask("directory"), layout.path("logs"));
+}
+
+/// A tour writes to its own directory, and begins with the box of a first start everywhere.
+void tst_installed::tourLeavesTheUserFilesAlone()
+{
+    const Layout layout(Layout::Kind::Installed, VANTREL);
+    layout.write("config1/vantrel/VLnetNames.dat", "lab\r\n");
+    QProcess tour;
+    tour.setProcessEnvironment(layout.environment());
+    tour.setWorkingDirectory(layout.path("work"));
+    tour.start(layout.program(), {text("--tour"), layout.path("tour")});
+    QVERIFY(tour.waitForFinished(90'000));
+    const QByteArray output = tour.readAllStandardOutput();
+    QVERIFY2(tour.exitCode() == 0, output.constData());
+    QVERIFY(output.contains("Creating Network Name File"));
+    QCOMPARE(contentsOf(layout.path("tour/VLnetNames.dat")), QByteArray("bench-tester\r\n"));
+    QVERIFY(!QFile::exists(layout.path("home/.local/share/Vantrel")));
+    QCOMPARE(layout.listing("prefix/bin"), QStringList{text("vantrel")});
+}
+
+VANTREL_TEST(tst_installed)
+#include "tst_installed.moc"
