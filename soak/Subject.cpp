@@ -24,15 +24,13 @@ Subject::Subject(const QString &directory)
     if (!end.listen())
         throw SoakFailure(QStringLiteral("the simulated tester found no free port"));
 
-    QObject::connect(&console, &Console::loaded, &window, [this] {
-        MainControls &main = console.session().Main;
-        main.Comm1.setChecked(false);
-        main.CommE.setChecked(true);
-        console.names().offer(QStringLiteral("127.0.0.1"));
-        console.link().setRemotePort(end.port());
-    });
     window.show();
     console.load(QDir(directory).filePath(QStringLiteral("VLnetNames.dat")));
+    MainControls &main = console.session().Main;
+    main.Comm1.setChecked(false);
+    main.CommE.setChecked(true);
+    console.names().offer(QStringLiteral("127.0.0.1"));
+    console.link().setRemotePort(end.port());
 }
 
 } // namespace vantrel::soak
