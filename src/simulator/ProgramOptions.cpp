@@ -109,6 +109,14 @@ void declareFaults(CLI::App &app, ProgramOptions &options)
     }
 }
 
+/// CLI11 2.5 and later reflow the text after the options, which here is a table.
+template <typename Formatter>
+void keepFooter(Formatter &formatter)
+{
+    if constexpr (requires { formatter.enable_footer_formatting(false); })
+        formatter.enable_footer_formatting(false);
+}
+
 Settings settingsOf(const Given &given)
 {
     Settings settings = given.model == 1 ? Settings::vorn1() : Settings::vorn2();
@@ -134,6 +142,7 @@ std::optional<int> parseProgramOptions(int argc, char **argv, ProgramOptions &op
     declareTester(app, given, options);
     const CLI::Option *pty = declareEnds(app, given, options);
     declareFaults(app, options);
+    keepFooter(*app.get_formatter());
     app.footer("Devices:\n  " +
                describeBuiltInDevices().join(QStringLiteral("\n  ")).toStdString());
     try {

@@ -165,7 +165,7 @@ void tst_simulatorprogram::badOptions()
 void tst_simulatorprogram::listsItsDevices()
 {
     Program program(words("--help"));
-    QVERIFY(program.says(QStringLiteral("(default keyboard,phone)")));
+    QVERIFY(program.says(QStringLiteral("keyboard,phone)"))); // the default; lines may be wrapped
     QVERIFY(program.says(QStringLiteral(
         "  disk              0x05           high-speed disk: two configurations, ")));
     QCOMPARE(program.exitCode(), 0);
