@@ -133,8 +133,8 @@ public:
     RecordingTransport *const transport = new RecordingTransport;
     test::FakeDialogs dialogs;
     Console console;
-    DescriptorViewer viewer{console.session(), console.commands(), dialogs, console.errors()};
-    FtdiUtility ftdi{console.session(), console.commands(), dialogs, console.errors(), path("")};
+    DescriptorViewer viewer{console.session(), console.requests(), dialogs, console.errors()};
+    FtdiUtility ftdi{console.session(), console.requests(), dialogs, console.errors(), path("")};
     FirmwareLoader loader{console.session(), console.link(), console.commands(), dialogs,
                           console.errors()};
     EzUsbConverter converter{console.session(), console.link(), console.commands(), dialogs,

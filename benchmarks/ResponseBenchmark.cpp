@@ -3,6 +3,7 @@
 #include "Comparisons.h"
 #include "StraightforwardConsole.h"
 #include "Streams.h"
+#include "protocol/DeviceRequests.h"
 #include "protocol/RecvDecode.h"
 #include "protocol/VornCommands.h"
 #include "support/LinkBench.h"
@@ -46,7 +47,8 @@ void runConsoleRepeatedly(const Traffic &traffic, const QString &logPath, int ti
 {
     test::LinkBench bench;
     VornCommands commands(bench.session, bench.link);
-    RecvDecode decoder(bench.session, commands);
+    DeviceRequests requests(bench.session, bench.link, commands);
+    RecvDecode decoder(bench.session, commands, requests);
     bench.link.setDispatcher([&decoder] { decoder.DispatchResponse(); });
     bench.open();
     bench.session.log.open(logPath);

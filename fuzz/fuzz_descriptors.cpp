@@ -4,6 +4,7 @@
 // walk goes on, ends, or waits for its count-down, and the next retrieval is as good as the first.
 #include "Input.h"
 #include "link/ErrorBoundary.h"
+#include "protocol/DeviceRequests.h"
 #include "protocol/RecvDecode.h"
 #include "protocol/VornCommands.h"
 #include "support/FakeDialogs.h"
@@ -36,6 +37,8 @@ public:
         m_bench.serial->written.clear();
         m_dialogs.messages.clear();
         m_replies = 0;
+        // Replies to an earlier retrieval can no longer come.
+        m_bench.session.TickCount += DeviceRequests::ReplyTicks;
         m_viewer.getDescClicked();
     }
 
@@ -89,8 +92,9 @@ private:
     test::FakeDialogs m_dialogs;
     ErrorBoundary m_errors{m_dialogs};
     VornCommands m_commands{m_bench.session, m_bench.link};
-    RecvDecode m_decoder{m_bench.session, m_commands};
-    DescriptorViewer m_viewer{m_bench.session, m_commands, m_dialogs, m_errors};
+    DeviceRequests m_requests{m_bench.session, m_bench.link, m_commands};
+    RecvDecode m_decoder{m_bench.session, m_commands, m_requests};
+    DescriptorViewer m_viewer{m_bench.session, m_requests, m_dialogs, m_errors};
     DescriptorViewerControls &m_controls = m_viewer.controls();
     DescriptorRetrieval &m_state = m_viewer.retrieval();
     qsizetype m_replies = 0;

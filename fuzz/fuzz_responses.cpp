@@ -4,6 +4,7 @@
 // many: both leave the same session behind, and the packet after them still arrives.
 #include "Input.h"
 #include "link/RuntimeError.h"
+#include "protocol/DeviceRequests.h"
 #include "protocol/RecvDecode.h"
 #include "protocol/VornCommands.h"
 #include "support/LinkBench.h"
@@ -56,7 +57,7 @@ public:
                           m_transport->writtenBytes() + '|' + session.RxPacket + '|' +
                           session.ConfigReadData + '|' + session.FlashScriptName.toUtf8();
         for (const int value :
-             {int{session.RxState}, int{session.LinkState}, int{session.FirmwareMajor},
+             {int{session.RxState}, int(session.LinkState), int{session.FirmwareMajor},
               int{session.FirmwareMinor}, int{session.TesterRamK}, int{session.TesterModel},
               int{session.TriggerHoldoff}, int{session.FlashStatus}, int{session.FlashSlotState},
               int{session.StatusSeen}, int{session.ScriptBusy}, int{session.ScriptDone},
@@ -92,7 +93,8 @@ public:
 private:
     test::LinkBench m_bench;
     VornCommands m_commands{m_bench.session, m_bench.link};
-    RecvDecode m_decoder{m_bench.session, m_commands};
+    DeviceRequests m_requests{m_bench.session, m_bench.link, m_commands};
+    RecvDecode m_decoder{m_bench.session, m_commands, m_requests};
     test::MemoryTransport *m_transport = nullptr;
     QByteArray m_toViewer;
     QByteArray m_toUtility;

@@ -41,12 +41,12 @@ void openBy(const char *menuItem, Main &main, Behaviour &...behaviour)
 } // namespace
 
 Tools::Tools(Console &console, Dialogs &dialogs, const QString &dataFolder)
-    : viewer(console.session(), console.commands(), dialogs, console.errors()),
-      builder(console.session(), console.commands(), dialogs, console.errors()),
+    : viewer(console.session(), console.requests(), dialogs, console.errors()),
+      builder(console.session(), console.requests(), dialogs, console.errors()),
       converter(console.session(), console.link(), console.commands(), dialogs, console.errors()),
       loader(console.session(), console.link(), console.commands(), dialogs, console.errors()),
       network(console.session(), console.commands(), dialogs, console.errors()),
-      ftdi(console.session(), console.commands(), dialogs, console.errors(), dataFolder)
+      ftdi(console.session(), console.requests(), dialogs, console.errors(), dataFolder)
 {
 }
 

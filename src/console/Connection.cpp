@@ -5,6 +5,7 @@
 #include "link/Utils.h"
 #include "link/VornComm.h"
 #include "link/publicvars.h"
+#include "protocol/DeviceRequests.h"
 #include "protocol/VornCommands.h"
 #include "protocol/VornScript.h"
 
@@ -16,8 +17,10 @@ namespace {
 constexpr qint32 TicksPerStep = 10;
 }
 
-Connection::Connection(Session &session, VornComm &link, VornCommands &commands, Dialogs &dialogs)
-    : m_session(session), m_link(link), m_commands(commands), m_dialogs(dialogs)
+Connection::Connection(Session &session, VornComm &link, VornCommands &commands,
+                       DeviceRequests &requests, Dialogs &dialogs)
+    : m_session(session), m_link(link), m_commands(commands), m_requests(requests),
+      m_dialogs(dialogs)
 {
 }
 
@@ -25,7 +28,7 @@ QCoro::Task<> Connection::connectClicked()
 {
     Control &Connect = m_session.Main.Connect;
     Connect.setEnabled(false);
-    if (Connect.text() == QLatin1String("Connect"))
+    if (m_session.LinkState == LinkStates::Closed)
         co_await ConnectStuff();
     else
         DoDisconnect();
@@ -84,7 +87,7 @@ QCoro::Task<> Connection::ConnectStuff()
 void Connection::DoDisconnect()
 {
     m_session.LinkState = LinkStates::Closed;
-    ++m_session.LinkLosses;
+    m_session.connection.cancel();
     m_link.CloseLink();
     setSelectionEnabled(true);
 
@@ -97,10 +100,9 @@ void Connection::DoDisconnect()
           &main.Vcc_AR, &main.UtilFM, &main.UtilDR, &main.UtilDV, &main.EZUSB,
           &main.mnuConfigureNetwork, &main.mnuUtilFTDI})
         control->setEnabled(false);
-    endUnreportedRun(m_session);
-    // No exchange outlives its connection.
-    m_session.ScriptBusy = false;
-    m_session.FtdiActive = false;
+    markScriptStopped(m_session);
+    m_session.leases.endConnection();
+    m_requests.endConnection();
     m_session.waits.check();
 }
 
@@ -121,11 +123,14 @@ QCoro::Task<> Connection::socketError(QString description)
         m_link.CloseLink();
         co_return;
     }
-    ++m_session.LinkLosses; // what waits for an answer need not wait for the box to be read
+    m_session.LossBoxOpen = true;
+    m_session.connection.cancel(); // exchanges end now, not when the box is closed
+    m_requests.endConnection();
     m_session.waits.check();
     const Message error{QStringLiteral("Network Error Detected: ") + description,
                         QStringLiteral("Vantrel Communications Manager")};
     co_await m_dialogs.messageBox(error);
+    m_session.LossBoxOpen = false;
     DoDisconnect();
 }
 

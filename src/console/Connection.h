@@ -7,6 +7,7 @@
 namespace vantrel {
 
 struct Session;
+class DeviceRequests;
 class Dialogs;
 class VornCommands;
 class VornComm;
@@ -15,7 +16,8 @@ class VornComm;
 class Connection
 {
 public:
-    Connection(Session &session, VornComm &link, VornCommands &commands, Dialogs &dialogs);
+    Connection(Session &session, VornComm &link, VornCommands &commands, DeviceRequests &requests,
+               Dialogs &dialogs);
 
     /// The button `Connect`: connects or disconnects, whichever its caption says.
     QCoro::Task<> connectClicked();
@@ -43,6 +45,7 @@ private:
     Session &m_session;
     VornComm &m_link;
     VornCommands &m_commands;
+    DeviceRequests &m_requests;
     Dialogs &m_dialogs;
     qint32 PollCount = 0; // ticks towards the one-second step
 };

@@ -12,12 +12,12 @@ namespace vantrel {
 Console::Console(Dialogs &dialogs, std::unique_ptr<Transport> serial,
                  std::unique_ptr<Transport> tcp)
     : m_dialogs(dialogs), m_errors(dialogs), m_link(m_session, std::move(serial), std::move(tcp)),
-      m_commands(m_session, m_link), m_decoder(m_session, m_commands),
-      m_script(m_session, m_link, m_commands),
+      m_commands(m_session, m_link), m_requests(m_session, m_link, m_commands),
+      m_decoder(m_session, m_commands, m_requests), m_script(m_session, m_link, m_commands),
       m_flash(m_session, m_commands, m_script, dialogs, m_errors),
-      m_connection(m_session, m_link, m_commands, dialogs), m_ports(m_session, m_commands),
-      m_scripts(m_session, m_commands, m_script, dialogs), m_log(m_session, dialogs, m_errors),
-      m_names(m_session, m_link, dialogs)
+      m_connection(m_session, m_link, m_commands, m_requests, dialogs),
+      m_ports(m_session, m_commands), m_scripts(m_session, m_commands, m_script, dialogs),
+      m_log(m_session, dialogs, m_errors), m_names(m_session, m_link, dialogs)
 {
     m_link.setDispatcher([this] { m_decoder.DispatchResponse(); });
     connect(&m_link, &VornComm::socketError, this, [this](const QString &description) {
@@ -36,7 +36,7 @@ void Console::setUpControls()
     MainControls &main = m_session.Main;
     main.Connect.setText(QStringLiteral("Connect"));
     main.Connect.setToolTip(QStringLiteral("Connect to Vorn Tester"));
-    main.ScriptRun.setText(QStringLiteral("Run"));
+    setScriptState(m_session, ScriptState::Idle);
     main.FileClose.setEnabled(false);
     main.LogFrame.setVisible(false);
     main.DownloadProgress.setVisible(false);
@@ -117,8 +117,7 @@ void Console::redrawResponses()
 
 void Console::countDown()
 {
-    if (m_session.DescTimeout > 0 && --m_session.DescTimeout == 0 && m_session.gd_abort)
-        m_session.gd_abort(QStringLiteral("Timeout"));
+    m_requests.tick();
     if (m_session.TriggerHoldoff > 0)
         --m_session.TriggerHoldoff;
 }

@@ -9,6 +9,7 @@
 #include "link/ErrorBoundary.h"
 #include "link/VornComm.h"
 #include "link/publicvars.h"
+#include "protocol/DeviceRequests.h"
 #include "protocol/FlashScripts.h"
 #include "protocol/RecvDecode.h"
 #include "protocol/VornCommands.h"
@@ -74,6 +75,7 @@ public:
     Session &session() { return m_session; }
     VornComm &link() { return m_link; }
     VornCommands &commands() { return m_commands; }
+    DeviceRequests &requests() { return m_requests; }
     PortControls &ports() { return m_ports; }
     NetworkNames &names() { return m_names; }
     SessionLog &log() { return m_log; }
@@ -98,6 +100,7 @@ private:
     ErrorBoundary m_errors;
     VornComm m_link;
     VornCommands m_commands;
+    DeviceRequests m_requests;
     RecvDecode m_decoder;
     VornScript m_script;
     FlashScripts m_flash;

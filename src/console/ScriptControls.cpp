@@ -3,6 +3,7 @@
 
 #include "link/Dialogs.h"
 #include "link/RuntimeError.h"
+#include "link/Utils.h"
 #include "link/publicvars.h"
 #include "protocol/VornCommands.h"
 #include "protocol/VornScript.h"
@@ -10,12 +11,19 @@
 #include <QFileInfo>
 
 #include <optional>
+#include <utility>
 
 namespace vantrel {
 
 QCoro::Task<> ScriptControls::scriptLoadClicked()
 {
+    if (const auto underWay = m_session.leases.conflict(LongExchange::ScriptDownload)) {
+        const Message refusal = refusalBox(*underWay);
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
     MainControls &main = m_session.Main;
+    const CancelToken token(m_session);
     m_session.ScriptError = false;
     main.ScriptLoad.setEnabled(false);
     main.ScriptRun.setEnabled(false);
@@ -28,7 +36,7 @@ QCoro::Task<> ScriptControls::scriptLoadClicked()
     const QString path = co_await m_dialogs.fileDialog(choice);
     std::optional<RuntimeError> failure;
     try {
-        co_await load(path);
+        co_await load(path, token);
     } catch (const RuntimeError &error) {
         failure = error;
     }
@@ -40,13 +48,25 @@ QCoro::Task<> ScriptControls::scriptLoadClicked()
         throw RuntimeError(*failure);
 }
 
-QCoro::Task<> ScriptControls::load(QString path)
+QCoro::Task<> ScriptControls::load(QString path, CancelToken token)
 {
     m_session.Main.ScriptName.setText(QFileInfo(path).fileName());
     if (path.isEmpty()) {
         m_session.ScriptError = true;
+        co_return;
+    }
+    if (!token.isLinkKept()) { // what was chosen for one tester is not sent to another
+        m_session.ScriptError = true;
+        ShowStatusLine(m_session, QStringLiteral("The connection has ended: no script was sent"));
+        co_return;
+    }
+    std::optional<LinkLease> lease = m_session.leases.acquire(LongExchange::ScriptDownload);
+    if (lease) {
+        co_await m_script.LoadVornScript(path, std::move(*lease));
     } else {
-        co_await m_script.LoadVornScript(path);
+        m_session.ScriptError = true;
+        const Message refusal = refusalBox(*m_session.leases.current());
+        co_await m_dialogs.messageBox(refusal);
     }
 }
 
@@ -54,8 +74,9 @@ void ScriptControls::scriptRunClicked()
 {
     MainControls &main = m_session.Main;
     main.ScriptRun.setEnabled(false);
-    if (main.ScriptRun.text() == QLatin1String("Run")) {
-        main.ScriptRun.setText(QStringLiteral("Stop"));
+    if (m_session.Script == ScriptState::Idle) {
+        setScriptState(m_session, ScriptState::Running);
+        m_session.Steps = StepReports::Executed;
         main.ScriptIdx.setText(QStringLiteral("Running"));
         main.ScriptLoad.setEnabled(false);
         m_commands.SendRunScript();

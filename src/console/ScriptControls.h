@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CancelToken.h"
+
 #include <QCoroTask>
 #include <QString>
 
@@ -28,7 +30,7 @@ public:
     void scriptRunClicked();
 
 private:
-    QCoro::Task<> load(QString path);
+    QCoro::Task<> load(QString path, CancelToken token);
 
     Session &m_session;
     VornCommands &m_commands;

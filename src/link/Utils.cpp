@@ -115,6 +115,12 @@ qint32 deadlineIn(const Session &session, qint32 ticks)
     return TickWrap(qint64{session.TickCount} + ticks);
 }
 
+qint32 ticksSince(const Session &session, qint32 tick)
+{
+    const qint32 ticks = session.TickCount - tick;
+    return ticks >= 0 ? ticks : ticks + TickModulus;
+}
+
 void InitLink(Session &session)
 {
     session.EscChar = QByteArray(1, static_cast<char>(wire::Esc));

@@ -42,6 +42,9 @@ Transport &VornComm::current() const
 std::optional<QString> VornComm::OpenLink()
 {
     m_held.clear();
+    m_holds = 0;
+    ++m_openings;
+    m_session.connection.cancel();
     if (m_session.NetworkMode)
         return tcpClient->open({m_remoteHost, m_remotePort, {}});
     const QString &device = m_serialDevices.at(static_cast<size_t>(m_serialPortNumber - 1));
@@ -97,11 +100,12 @@ void VornComm::releaseHeld()
     const QByteArray held = std::exchange(m_held, {});
     if (!held.isEmpty() && isConnected())
         current().write(held);
+    emit holdEnded();
 }
 
 PacketHold::~PacketHold()
 {
-    if (--m_link.m_holds == 0)
+    if (m_opening == m_link.m_openings && --m_link.m_holds == 0)
         m_link.releaseHeld();
 }
 

@@ -61,6 +61,9 @@ public:
     /// bytes wait to leave.
     bool takesPackets() const;
 
+    /// True while a PacketHold keeps back what does not belong to its download.
+    bool isHeld() const { return m_holds > 0; }
+
     /// Moves the serial line to the next of the four searched rates.
     void NextBaudRate();
 
@@ -81,6 +84,9 @@ public:
     QByteArray lineSettings() const;
 
 signals:
+    /// The last PacketHold has ended, and what it kept back has been written.
+    void holdEnded();
+
     /// The socket failed, or the other side closed it.
     void socketError(const QString &description);
 
@@ -102,15 +108,20 @@ private:
     QByteArray m_readBuffer;
     QByteArray m_held; // packets that leave once nothing holds them
     int m_holds = 0;
+    quint32 m_openings = 0; // of the link
 };
 
-/// While a download is sent piece by piece, between which the event loop has its turns: whatever
-/// else is sent meanwhile would become a step of the script, or would cut one in two. It leaves
-/// when the hold ends; it is lost with the link.
+/// Keeps back what others send while a script is downloaded in pieces: it would become a step of
+/// the script, or would cut one in two. Lives until the download has ended in the tester too. What
+/// was kept back is written then. When the link is opened anew, the hold ends and what was kept
+/// back is discarded.
 class PacketHold
 {
 public:
-    explicit PacketHold(VornComm &link) : m_link(link) { ++m_link.m_holds; }
+    explicit PacketHold(VornComm &link) : m_link(link), m_opening(link.m_openings)
+    {
+        ++m_link.m_holds;
+    }
     ~PacketHold();
     PacketHold(const PacketHold &) = delete;
     PacketHold &operator=(const PacketHold &) = delete;
@@ -126,6 +137,7 @@ public:
 
 private:
     VornComm &m_link;
+    quint32 m_opening; // of the link, for which this holds
 };
 
 } // namespace vantrel

@@ -40,6 +40,11 @@ Waits::Wait Waits::until(std::function<bool()> flag, qint32 deadline)
     return {*this, std::move(flag), deadline};
 }
 
+Waits::Wait Waits::until(std::function<bool()> flag)
+{
+    return {*this, std::move(flag), Never};
+}
+
 Waits::Wait Waits::oneTurn()
 {
     m_turnTimer.start(); // without delay: fires behind what is waiting already

@@ -54,6 +54,9 @@ public:
 
     Wait until(std::function<bool()> flag, qint32 deadline);
 
+    /// The same without a deadline. For what is certain to end by itself.
+    Wait until(std::function<bool()> flag);
+
     /// Lets the event loop take one turn: whatever has arrived is handled before the awaiting
     /// coroutine goes on. Answered, or Closed when the program is closing.
     Wait oneTurn();

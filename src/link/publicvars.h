@@ -2,8 +2,11 @@
 #pragma once
 
 #include "link/BoundedText.h"
+#include "link/CancelToken.h"
 #include "link/Control.h"
+#include "link/LinkLease.h"
 #include "link/LogFile.h"
+#include "link/OwnedValue.h"
 #include "link/Waits.h"
 
 #include <QByteArray>
@@ -15,13 +18,24 @@
 namespace vantrel {
 
 /// The connection state, as LinkState holds it.
-namespace LinkStates {
-constexpr qint16 Closed = 0;
-constexpr qint16 Opened = 1;    ///< link opened, tester not yet probed
-constexpr qint16 Probing = 2;   ///< version query sent, no answer yet
-constexpr qint16 Running = 3;   ///< tester answered in normal operation
-constexpr qint16 Bootstrap = 4; ///< tester answered from its bootstrap loader
-} // namespace LinkStates
+enum class LinkStates : qint16 {
+    Closed = 0,
+    Opened = 1,    ///< link opened, tester not yet probed
+    Probing = 2,   ///< version query sent, no answer yet
+    Running = 3,   ///< tester answered in normal operation
+    Bootstrap = 4, ///< tester answered from its bootstrap loader
+};
+
+/// Whether a script runs as far as is known: the button `ScriptRun` stops it then.
+enum class ScriptState : quint8 { Idle, Running };
+
+/// What the step reports of the tester belong to.
+enum class StepReports : quint8 {
+    Stored,   ///< a download: each counts as one step that the tester has stored
+    Executed, ///< a run, also of a script that still runs after a new connection
+};
+
+class DeviceRequests;
 
 /// The controls of the main window, as values. Each has the object name of its widget or action.
 struct MainControls
@@ -89,12 +103,13 @@ struct Session
     Session &operator=(const Session &) = delete;
 
     // Link
-    qint16 LinkState = LinkStates::Closed;
+    LinkStates LinkState = LinkStates::Closed;
     bool NetworkMode = false;          ///< TCP, not serial; fixed for the life of one connection
     QString RemoteHost;                ///< network name last chosen
     std::array<qint32, 7> BaudTable{}; ///< baud; the search uses the first four
     bool NamesLoading = false;         ///< `cbNWName` is not filled yet and stays disabled
-    qint32 LinkLosses = 0;             ///< counts connections ended, by the user or by a failure
+    CancelSource connection;           ///< cancelled when the connection ends or opens anew
+    bool LossBoxOpen = false;          ///< the box that reports a network error is open
     qint16 BaudIndex = 0;
     qint16 RxState = 0; ///< de-framer state
     QByteArray EscChar, PacketStart, PacketEnd, EscPair;
@@ -127,11 +142,15 @@ struct Session
     qint32 DownloadSize = -1; ///< bytes of the script that is being downloaded; -1 while none is
     qint32 DownloadSent = 0;  ///< of these, bytes sent
     qint32 ScriptSteps = 0;   ///< step reports seen since the download began
-    bool ScriptBusy = false;  ///< a long exchange owns the link: no probing, no polling
+    /// A long exchange owns the link: no probing, no polling.
+    OwnedValue<bool, LinkLeases> ScriptBusy;
+    LinkLeases leases{*this};
+    ScriptState Script = ScriptState::Idle; ///< set by setScriptState()
+    StepReports Steps = StepReports::Stored;
     bool ScriptDone = false;
     bool ScriptError = false;
-    bool DescActive = false; ///< device-request replies go to the descriptor viewer
-    bool FtdiActive = false; ///< device-request replies go to the FTDI utility
+    OwnedValue<bool, DeviceRequests> DescActive; ///< a descriptor retrieval is under way
+    OwnedValue<bool, DeviceRequests> FtdiActive; ///< a reply to the FTDI utility is expected
     bool FwBlockAck = false;
     bool ConfigReadDone = false;
     QByteArray ConfigReadData;
@@ -148,13 +167,6 @@ struct Session
     /// The tester is about to restart: a connection that it drops is no failure, and nobody is
     /// told.
     bool RestartExpected = false;
-
-    // Where replies go while DescActive or FtdiActive is set. The whole payload, code byte first;
-    // valid during the call only. Empty while no such window exists.
-    std::function<void(QByteArrayView payload)> descdecode;
-    std::function<void(QByteArrayView payload)> FTDIResp;
-    /// Ends a descriptor retrieval with a message.
-    std::function<void(const QString &message)> gd_abort;
 
     /// Called when writing the log failed: tells the user once and closes the log. Must not throw.
     std::function<void(const QString &reason)> logFailed;

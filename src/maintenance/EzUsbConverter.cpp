@@ -8,7 +8,6 @@
 #include "link/Utils.h"
 #include "link/VornComm.h"
 #include "link/Words.h"
-#include "maintenance/Exchange.h"
 #include "maintenance/IntelHex.h"
 #include "protocol/SetupPacket.h"
 #include "protocol/VornCommands.h"
@@ -19,6 +18,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <utility>
 
 namespace vantrel {
 
@@ -58,7 +58,7 @@ EzUsbConverter::EzUsbConverter(Session &session, VornComm &link, VornCommands &c
 
 void EzUsbConverter::opened()
 {
-    ++m_openings;
+    m_opening.cancel();
     for (Control *control : {&m_controls.filename, &m_controls.FNLabel, &m_controls.Loaded,
                              &m_controls.LinesLabel, &m_controls.busy, &m_controls.ConvertProgress})
         control->setVisible(false);
@@ -70,7 +70,7 @@ void EzUsbConverter::opened()
 
 void EzUsbConverter::closed()
 {
-    ++m_openings;
+    m_opening.cancel();
     m_session.waits.check();
 }
 
@@ -92,7 +92,12 @@ void EzUsbConverter::loadClicked()
 
 QCoro::Task<> EzUsbConverter::load()
 {
-    const Exchange exchange(m_session, m_openings);
+    if (const auto underWay = m_session.leases.conflict(LongExchange::EzUsbLoad)) {
+        const Message refusal = refusalBox(*underWay);
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
+    const CancelToken token(m_session, m_opening);
     m_controls.LoadFW.setEnabled(false);
     const FileChoice choice{FileChoice::Kind::OpenExisting,
                             QStringLiteral("Open EZ-USB Firmware File"),
@@ -101,9 +106,18 @@ QCoro::Task<> EzUsbConverter::load()
     const QString path = co_await m_dialogs.fileDialog(choice);
 
     std::optional<RuntimeError> failure;
-    if (!path.isEmpty() && exchange.windowIsThere()) {
+    if (!path.isEmpty() && !token.isLinkKept()) {
+        ShowStatusLine(m_session, QStringLiteral("The connection has ended: no firmware was sent"));
+    } else if (!path.isEmpty() && token.isWindowOpen()) {
+        std::optional<LinkLease> lease = m_session.leases.acquire(LongExchange::EzUsbLoad);
+        if (!lease) {
+            const Message refusal = refusalBox(*m_session.leases.current());
+            m_controls.LoadFW.setEnabled(true);
+            co_await m_dialogs.messageBox(refusal);
+            co_return;
+        }
         try {
-            co_await convert(path);
+            co_await convert(path, std::move(*lease));
         } catch (const RuntimeError &error) {
             failure = error;
         }
@@ -111,31 +125,45 @@ QCoro::Task<> EzUsbConverter::load()
 
     if (m_session.Main.Automode.isChecked() && m_link.isConnected())
         m_commands.SendAutoMode(true);
-    if (exchange.windowIsThere())
+    if (token.isWindowOpen())
         emit closeWanted();
     if (failure)
         throw RuntimeError(*failure);
 }
 
-QCoro::Task<> EzUsbConverter::convert(QString path)
+QCoro::Task<> EzUsbConverter::convert(QString path, LinkLease lease)
 {
     TextLines lines(readWholeFile(path));
     showFile(path);
-    const Exchange exchange(m_session, m_openings);
-    beginDownload();
+    const CancelToken token(m_session, m_opening);
+    const bool complete = co_await download(lines, lease, token);
+    if (!complete)
+        co_return;
+    lease.releaseForRun();
+    co_await showComplete(path);
+}
+
+/// What others send waits until the download has ended in the tester too. True when the tester has
+/// reported the end of a complete script.
+QCoro::Task<bool> EzUsbConverter::download(TextLines &lines, LinkLease &lease,
+                                           const CancelToken &token)
+{
+    PacketHold others(m_link);
+    lease.setBusy();
+    beginDownload(others);
     showProgress(lines);
 
     Ending ending = Ending::Stopped;
     try {
-        ending = co_await sendFirmware(lines, exchange);
+        ending = co_await sendFirmware(lines, others, token);
     } catch (const RuntimeError &) {
-        abandonDownload(exchange);
+        endDownload(others, token);
         throw;
     }
 
     if (ending == Ending::Complete) {
-        co_await finish(path, exchange);
-        co_return;
+        const bool reported = co_await awaitEnd(token);
+        co_return reported;
     }
     if (ending != Ending::Stopped) {
         const QString text = ending == Ending::NoRecord
@@ -143,7 +171,8 @@ QCoro::Task<> EzUsbConverter::convert(QString path)
                                  : QStringLiteral("Premature End of Firmware File");
         co_await showMessage(text, QStringLiteral("Line ") + numberText(m_line));
     }
-    abandonDownload(exchange);
+    endDownload(others, token);
+    co_return false;
 }
 
 void EzUsbConverter::showFile(const QString &path)
@@ -156,13 +185,12 @@ void EzUsbConverter::showFile(const QString &path)
         control->setVisible(true);
 }
 
-void EzUsbConverter::beginDownload()
+void EzUsbConverter::beginDownload(PacketHold &others)
 {
-    endUnreportedRun(m_session); // a download ends whatever runs
-    m_session.ScriptBusy = true;
+    beginStoredSteps(m_session);
     m_session.ScriptDone = false;
     m_session.ScriptError = false;
-    PacketHold(m_link).own([this] {
+    others.own([this] {
         m_commands.SendAutoMode(false);
         m_commands.SendScriptDownloadStart();
         m_commands.SendScriptOption(true);
@@ -171,17 +199,16 @@ void EzUsbConverter::beginDownload()
     m_controls.ConvertProgress.setVisible(true);
 }
 
-bool EzUsbConverter::goesOn(const Exchange &exchange) const
+bool EzUsbConverter::goesOn(const CancelToken &token) const
 {
-    return exchange.goesOn() && m_link.isConnected();
+    return token.isActive() && m_link.isConnected();
 }
 
 /// The tester keeps what it has as a script that ends here.
-void EzUsbConverter::abandonDownload(const Exchange &exchange)
+void EzUsbConverter::endDownload(PacketHold &others, const CancelToken &token)
 {
-    if (exchange.linkIsKept() && m_link.isConnected())
-        m_commands.SendScriptDownloadEnd();
-    m_session.ScriptBusy = false;
+    if (token.isLinkKept() && m_link.isConnected())
+        others.own([this] { m_commands.SendScriptDownloadEnd(); });
 }
 
 void EzUsbConverter::send(PacketHold &others, quint16 address, QByteArrayView data)
@@ -198,12 +225,11 @@ void EzUsbConverter::holdCpu(PacketHold &others, bool hold)
     send(others, fx2 ? CpuControl::Fx2 : CpuControl::EzUsb, QByteArrayView(&data, 1));
 }
 
-QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendFirmware(TextLines &lines,
-                                                                 const Exchange &exchange)
+QCoro::Task<EzUsbConverter::Ending>
+EzUsbConverter::sendFirmware(TextLines &lines, PacketHold &others, const CancelToken &token)
 {
-    PacketHold others(m_link);
     holdCpu(others, true);
-    const Ending ending = co_await sendRecords(lines, exchange, others);
+    const Ending ending = co_await sendRecords(lines, others, token);
     if (ending == Ending::Complete) {
         holdCpu(others, false);
         others.own([this] { m_commands.SendScriptDownloadEnd(); });
@@ -212,7 +238,7 @@ QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendFirmware(TextLines &line
 }
 
 QCoro::Task<EzUsbConverter::Ending>
-EzUsbConverter::sendRecords(TextLines &lines, const Exchange &exchange, PacketHold &others)
+EzUsbConverter::sendRecords(TextLines &lines, PacketHold &others, const CancelToken &token)
 {
     for (;;) {
         if (lines.atEnd())
@@ -226,7 +252,7 @@ EzUsbConverter::sendRecords(TextLines &lines, const Exchange &exchange, PacketHo
         send(others, record.address(), record.data());
 
         const WaitEnd turn = co_await m_session.waits.oneTurn();
-        if (m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(exchange))
+        if (m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(token))
             co_return Ending::Stopped;
         m_controls.Loaded.setText(numberText(m_line));
         showProgress(lines);
@@ -241,16 +267,17 @@ void EzUsbConverter::showProgress(const TextLines &lines)
         QStringLiteral("%1 of %2 bytes").arg(lines.position()).arg(lines.size()));
 }
 
-QCoro::Task<> EzUsbConverter::finish(QString path, const Exchange &exchange)
+QCoro::Task<bool> EzUsbConverter::awaitEnd(const CancelToken &token)
 {
-    const auto ended = [this, &exchange] { return m_session.ScriptDone || !goesOn(exchange); };
+    const auto ended = [this, &token] { return m_session.ScriptDone || !goesOn(token); };
     const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
-    if (end != WaitEnd::Answered || !goesOn(exchange)) {
-        m_session.ScriptDone = true;
-        m_session.ScriptBusy = false;
-        co_return;
-    }
+    const bool reported = end == WaitEnd::Answered && goesOn(token);
+    m_session.ScriptDone = true;
+    co_return reported;
+}
 
+QCoro::Task<> EzUsbConverter::showComplete(QString path)
+{
     m_session.Main.ScriptName.setText(scriptName(path));
     m_session.Main.ScriptRun.setEnabled(true);
     co_await showMessage(QStringLiteral("Click RUN in VornScript Window to Load Device Firmware"),

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CancelToken.h"
 #include "link/Control.h"
+#include "link/LinkLease.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -15,7 +17,6 @@ namespace vantrel {
 struct Session;
 class Dialogs;
 class ErrorBoundary;
-class Exchange;
 class TextLines;
 class VornCommands;
 class PacketHold;
@@ -45,10 +46,11 @@ QByteArray ezUsbWriteRequest(qint32 device, quint16 address, QByteArrayView data
 ///
 /// Each handler runs inside the error boundary and returns at once. Every conversion closes the
 /// window in the end. One that succeeded leaves ScriptBusy set, so that the connection stays quiet
-/// until the script has run; any other end clears it.
+/// until the script has run; any other end clears it. A conversion that is refused because another
+/// exchange has the link leaves the window open.
 ///
 /// When the link is lost, the window closed or the program closing, a conversion ends at once and
-/// shows nothing; the tester is told that its download is over if it can still be reached.
+/// shows nothing; the end of the download is sent to a tester that can still be reached.
 ///
 /// Records are read as HexRecord says: a line that begins with ":" and ends too early is no error.
 /// More than 32767 lines are a run-time error "Overflow".
@@ -77,15 +79,18 @@ private:
     enum class Ending { Complete, Stopped, NoRecord, NoLastRecord };
 
     QCoro::Task<> load();
-    QCoro::Task<> convert(QString path);
-    QCoro::Task<Ending> sendFirmware(TextLines &lines, const Exchange &exchange);
-    QCoro::Task<Ending> sendRecords(TextLines &lines, const Exchange &exchange, PacketHold &others);
-    QCoro::Task<> finish(QString path, const Exchange &exchange);
+    QCoro::Task<> convert(QString path, LinkLease lease);
+    QCoro::Task<bool> download(TextLines &lines, LinkLease &lease, const CancelToken &token);
+    QCoro::Task<Ending> sendFirmware(TextLines &lines, PacketHold &others,
+                                     const CancelToken &token);
+    QCoro::Task<Ending> sendRecords(TextLines &lines, PacketHold &others, const CancelToken &token);
+    QCoro::Task<bool> awaitEnd(const CancelToken &token);
+    QCoro::Task<> showComplete(QString path);
     QCoro::Task<> showMessage(QString text, QString title);
     void showFile(const QString &path);
-    void beginDownload();
-    bool goesOn(const Exchange &exchange) const;
-    void abandonDownload(const Exchange &exchange);
+    void beginDownload(PacketHold &others);
+    bool goesOn(const CancelToken &token) const;
+    void endDownload(PacketHold &others, const CancelToken &token);
     void send(PacketHold &others, quint16 address, QByteArrayView data);
     void holdCpu(PacketHold &others, bool hold);
     void showProgress(const TextLines &lines);
@@ -96,7 +101,7 @@ private:
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
     EzUsbControls m_controls;
-    quint32 m_openings = 0; // changes when the window opens or closes
+    CancelSource m_opening; // cancelled when the window opens or closes
     qint16 m_line = 0;      // last line read, counted from 1
 };
 

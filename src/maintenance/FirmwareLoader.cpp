@@ -8,7 +8,6 @@
 #include "link/VornComm.h"
 #include "link/Wire.h"
 #include "link/publicvars.h"
-#include "maintenance/Exchange.h"
 #include "maintenance/FirmwareImage.h"
 #include "protocol/VornCommands.h"
 #include "protocol/VornScript.h"
@@ -41,7 +40,7 @@ FirmwareLoader::FirmwareLoader(Session &session, VornComm &link, VornCommands &c
 
 void FirmwareLoader::opened()
 {
-    ++m_openings;
+    m_opening.cancel();
     m_crc.emplace(m_crcDirectory);
     m_image.clear();
     m_imageCrc = 0;
@@ -58,10 +57,9 @@ void FirmwareLoader::opened()
 
 void FirmwareLoader::closed()
 {
-    ++m_openings;
-    if (std::exchange(m_stuck, false))
-        m_session.ScriptBusy = false;
+    m_opening.cancel();
     m_session.waits.check();
+    m_lease.reset(); // of a download that has timed out; any other has ended
 }
 
 void FirmwareLoader::fileSelectClicked()
@@ -81,12 +79,12 @@ void FirmwareLoader::cancelClicked()
 
 QCoro::Task<> FirmwareLoader::chooseImage()
 {
-    const Exchange exchange(m_session, m_openings);
+    const CancelToken token(m_session, m_opening);
     const FileChoice choice{FileChoice::Kind::OpenExisting, QStringLiteral("Open Firmware File"),
                             QStringLiteral("Firmware Files|*.bin"), QStringLiteral("bin"),
                             QStringLiteral("*.bin")};
     const QString path = co_await m_dialogs.fileDialog(choice);
-    if (path.isEmpty() || !exchange.windowIsThere())
+    if (path.isEmpty() || !token.isWindowOpen())
         co_return;
 
     if (QFileInfo(path).size() > longestFirmwareImage(m_session.TesterModel)) {
@@ -94,6 +92,7 @@ QCoro::Task<> FirmwareLoader::chooseImage()
         co_return;
     }
     m_image = readWholeFile(path);
+    m_imageTester = currentTester(m_session);
     m_controls.tbFWFile.setText(path);
     m_controls.lblStatus.setText(QStringLiteral("Reading Image File"));
     if (hasFirmwareMarker(m_image, m_session.TesterModel)) {
@@ -105,11 +104,11 @@ QCoro::Task<> FirmwareLoader::chooseImage()
 
 QCoro::Task<> FirmwareLoader::refuseImage()
 {
-    const Exchange exchange(m_session, m_openings);
+    const CancelToken token(m_session, m_opening);
     const Message refusal{QStringLiteral("Selected File is Not a Firmware Image"),
                           QStringLiteral("Vantrel")};
     co_await m_dialogs.messageBox(refusal);
-    if (exchange.windowIsThere())
+    if (token.isWindowOpen())
         showNoImage();
 }
 
@@ -131,31 +130,58 @@ void FirmwareLoader::acceptImage()
 
 QCoro::Task<> FirmwareLoader::program()
 {
-    const Exchange exchange(m_session, m_openings);
+    const CancelToken token(m_session, m_opening);
+    const bool fits = co_await imageFitsTester();
+    if (!fits)
+        co_return;
+    m_lease = m_session.leases.acquire(LongExchange::FirmwareDownload);
+    if (!m_lease) {
+        const Message refusal = refusalBox(*m_session.leases.current());
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
     setButtonsEnabled(false);
-    m_session.ScriptBusy = true;
+    m_lease->setBusy();
     showProgress(0);
     m_controls.BlockProgress.setVisible(true);
 
     m_commands.SendFirmwareStart(static_cast<qint32>(m_image.size()));
-    const Ending ending = co_await sendBlocks(exchange);
+    const Ending ending = co_await sendBlocks(token);
     switch (ending) {
     case Ending::Sent:
-        co_await restartTester(exchange);
+        co_await restartTester(token);
         break;
     case Ending::TimedOut:
         ShowResponseLine(m_session, "*** Download Failed - Communications Timeout");
-        m_stuck = true;
         break;
     case Ending::Interrupted:
-        interrupted(exchange);
+        interrupted(token);
         break;
     }
 }
 
-QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const Exchange &exchange)
+/// The tester may be another one by now, and a rejected file may have replaced the image.
+QCoro::Task<bool> FirmwareLoader::imageFitsTester()
 {
-    const auto ended = [this, &exchange] { return m_session.FwBlockAck || !goesOn(exchange); };
+    if (m_imageTester != currentTester(m_session)) {
+        const Message refusal{
+            QStringLiteral("The firmware file was chosen for the tester of an earlier connection. "
+                           "Nothing was sent: select the file again."),
+            QStringLiteral("Vantrel - Illegal Operation")};
+        co_await m_dialogs.messageBox(refusal);
+        co_return false;
+    }
+    const bool fits = m_image.size() <= longestFirmwareImage(m_session.TesterModel) &&
+                      hasFirmwareMarker(m_image, m_session.TesterModel);
+    if (!fits) {
+        co_await refuseImage();
+    }
+    co_return fits;
+}
+
+QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const CancelToken &token)
+{
+    const auto ended = [this, &token] { return m_session.FwBlockAck || !goesOn(token); };
     for (qsizetype offset = 0; offset < m_image.size();) {
         const QByteArray block = m_image.mid(offset, wire::FirmwareBlockLimit);
         m_session.FwBlockAck = false;
@@ -167,34 +193,34 @@ QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const Exchange &e
         const WaitEnd end = co_await m_session.waits.until(ended, deadline);
         if (end == WaitEnd::TimedOut)
             co_return Ending::TimedOut;
-        if (end == WaitEnd::Closed || !goesOn(exchange))
+        if (end == WaitEnd::Closed || !goesOn(token))
             co_return Ending::Interrupted;
     }
     co_return Ending::Sent;
 }
 
-bool FirmwareLoader::goesOn(const Exchange &exchange) const
+bool FirmwareLoader::goesOn(const CancelToken &token) const
 {
-    return exchange.goesOn() && m_link.isConnected();
+    return token.isActive() && m_link.isConnected();
 }
 
 /// The tester drops a TCP connection when it restarts; that is no failure of the link.
-QCoro::Task<> FirmwareLoader::restartTester(const Exchange &exchange)
+QCoro::Task<> FirmwareLoader::restartTester(const CancelToken &token)
 {
     m_session.RestartExpected = true;
     m_commands.SendFirmwareProgram(m_imageCrc);
-    const auto over = [&exchange] { return !exchange.goesOn(); };
+    const auto over = [&token] { return !token.isActive(); };
     const WaitEnd end = co_await m_session.waits.until(over, deadlineIn(m_session, RestartTicks));
 
-    const bool kept = end != WaitEnd::Closed && exchange.linkIsKept();
+    const bool kept = end != WaitEnd::Closed && token.isLinkKept();
     const bool reopened = !kept || reconnect();
     m_session.RestartExpected = false;
-    m_session.ScriptBusy = false;
+    m_lease.reset();
     if (kept) {
-        endUnreportedRun(m_session); // the restart has ended whatever ran
+        markScriptStopped(m_session); // the restart has ended whatever ran
         ShowResponseLine(m_session, "Reinitializing Communications...");
     }
-    if (exchange.windowIsThere())
+    if (token.isWindowOpen())
         emit closeWanted();
     if (!reopened) {
         const Message error{QStringLiteral("Error Opening Communications Port"),
@@ -213,10 +239,10 @@ bool FirmwareLoader::reconnect()
     return !m_link.OpenLink();
 }
 
-void FirmwareLoader::interrupted(const Exchange &exchange)
+void FirmwareLoader::interrupted(const CancelToken &token)
 {
-    m_session.ScriptBusy = false;
-    if (!exchange.windowIsThere())
+    m_lease.reset();
+    if (!token.isWindowOpen())
         return;
     setButtonsEnabled(true);
     m_controls.BlockProgress.setVisible(false);

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CancelToken.h"
 #include "link/Control.h"
+#include "link/LinkLease.h"
+#include "link/TesterIdentity.h"
 #include "maintenance/Crc.h"
 
 #include <QByteArray>
@@ -17,7 +20,6 @@ namespace vantrel {
 struct Session;
 class Dialogs;
 class ErrorBoundary;
-class Exchange;
 class VornCommands;
 class VornComm;
 
@@ -40,8 +42,10 @@ struct FirmwareControls
 /// connects to the tester again. Each handler runs inside the error boundary and returns at once.
 ///
 /// A block of n bytes times out when the tick counter stands at n + 50: within the first minutes of
-/// the program, that is, and never after. The window is stuck then, its buttons disabled, and
+/// the program, that is, and never after. The buttons of the window stay disabled then, and
 /// ScriptBusy stays set until the user closes the window.
+///
+/// An image is sent only to the tester for which it was chosen: see TesterIdentity.
 ///
 /// When the link is lost, the window closed or the program closing while blocks are sent, the
 /// download ends at once, shows nothing and clears ScriptBusy; an open window can be used again.
@@ -79,11 +83,12 @@ private:
     QCoro::Task<> refuseImage();
     void acceptImage();
     QCoro::Task<> program();
-    QCoro::Task<Ending> sendBlocks(const Exchange &exchange);
-    QCoro::Task<> restartTester(const Exchange &exchange);
-    bool goesOn(const Exchange &exchange) const;
+    QCoro::Task<bool> imageFitsTester();
+    QCoro::Task<Ending> sendBlocks(const CancelToken &token);
+    QCoro::Task<> restartTester(const CancelToken &token);
+    bool goesOn(const CancelToken &token) const;
     bool reconnect();
-    void interrupted(const Exchange &exchange);
+    void interrupted(const CancelToken &token);
     void showNoImage();
     void setButtonsEnabled(bool enabled);
     void showProgress(qsizetype sent);
@@ -98,8 +103,10 @@ private:
     FirmwareControls m_controls;
     QByteArray m_image;
     quint32 m_imageCrc = 0;
-    quint32 m_openings = 0; // changes when the window opens or closes
-    bool m_stuck = false;   // a block has timed out, and the window is still open
+    TesterIdentity m_imageTester; // for which the image was chosen
+    CancelSource m_opening;       // cancelled when the window opens or closes
+    std::optional<LinkLease>
+        m_lease; // of a download; kept after a time-out until the window closes
 };
 
 } // namespace vantrel

@@ -26,16 +26,17 @@ quint8 decimalByte(const Control &box)
 
 } // namespace
 
-FtdiUtility::FtdiUtility(Session &session, VornCommands &commands, Dialogs &dialogs,
+FtdiUtility::FtdiUtility(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                          ErrorBoundary &errors, QString backupFolder,
                          std::function<QDateTime()> now)
-    : m_session(session), m_dialogs(dialogs), m_errors(errors), m_exchange(session, commands),
+    : m_session(session), m_dialogs(dialogs), m_errors(errors), m_exchange(session, requests),
       m_backupFolder(std::move(backupFolder)), m_now(std::move(now))
 {
 }
 
 void FtdiUtility::opened()
 {
+    m_opening.cancel();
     m_open = true;
     m_image = FtdiEeprom();
     m_asRead.reset();
@@ -56,6 +57,7 @@ void FtdiUtility::opened()
 void FtdiUtility::closed()
 {
     m_open = false;
+    m_opening.cancel();
     m_exchange.abandon();
 }
 
@@ -113,6 +115,9 @@ QCoro::Task<> FtdiUtility::read()
     if (m_running)
         co_return;
     const quint8 address = deviceAddress();
+    std::optional<LinkLease> lease = co_await acquire(LongExchange::FtdiRead);
+    if (!lease)
+        co_return;
     m_asRead.reset();
     bool whole = true;
     const TakeWord take = [this, &whole](int word, const QByteArray &data) {
@@ -123,6 +128,7 @@ QCoro::Task<> FtdiUtility::read()
     const QList<FtdiStep> steps = ftdiReadSteps();
     const QString progress = QStringLiteral("%v of %m words read");
     const RunEnd end = co_await run(address, steps, progress, take);
+    lease->release();
     if (end.completed) {
         if (whole)
             m_asRead = m_image;
@@ -149,12 +155,16 @@ QCoro::Task<> FtdiUtility::program()
 
     const FtdiEeprom image = editedImage();
     const quint8 address = deviceAddress();
+    std::optional<LinkLease> lease = co_await acquire(LongExchange::FtdiProgram);
+    if (!lease)
+        co_return;
     saveBackup();
     m_image = image;
     const QList<FtdiStep> steps = ftdiProgramSteps(m_image);
     const QString progress = QStringLiteral("%v of %m words written");
     const TakeWord nothing;
     const RunEnd end = co_await run(address, steps, progress, nothing);
+    lease->release();
     co_await tell(end.failure);
 }
 
@@ -163,6 +173,9 @@ QCoro::Task<> FtdiUtility::verify()
     if (m_running)
         co_return;
     const quint8 address = deviceAddress();
+    std::optional<LinkLease> lease = co_await acquire(LongExchange::FtdiVerify);
+    if (!lease)
+        co_return;
     QString verdict;
     const TakeWord compare = [this, &verdict](int word, const QByteArray &data) {
         if (!verdict.isEmpty())
@@ -182,14 +195,27 @@ QCoro::Task<> FtdiUtility::verify()
     const QList<FtdiStep> steps = ftdiReadSteps();
     const QString progress = QStringLiteral("%v of %m words compared");
     const RunEnd end = co_await run(address, steps, progress, compare);
+    lease->release();
     if (end.completed && verdict.isEmpty())
         verdict = QStringLiteral("All 64 EEPROM words agree with the image");
     co_await tell(end.completed ? verdict : end.failure);
 }
 
+/// Shows a box and returns nothing while another exchange has the link.
+QCoro::Task<std::optional<LinkLease>> FtdiUtility::acquire(LongExchange exchange)
+{
+    std::optional<LinkLease> lease = m_session.leases.acquire(exchange);
+    if (!lease) {
+        const Message refusal = refusalBox(*m_session.leases.conflict(exchange));
+        co_await m_dialogs.messageBox(refusal);
+    }
+    co_return lease;
+}
+
 QCoro::Task<FtdiUtility::RunEnd> FtdiUtility::run(quint8 address, QList<FtdiStep> steps,
                                                   QString progress, TakeWord take)
 {
+    const CancelToken opening(m_session, m_opening);
     RunEnd result;
     int words = 0;
     setRunning(true);
@@ -201,8 +227,17 @@ QCoro::Task<FtdiUtility::RunEnd> FtdiUtility::run(quint8 address, QList<FtdiStep
         result.completed = end == FtdiExchange::End::Answered;
         if (end == FtdiExchange::End::Refused)
             result.failure = step.refused;
-        else if (end == FtdiExchange::End::TimedOut)
+        else if (end == FtdiExchange::End::TimedOut || end == FtdiExchange::End::LinkLost)
             result.failure = step.silent;
+        if (end == FtdiExchange::End::LinkLost) {
+            // After the box that reports the loss
+            const auto read = [this, &opening] {
+                return !m_session.LossBoxOpen || !opening.isWindowOpen();
+            };
+            const WaitEnd shown = co_await m_session.waits.until(read);
+            if (shown == WaitEnd::Closed || !opening.isWindowOpen())
+                result.failure.clear();
+        }
         if (!result.completed)
             break;
         if (step.isWord) {

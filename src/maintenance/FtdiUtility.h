@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/Control.h"
+#include "link/LinkLease.h"
 #include "maintenance/FtdiEeprom.h"
 #include "maintenance/FtdiExchange.h"
 #include "maintenance/FtdiSteps.h"
@@ -20,7 +21,6 @@ namespace vantrel {
 struct Session;
 class Dialogs;
 class ErrorBoundary;
-class VornCommands;
 
 /// The controls of the window `frmFTDI`, as values.
 struct FtdiControls
@@ -52,7 +52,7 @@ class FtdiUtility
 public:
     /// `backupFolder`: where images are saved before a device is programmed; made when needed.
     FtdiUtility(
-        Session &session, VornCommands &commands, Dialogs &dialogs, ErrorBoundary &errors,
+        Session &session, DeviceRequests &requests, Dialogs &dialogs, ErrorBoundary &errors,
         QString backupFolder,
         std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); });
 
@@ -101,6 +101,7 @@ private:
     QCoro::Task<> program();
     QCoro::Task<> verify();
     /// `progress` is what the bar says, `take` gets each word's data; it may be empty.
+    QCoro::Task<std::optional<LinkLease>> acquire(LongExchange exchange);
     QCoro::Task<RunEnd> run(quint8 address, QList<FtdiStep> steps, QString progress, TakeWord take);
     QCoro::Task<> tell(QString text);
 
@@ -132,6 +133,7 @@ private:
     std::optional<FtdiEeprom> m_asRead;         // the device's, once all words have been read
     QHash<const Control *, QString> m_accepted; // texts of the string boxes, as last taken
     int m_refusals = 0;
+    CancelSource m_opening; // cancelled when the window opens or closes
     bool m_open = false;
     bool m_running = false;
 };

@@ -6,7 +6,6 @@
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
-#include "maintenance/Exchange.h"
 #include "protocol/VornCommands.h"
 
 #include <algorithm>
@@ -17,7 +16,6 @@ namespace vantrel {
 namespace {
 
 constexpr qint32 LargestByte = 255;
-constexpr qint32 ReadTicks = 20;
 
 qint16 rounded(const QString &text)
 {
@@ -37,8 +35,10 @@ NetworkConfig::NetworkConfig(Session &session, VornCommands &commands, Dialogs &
 
 void NetworkConfig::opened()
 {
-    ++m_openings;
+    m_opening.cancel();
     m_open = true;
+    m_source = currentTester(m_session);
+    m_controls.btUpdate.setEnabled(false);
     for (int i = 0; i < NetworkRecord::Size; ++i)
         m_controls.box(i).setText({});
     m_controls.lblHint.setText({});
@@ -49,7 +49,7 @@ void NetworkConfig::opened()
 
 void NetworkConfig::closed()
 {
-    ++m_openings;
+    m_opening.cancel();
     m_open = false;
     m_session.waits.check();
 }
@@ -61,10 +61,7 @@ void NetworkConfig::macEnableClicked()
 
 void NetworkConfig::updateClicked()
 {
-    m_errors.runNow([this] {
-        m_commands.SendConfigMemoryWrite(NetworkRecord::Address, enteredRecord().toBytes());
-        emit closeWanted();
-    });
+    m_errors.run([this] { return update(); });
 }
 
 void NetworkConfig::cancelClicked()
@@ -98,24 +95,42 @@ void NetworkConfig::macLeft(int index)
 
 QCoro::Task<> NetworkConfig::read()
 {
-    const Exchange exchange(m_session, m_openings);
-    const qint32 deadline = deadlineIn(m_session, ReadTicks);
-    const std::function<bool()> closed = [&exchange] { return !exchange.windowIsThere(); };
+    const CancelToken token(m_session, m_opening);
     m_readBuffer = QByteArray(NetworkRecord::Size, '\0');
     const int failed = co_await m_commands.SendConfigMemoryRead(
-        NetworkRecord::Address, m_readBuffer, NetworkRecord::Size, closed);
-    if (closed())
+        NetworkRecord::Address, m_readBuffer, NetworkRecord::Size, token);
+    // A failure is shown after the box that reports the loss of the link.
+    const auto read = [this, &token] { return !m_session.LossBoxOpen || !token.isWindowOpen(); };
+    const WaitEnd end = co_await m_session.waits.until(read);
+    if (end == WaitEnd::Closed || !token.isWindowOpen())
         co_return;
+    m_controls.btUpdate.setEnabled(true);
     if (failed == 0) {
         showRecord(m_readBuffer.first(
             std::min<qsizetype>(NetworkRecord::Size, m_session.ConfigReadData.size())));
-    } else if (m_session.TickCount == deadline) {
+    } else {
         showHint();
         const Message failure{
             QStringLiteral("Failed to Read Configuration Information from Tester"),
             QStringLiteral("Read Configuration")};
         co_await m_dialogs.messageBox(failure);
     }
+}
+
+QCoro::Task<> NetworkConfig::update()
+{
+    if (!m_controls.btUpdate.isEnabled())
+        co_return;
+    if (m_source != currentTester(m_session)) {
+        const Message refusal{
+            QStringLiteral("These are the settings of the tester of an earlier connection. "
+                           "Nothing was written: close the window and open it again."),
+            QStringLiteral("Vantrel - Illegal Operation")};
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
+    m_commands.SendConfigMemoryWrite(NetworkRecord::Address, enteredRecord().toBytes());
+    emit closeWanted();
 }
 
 void NetworkConfig::showRecord(const QByteArray &bytes)
@@ -131,13 +146,13 @@ QCoro::Task<> NetworkConfig::confirmMac()
         setMacEnabled(false);
         co_return;
     }
-    const Exchange exchange(m_session, m_openings);
+    const CancelToken token(m_session, m_opening);
     const Message question{
         QStringLiteral("Changing the MAC Address could result in conflicts on the network\r\n"
                        "Are you sure you want to enable MAC address modification?"),
         QStringLiteral("Enable MAC Address Modification"), Message::Buttons::YesNo};
     const Answer answer = co_await m_dialogs.messageBox(question);
-    if (!exchange.windowIsThere())
+    if (!token.isWindowOpen())
         co_return;
     m_controls.cbMACEnbl.setChecked(answer == Answer::Yes);
     setMacEnabled(answer == Answer::Yes);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CancelToken.h"
 #include "link/Control.h"
+#include "link/TesterIdentity.h"
 #include "maintenance/NetworkRecord.h"
 
 #include <QByteArray>
@@ -38,6 +40,7 @@ struct NetworkControls
                                   {all, "tbMAC_5"}}};
     Control cbMACEnbl{all, "cbMACEnbl"};
     Control lblHint{all, "lblHint"}; ///< why the settings cannot work
+    Control btUpdate{all, "btUpdate"};
 
     /// The box of a byte of the record.
     Control &box(int index) { return *all[index]; }
@@ -46,8 +49,9 @@ struct NetworkControls
 /// What the window `frmNWCfg` does: shows the tester's network settings and writes them back. Each
 /// handler runs inside the error boundary and returns at once.
 ///
-/// A byte that the tester's answer does not hold leaves its box empty; an empty box is written as
-/// 0. A read that its window or its link has not outlived shows nothing.
+/// A byte that the tester's reply does not hold leaves its field empty; an empty field is written
+/// as 0. Nothing can be written before the read has ended, nor to another tester than the one that
+/// was read.
 class NetworkConfig : public QObject
 {
     Q_OBJECT
@@ -82,6 +86,7 @@ signals:
 
 private:
     QCoro::Task<> read();
+    QCoro::Task<> update();
     QCoro::Task<> confirmMac();
     NetworkRecord enteredRecord();
     void showRecord(const QByteArray &bytes);
@@ -96,7 +101,8 @@ private:
     ErrorBoundary &m_errors;
     NetworkControls m_controls;
     QByteArray m_readBuffer; // filled by a read that may end after its window has closed
-    quint32 m_openings = 0;  // changes when the window opens or closes
+    CancelSource m_opening;  // cancelled when the window opens or closes
+    TesterIdentity m_source; // the tester that was asked for the settings
     int m_refusals = 0;
     bool m_open = false;
 };

@@ -8,6 +8,8 @@
 
 #include <QFileInfo>
 
+#include <utility>
+
 namespace vantrel {
 
 namespace {
@@ -20,7 +22,7 @@ constexpr qint16 Enabled = 1;
 constexpr qint16 Undefined = 255;
 } // namespace SlotState
 
-/// Out of the user's reach for as long as this lives.
+/// Disables a control for as long as it lives; the control is as before afterwards.
 class Disabled
 {
 public:
@@ -49,10 +51,10 @@ FlashScripts::FlashScripts(Session &session, VornCommands &commands, VornScript 
 void FlashScripts::opened()
 {
     m_lock.emplace(m_session);
-    ++m_visit;
+    m_opening.cancel();
     for (Control *field : {&m_controls.ScriptName, &m_controls.Status, &m_controls.filename})
         field->setText({});
-    m_controls.ScriptEnable.setText(QStringLiteral("Enable"));
+    setEnables(true);
     m_controls.ScriptEnable.setEnabled(false);
     m_errors.run([this] { return RefreshScriptInfo(); });
 }
@@ -60,7 +62,7 @@ void FlashScripts::opened()
 void FlashScripts::closed()
 {
     m_lock.reset();
-    ++m_visit;
+    m_opening.cancel();
     m_session.waits.check();
 }
 
@@ -88,8 +90,8 @@ QCoro::Task<> FlashScripts::RefreshScriptInfo()
     m_controls.Burn.setEnabled(false);
 
     m_commands.SendFlashScriptInfoQuery(Slot);
-    const bool answered = co_await awaitAnswer();
-    if (answered) {
+    const bool replied = co_await awaitReply();
+    if (replied) {
         showSlot();
         m_controls.Burn.setEnabled(true);
     } else {
@@ -107,17 +109,21 @@ void FlashScripts::showSlot()
         const bool enabled = state == SlotState::Enabled;
         m_controls.Status.setText(enabled ? QStringLiteral("Enabled") : QStringLiteral("Disabled"));
         m_controls.ScriptName.setText(m_session.FlashScriptName);
-        m_controls.ScriptEnable.setText(enabled ? QStringLiteral("Disable")
-                                                : QStringLiteral("Enable"));
+        setEnables(!enabled);
         m_controls.ScriptEnable.setEnabled(true);
     }
 }
 
+void FlashScripts::setEnables(bool enables)
+{
+    m_enables = enables;
+    m_controls.ScriptEnable.setText(enables ? QStringLiteral("Enable") : QStringLiteral("Disable"));
+}
+
 QCoro::Task<> FlashScripts::changeState()
 {
-    const bool enable = m_controls.ScriptEnable.text() == QLatin1String("Enable");
-    m_commands.SendFlashScriptEnable(Slot, enable);
-    const bool changed = co_await awaitAnswer();
+    m_commands.SendFlashScriptEnable(Slot, m_enables);
+    const bool changed = co_await awaitReply();
     if (changed) {
         co_await RefreshScriptInfo();
     } else {
@@ -127,6 +133,12 @@ QCoro::Task<> FlashScripts::changeState()
 
 QCoro::Task<> FlashScripts::burn()
 {
+    if (const auto underWay = m_session.leases.conflict(LongExchange::FlashDownload)) {
+        const Message refusal = refusalBox(*underWay);
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
+    const CancelToken token(m_session, m_opening);
     m_controls.ScriptEnable.setEnabled(false);
     m_session.ScriptError = false;
     const FileChoice choice{FileChoice::Kind::OpenExisting,
@@ -134,29 +146,38 @@ QCoro::Task<> FlashScripts::burn()
                             QStringLiteral("VornScript Files|*.vn"),
                             QStringLiteral("vn"),
                             {}};
-    const int visit = m_visit;
     const QString path = co_await m_dialogs.fileDialog(choice);
-    if (path.isEmpty() || m_visit != visit)
+    if (path.isEmpty() || !token.isWindowOpen())
         co_return; // cancelled: all stays as it is until the next refresh
 
     m_controls.filename.setText(QFileInfo(path).fileName());
-    co_await download(path);
-    if (m_visit != visit)
+    std::optional<LinkLease> lease = m_session.leases.acquire(LongExchange::FlashDownload);
+    if (!lease) {
+        const Message refusal = refusalBox(*m_session.leases.current());
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
+    if (token.isLinkKept())
+        co_await download(path, std::move(*lease));
+    else
+        m_session.ScriptError = true; // what was chosen for one tester is not sent to another
+    if (!token.isWindowOpen())
         co_return;
     if (m_session.ScriptError) {
         co_await showFailure(QStringLiteral("Load Failed"));
     } else {
+        m_loadedInto = currentTester(m_session);
         offerNaming();
     }
 }
 
 /// Nothing may come between the packets of a script: neither another script nor an order to
 /// program.
-QCoro::Task<> FlashScripts::download(QString path)
+QCoro::Task<> FlashScripts::download(QString path, LinkLease lease)
 {
     const Disabled burn(m_controls.Burn);
     const Disabled program(m_controls.BtnProgram);
-    co_await m_script.LoadVornScript(path);
+    co_await m_script.LoadVornScript(path, std::move(lease));
 }
 
 void FlashScripts::offerNaming()
@@ -170,9 +191,14 @@ void FlashScripts::offerNaming()
 
 QCoro::Task<> FlashScripts::program()
 {
+    if (m_loadedInto != currentTester(m_session)) {
+        co_await refuse(QStringLiteral("The script was loaded into the tester of an earlier "
+                                       "connection. Nothing was programmed: load it again."));
+        co_return;
+    }
     m_session.FlashScriptName = m_controls.ScriptName.text();
     m_commands.SendFlashScriptProgram(Slot);
-    const bool programmed = co_await awaitAnswer();
+    const bool programmed = co_await awaitReply();
     if (programmed) {
         co_await RefreshScriptInfo();
     } else {
@@ -180,14 +206,23 @@ QCoro::Task<> FlashScripts::program()
     }
 }
 
-QCoro::Task<bool> FlashScripts::awaitAnswer()
+QCoro::Task<bool> FlashScripts::awaitReply()
 {
-    const std::function<bool()> abandoned = [this, visit = m_visit] { return m_visit != visit; };
-    const bool success = co_await m_commands.WaitFlashResponse(abandoned);
+    const Disabled enable(m_controls.ScriptEnable);
+    const Disabled program(m_controls.BtnProgram);
+    const Disabled burn(m_controls.Burn);
+    const CancelToken token(m_session, m_opening);
+    const bool success = co_await m_commands.WaitFlashResponse(token);
     co_return success;
 }
 
-/// Nobody is left to read it once the window has closed.
+QCoro::Task<> FlashScripts::refuse(QString text)
+{
+    const Message refusal{text, QStringLiteral("Vantrel - Illegal Operation")};
+    co_await m_dialogs.messageBox(refusal);
+}
+
+/// Shows nothing once the window has closed.
 QCoro::Task<> FlashScripts::showFailure(QString text)
 {
     if (!m_lock)

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CancelToken.h"
 #include "link/Control.h"
+#include "link/LinkLease.h"
 #include "link/MainWindowLock.h"
+#include "link/TesterIdentity.h"
 
 #include <QCoroTask>
 #include <QList>
@@ -58,10 +61,14 @@ private:
     QCoro::Task<> changeState();
     QCoro::Task<> burn();
     QCoro::Task<> program();
-    QCoro::Task<> download(QString path);
-    QCoro::Task<bool> awaitAnswer();
+    QCoro::Task<> download(QString path, LinkLease lease);
+    /// Waits for the reply to a flash command; true when it reported success. Every control that
+    /// sends another command is disabled meanwhile.
+    QCoro::Task<bool> awaitReply();
     QCoro::Task<> showFailure(QString text);
+    QCoro::Task<> refuse(QString text);
     void showSlot();
+    void setEnables(bool enables);
     void offerNaming();
 
     Session &m_session;
@@ -71,7 +78,9 @@ private:
     ErrorBoundary &m_errors;
     FlashControls m_controls;
     std::optional<MainWindowLock> m_lock; // while the window is open
-    int m_visit = 0;                      // counts the times that the window has opened or closed
+    CancelSource m_opening;               // cancelled when the window opens or closes
+    bool m_enables = true;                // what ScriptEnable does, and its caption says
+    TesterIdentity m_loadedInto;          // the tester with the script that BtnProgram stores
 };
 
 } // namespace vantrel

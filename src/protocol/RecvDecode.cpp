@@ -4,6 +4,7 @@
 #include "link/Utils.h"
 #include "link/Wire.h"
 #include "link/publicvars.h"
+#include "protocol/DeviceRequests.h"
 #include "protocol/ReportText.h"
 
 #include <algorithm>
@@ -140,15 +141,8 @@ void RecvDecode::showStatusAndData(std::string_view heading, const ByteReader &p
 
 void RecvDecode::DecodeDeviceRequestResponse(const ByteReader &packet)
 {
-    if (m_session.DescActive) {
-        if (m_session.descdecode)
-            m_session.descdecode(packet.payload());
-    } else if (m_session.FtdiActive) {
-        if (m_session.FTDIResp)
-            m_session.FTDIResp(packet.payload());
-    } else {
+    if (m_requests.receive(packet.payload()) == DeviceRequests::Route::ResponsePane)
         showStatusAndData("-- Device Request Response: Status = ", packet);
-    }
 }
 
 void RecvDecode::DecodeDeviceTransferResponse(const ByteReader &packet)

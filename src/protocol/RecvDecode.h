@@ -8,6 +8,7 @@
 namespace vantrel {
 
 struct Session;
+class DeviceRequests;
 class ReportText;
 class VornCommands;
 
@@ -18,7 +19,8 @@ class VornCommands;
 class RecvDecode
 {
 public:
-    RecvDecode(Session &session, VornCommands &commands) : m_session(session), m_commands(commands)
+    RecvDecode(Session &session, VornCommands &commands, DeviceRequests &requests)
+        : m_session(session), m_commands(commands), m_requests(requests)
     {
     }
 
@@ -67,6 +69,7 @@ private:
 
     Session &m_session;
     VornCommands &m_commands;
+    DeviceRequests &m_requests;
     qsizetype m_stripped =
         0;                // bytes of RxPacket already decoded as the envelope of an inner packet
     bool m_again = false; // an inner packet stands behind them

@@ -28,6 +28,7 @@ void RecvDecode::DecodeScriptMessage(const ByteReader &packet)
         break;
     case Command::ScriptDownloadEnd:
         m_session.Main.ScriptIdx.setText(QStringLiteral("VN_End @") + numberText(*index));
+        m_session.Steps = StepReports::Stored;
         m_session.ScriptDone = true;
         break;
     case Report::Message:
@@ -44,6 +45,7 @@ void RecvDecode::scriptStopped(const ByteReader &packet)
     if (!index)
         return;
     m_session.Main.ScriptIdx.setText(QStringLiteral("Stopped @") + numberText(*index));
+    m_session.Steps = StepReports::Stored;
     m_session.ScriptDone = true;
     scriptComplete();
 }
@@ -51,9 +53,9 @@ void RecvDecode::scriptStopped(const ByteReader &packet)
 void RecvDecode::scriptComplete()
 {
     ShowStatusLine(m_session, QStringLiteral("Script Complete"));
-    m_session.ScriptBusy = false;
+    m_session.leases.endRun();
     m_commands.SendAutoMode(true);
-    m_session.Main.ScriptRun.setText(QStringLiteral("Run"));
+    setScriptState(m_session, ScriptState::Idle);
     m_session.Main.ScriptLoad.setEnabled(true);
 }
 
@@ -74,9 +76,8 @@ void RecvDecode::scriptMessage(quint16 index, const ByteReader &packet)
 
 void RecvDecode::scriptStep(quint16 index, const ByteReader &packet)
 {
-    Control &ScriptIdx = m_session.Main.ScriptIdx;
-    if (ScriptIdx.text() != QLatin1String("Running")) {
-        ScriptIdx.setText(numberText(index)); // a download: its progress
+    if (m_session.Steps == StepReports::Stored) {
+        m_session.Main.ScriptIdx.setText(numberText(index));
         ++m_session.ScriptSteps;
         showDownloadProgress(m_session);
         return;

@@ -4,6 +4,7 @@
 #include "link/publicvars.h"
 #include "protocol/RecvDecode.h"
 #include "protocol/VornCommands.h"
+#include "protocol/VornScript.h"
 
 #include <algorithm>
 #include <array>
@@ -18,7 +19,7 @@ struct Kind
 {
     quint8 code;
     qint16 model;
-    qint16 linkState;
+    LinkStates linkState;
     const char *text;
 };
 
@@ -90,6 +91,7 @@ void RecvDecode::DecodeVersion(const ByteReader &packet)
 
     bringToDefaultState();
     refreshConnectedControls();
+    markScriptStopped(m_session); // the tester is asked for its version when it does not report
     ShowStatusLine(m_session, message);
 }
 

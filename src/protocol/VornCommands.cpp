@@ -18,7 +18,7 @@ using namespace wire;
 
 namespace {
 
-constexpr qint32 AnswerTicks = 20;
+constexpr qint32 ReplyTicks = 20;
 constexpr int HighestConfigValue = 3;
 
 quint8 flag(bool on)
@@ -151,7 +151,7 @@ void VornCommands::SendScriptOption(bool on)
 
 void VornCommands::SendRunScript()
 {
-    m_session.ScriptBusy = true;
+    m_session.leases.beginRun();
     sendFramed(ByteWriter{Command::RunScript}.take());
 }
 
@@ -159,7 +159,7 @@ void VornCommands::RestoreAutoMode()
 {
     if (m_session.Main.Automode.isChecked())
         SendAutoMode(true);
-    m_session.ScriptBusy = false;
+    m_session.leases.endRun();
 }
 
 void VornCommands::SendFlashScriptEnable(int slot, bool enable)
@@ -179,22 +179,18 @@ void VornCommands::SendFlashScriptInfoQuery(int slot)
     sendFlash(slot, FlashOperation::InfoQuery);
 }
 
-QCoro::Task<bool> VornCommands::awaitAnswer(std::function<bool()> answered,
-                                            std::function<bool()> abandoned)
+QCoro::Task<bool> VornCommands::awaitReply(std::function<bool()> hasReply, CancelToken token)
 {
-    const auto givenUp = [this, abandoned, losses = m_session.LinkLosses] {
-        return m_session.LinkLosses != losses || (abandoned && abandoned());
-    };
-    const auto ended = [answered, givenUp] { return answered() || givenUp(); };
-    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, AnswerTicks));
-    co_return end == WaitEnd::Answered && !givenUp();
+    const auto ended = [hasReply, token] { return hasReply() || !token.isActive(); };
+    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, ReplyTicks));
+    co_return end == WaitEnd::Answered &&token.isActive();
 }
 
-QCoro::Task<bool> VornCommands::WaitFlashResponse(std::function<bool()> abandoned)
+QCoro::Task<bool> VornCommands::WaitFlashResponse(CancelToken token)
 {
-    const std::function<bool()> answered = [this] { return m_session.FlashStatus != 0; };
-    const bool came = co_await awaitAnswer(answered, abandoned);
-    co_return came &&m_session.FlashStatus == 1;
+    const std::function<bool()> hasReply = [this] { return m_session.FlashStatus != 0; };
+    const bool replied = co_await awaitReply(hasReply, token);
+    co_return replied &&m_session.FlashStatus == 1;
 }
 
 void VornCommands::SendFirmwareStart(qint32 length)
@@ -226,16 +222,16 @@ void VornCommands::SendConfigMemoryWrite(int address, const QByteArray &data)
 }
 
 QCoro::Task<int> VornCommands::SendConfigMemoryRead(int address, QByteArray &buffer, int count,
-                                                    std::function<bool()> abandoned)
+                                                    CancelToken token)
 {
     ByteWriter body{Command::ConfigMemoryRead};
     body.word(checked<quint16>(address)).word(checked<quint16>(count));
     m_session.ConfigReadDone = false;
     sendStuffed(std::move(body));
 
-    const std::function<bool()> answered = [this] { return m_session.ConfigReadDone; };
-    const bool came = co_await awaitAnswer(answered, abandoned);
-    if (!came)
+    const std::function<bool()> hasReply = [this] { return m_session.ConfigReadDone; };
+    const bool replied = co_await awaitReply(hasReply, token);
+    if (!replied)
         co_return 1;
     const QByteArray &data = m_session.ConfigReadData;
     buffer.replace(0, std::min(buffer.size(), data.size()), data);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CancelToken.h"
+
 #include <QByteArray>
 #include <QCoroTask>
 #include <QtGlobal>
@@ -49,7 +51,7 @@ public:
     void SendScriptDownloadStart();
     void SendScriptDownloadEnd();
     void SendScriptOption(bool flag);
-    /// Sets ScriptBusy: the run owns the link until it is reported to have stopped.
+    /// Sets ScriptBusy until the run is reported to have stopped.
     void SendRunScript();
     /// After a run: automatic mode on again if its box is ticked; clears ScriptBusy.
     void RestoreAutoMode();
@@ -59,9 +61,10 @@ public:
     /// doubled: the tester takes the name as it stands.
     void SendFlashScriptProgram(int slot);
     void SendFlashScriptInfoQuery(int slot);
-    /// Waits up to 20 ticks for the answer to a flash command; true when it reported success. Ends
-    /// at once, with false, when the link is lost or `abandoned` becomes true.
-    QCoro::Task<bool> WaitFlashResponse(std::function<bool()> abandoned = {});
+    /// Waits up to 20 ticks for the reply to a flash command; true when it reported success. Ends
+    /// at once, with false, when `token` is cancelled.
+    QCoro::Task<bool> WaitFlashResponse(CancelToken token);
+    QCoro::Task<bool> WaitFlashResponse() { return WaitFlashResponse(CancelToken(m_session)); }
 
     /// `length` in bytes.
     void SendFirmwareStart(qint32 length);
@@ -70,15 +73,19 @@ public:
     void SendFirmwareProgram(quint32 checkValue);
 
     void SendConfigMemoryWrite(int address, const QByteArray &data);
-    /// Reads `count` bytes and waits up to 20 ticks. 0: the answer's bytes lie at the start of
-    /// `buffer`; 1: no answer, `buffer` is untouched. `buffer` must outlive the task. Without an
-    /// answer it ends early when the link is lost or `abandoned` says that nobody waits any more.
+    /// Reads `count` bytes and waits up to 20 ticks. 0: the reply's bytes lie at the start of
+    /// `buffer`; 1: no reply, `buffer` is untouched. `buffer` must outlive the task. Ends at once,
+    /// with 1, when `token` is cancelled.
     QCoro::Task<int> SendConfigMemoryRead(int address, QByteArray &buffer, int count,
-                                          std::function<bool()> abandoned = {});
+                                          CancelToken token);
+    QCoro::Task<int> SendConfigMemoryRead(int address, QByteArray &buffer, int count)
+    {
+        return SendConfigMemoryRead(address, buffer, count, CancelToken(m_session));
+    }
 
 private:
-    /// Waits up to 20 ticks; true when the answer came, the link was kept and nobody gave up.
-    QCoro::Task<bool> awaitAnswer(std::function<bool()> answered, std::function<bool()> abandoned);
+    /// Waits up to 20 ticks; true when the reply came and the token is active.
+    QCoro::Task<bool> awaitReply(std::function<bool()> hasReply, CancelToken token);
     bool sendFramed(const QByteArray &body);
     void sendStuffed(ByteWriter &&body);
     void sendOption(quint8 selector, quint8 value);

@@ -8,6 +8,8 @@
 #include "protocol/ScriptFile.h"
 #include "protocol/VornCommands.h"
 
+#include <utility>
+
 namespace vantrel {
 
 namespace {
@@ -53,72 +55,94 @@ void showDownloadProgress(Session &session)
                     .arg(session.ScriptSteps));
 }
 
-void endUnreportedRun(Session &session)
+void setScriptState(Session &session, ScriptState state)
 {
-    MainControls &main = session.Main;
-    if (main.ScriptRun.text() != QLatin1String("Stop"))
-        return;
-    main.ScriptRun.setText(QStringLiteral("Run"));
-    main.ScriptIdx.setText({}); // "Running" would make step reports of a download those of a run
-    main.ScriptLoad.setEnabled(session.LinkState != LinkStates::Closed);
-    session.ScriptBusy = false;
+    session.Script = state;
+    session.Main.ScriptRun.setText(state == ScriptState::Running ? QStringLiteral("Stop")
+                                                                 : QStringLiteral("Run"));
 }
 
-QCoro::Task<> VornScript::LoadVornScript(QString path)
+void markScriptStopped(Session &session)
+{
+    session.leases.endRun();
+    if (session.Script != ScriptState::Running)
+        return;
+    setScriptState(session, ScriptState::Idle);
+    session.Main.ScriptLoad.setEnabled(session.LinkState != LinkStates::Closed);
+}
+
+void beginStoredSteps(Session &session)
+{
+    markScriptStopped(session);
+    if (std::exchange(session.Steps, StepReports::Stored) == StepReports::Executed)
+        session.Main.ScriptIdx.setText({});
+}
+
+QCoro::Task<> VornScript::LoadVornScript(QString path, LinkLease lease)
 {
     const MainWindowLock lock(m_session);
     const QByteArray script = readWholeFile(path);
     if (const auto oddity = oddityOfScript(script))
         ShowStatusLine(m_session, QStringLiteral("Warning: ") + *oddity);
 
-    endUnreportedRun(m_session); // a download ends whatever runs
+    beginStoredSteps(m_session);
     const ProgressShown progress(m_session, script.size());
-    const qint32 losses = m_session.LinkLosses;
-    m_session.ScriptBusy = true;
+    lease.setBusy();
     m_session.ScriptDone = false;
-    co_await sendScript(script, losses);
-    co_await awaitEnd(losses);
+    co_await download(script);
 
-    m_session.ScriptBusy = false;
+    lease.clearBusy();
     if (m_session.ScriptError)
         m_session.Main.ScriptIdx.setText(QStringLiteral("Load Error"));
     if (m_session.Main.Automode.isChecked())
         m_commands.SendAutoMode(true);
 }
 
-QCoro::Task<> VornScript::sendScript(QByteArray script, qint32 losses)
+/// What others send waits until the tester has reported the end, or can no longer do so.
+QCoro::Task<> VornScript::download(QByteArray script)
 {
+    const CancelToken token(m_session);
     PacketHold others(m_link);
-    others.own([this] {
-        m_commands.SendAutoMode(false);
-        m_commands.SendScriptDownloadStart();
-    });
-    for (qsizetype at = 0; at < script.size(); at += ChunkSize) {
-        const QByteArray chunk = script.mid(at, ChunkSize);
-        const auto send = [this, &chunk] { return m_link.SendPacket(chunk); };
-        if (!others.own(send))
-            co_return;
-        m_session.DownloadSent += static_cast<qint32>(chunk.size());
-        showDownloadProgress(m_session);
-        if (chunk.size() < ChunkSize)
-            co_return;
-        const WaitEnd end = co_await m_session.waits.oneTurn();
-        const bool linkLost = m_session.LinkLosses != losses || !m_link.isConnected();
-        if (m_session.ScriptError || linkLost || end == WaitEnd::Closed)
-            co_return;
-    }
-}
-
-QCoro::Task<> VornScript::awaitEnd(qint32 losses)
-{
-    const auto ended = [this, losses] {
-        return m_session.ScriptDone || m_session.LinkLosses != losses;
-    };
-    co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    const bool sent = co_await sendScript(script, others, token);
+    if (sent)
+        co_await awaitEnd(token);
     if (!m_session.ScriptDone) {
         m_session.ScriptDone = true;
         m_session.ScriptError = true;
     }
+}
+
+/// False when the link has ended.
+QCoro::Task<bool> VornScript::sendScript(QByteArray script, PacketHold &others, CancelToken token)
+{
+    others.own([this] {
+        m_commands.SendAutoMode(false);
+        m_commands.SendScriptDownloadStart();
+    });
+    if (!m_link.isConnected())
+        co_return false;
+    for (qsizetype at = 0; at < script.size(); at += ChunkSize) {
+        const QByteArray chunk = script.mid(at, ChunkSize);
+        const auto send = [this, &chunk] { return m_link.SendPacket(chunk); };
+        if (!others.own(send))
+            co_return m_link.isConnected();
+        m_session.DownloadSent += static_cast<qint32>(chunk.size());
+        showDownloadProgress(m_session);
+        if (chunk.size() < ChunkSize)
+            co_return true;
+        const WaitEnd end = co_await m_session.waits.oneTurn();
+        if (!token.isLinkKept() || !m_link.isConnected() || end == WaitEnd::Closed)
+            co_return false;
+        if (m_session.ScriptError)
+            co_return true; // refused; the tester may still report the end
+    }
+    co_return true;
+}
+
+QCoro::Task<> VornScript::awaitEnd(CancelToken token)
+{
+    const auto ended = [this, token] { return m_session.ScriptDone || !token.isLinkKept(); };
+    co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
 }
 
 } // namespace vantrel

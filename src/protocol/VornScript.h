@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CancelToken.h"
+#include "link/LinkLease.h"
+
 #include <QByteArray>
 #include <QCoroTask>
 #include <QString>
@@ -8,6 +11,8 @@
 namespace vantrel {
 
 struct Session;
+enum class ScriptState : quint8;
+class PacketHold;
 class VornCommands;
 class VornComm;
 
@@ -23,23 +28,30 @@ public:
     /// Streams the file as it stands between the start of a download and the tester's
     /// end-of-script report, for which it waits up to 50 ticks. The caller clears ScriptError
     /// before and reads it afterwards: set when the tester refused the script, did not report its
-    /// end, or the link was lost. The main window is disabled meanwhile.
+    /// end, or the link was lost. The main window is disabled meanwhile, and `lease` is held.
     ///
     /// Throws RuntimeError when the file cannot be read; nothing has been sent then.
-    QCoro::Task<> LoadVornScript(QString path);
+    QCoro::Task<> LoadVornScript(QString path, LinkLease lease);
 
 private:
-    QCoro::Task<> sendScript(QByteArray script, qint32 losses);
-    QCoro::Task<> awaitEnd(qint32 losses);
+    QCoro::Task<> download(QByteArray script);
+    QCoro::Task<bool> sendScript(QByteArray script, PacketHold &others, CancelToken token);
+    QCoro::Task<> awaitEnd(CancelToken token);
 
     Session &m_session;
     VornComm &m_link;
     VornCommands &m_commands;
 };
 
-/// A run under way is over and nobody will report its end: the script controls are idle again, and
-/// the link is free. Nothing when no script runs.
-void endUnreportedRun(Session &session);
+/// Sets the state and the caption of `ScriptRun` that shows it.
+void setScriptState(Session &session, ScriptState state);
+
+/// A run under way is over without a report of its end: the script controls are idle again, and the
+/// link is free. No effect when no script runs.
+void markScriptStopped(Session &session);
+
+/// A download begins: it replaces the script that runs, and step reports are those of its steps.
+void beginStoredSteps(Session &session);
 
 /// Brings the progress bar of a download up to date; nothing while none runs.
 void showDownloadProgress(Session &session);

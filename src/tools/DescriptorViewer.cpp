@@ -8,7 +8,6 @@
 #include "link/Utils.h"
 #include "link/publicvars.h"
 #include "protocol/SetupPacket.h"
-#include "protocol/VornCommands.h"
 #include "tools/UsbDescriptors.h"
 
 #include <QScopeGuard>
@@ -21,29 +20,40 @@ namespace vantrel {
 
 namespace {
 
-constexpr qint16 RetrievalTicks = 50;
 constexpr qint32 HighestAddress = 0x7F;
 
 } // namespace
 
-DescriptorViewer::DescriptorViewer(Session &session, VornCommands &commands, Dialogs &dialogs,
+DescriptorViewer::DescriptorViewer(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                                    ErrorBoundary &errors)
-    : m_session(session), m_commands(commands), m_dialogs(dialogs), m_errors(errors)
+    : m_session(session), m_requests(requests), m_dialogs(dialogs), m_errors(errors)
 {
     m_controls.Save.setEnabled(false);
-    m_session.descdecode = [this](QByteArrayView payload) {
-        m_errors.runNow([this, payload] {
-            const auto show = qScopeGuard([this] { showReports(); });
-            descdecode(payload);
-        });
-    };
-    m_session.gd_abort = [this](const QString &message) { gd_abort(message); };
+    m_requests.setHandler(DeviceRequests::Client::Viewer, this);
 }
 
 DescriptorViewer::~DescriptorViewer()
 {
-    m_session.descdecode = nullptr;
-    m_session.gd_abort = nullptr;
+    m_requests.setHandler(DeviceRequests::Client::Viewer, nullptr);
+}
+
+void DescriptorViewer::onReply(QByteArrayView payload)
+{
+    m_errors.runNow([this, payload] {
+        const auto show = qScopeGuard([this] { showReports(); });
+        descdecode(payload);
+    });
+}
+
+void DescriptorViewer::onTimeout()
+{
+    gd_abort(QStringLiteral("Timeout"));
+}
+
+/// No reply can come any more.
+void DescriptorViewer::onDiscarded()
+{
+    onTimeout();
 }
 
 void DescriptorViewer::getDescClicked()
@@ -70,13 +80,17 @@ void DescriptorViewer::saveClicked()
 void DescriptorViewer::start()
 {
     m_controls.GetDesc.setEnabled(false);
-    m_session.DescActive = true;
     m_retrieval.level = 0;
     m_retrieval.stringCursor = 0;
     m_controls.DescInfo.setText({});
-    m_session.DescTimeout = RetrievalTicks;
     m_controls.Save.setEnabled(true);
-    sendRequest(usb::DescriptorType::Device, 0, 0, usb::DeviceDescriptorLength);
+    try {
+        m_requests.beginWalk(
+            makeRequest(usb::DescriptorType::Device, 0, 0, usb::DeviceDescriptorLength));
+    } catch (const RuntimeError &) {
+        m_requests.beginWalk({}); // nothing is sent: the retrieval ends by its time-out
+        throw;
+    }
 }
 
 void DescriptorViewer::gd_abort(const QString &message)
@@ -85,9 +99,8 @@ void DescriptorViewer::gd_abort(const QString &message)
                                 "      --- ") +
                  message + QStringLiteral("\r\n");
     showReports();
-    m_session.DescActive = false;
     m_controls.GetDesc.setEnabled(true);
-    m_session.DescTimeout = 0;
+    m_requests.endWalk();
 }
 
 /// A configuration may hold thousands of descriptors: the pane takes those of one reply at once.
@@ -98,15 +111,19 @@ void DescriptorViewer::showReports()
 }
 
 /// The address is read anew each time: the user may go to another device in the middle.
-void DescriptorViewer::sendRequest(quint8 type, int index, quint16 wIndex, int length)
+QByteArray DescriptorViewer::makeRequest(quint8 type, int index, quint16 wIndex, int length)
 {
     QString address = m_controls.DevAddr.text();
     const SetupPacket setup{usb::StandardDeviceToHost, usb::GetDescriptor,
                             static_cast<quint16>(type << 8U | checked<quint8>(index)), wIndex,
                             checked<quint16>(length)};
     m_retrieval.request = deviceRequest(ParseNumber(address), setup);
-    QByteArray block = m_retrieval.request; // comes back with its ESC bytes doubled
-    m_commands.SendDeviceRequest(block);
+    return m_retrieval.request;
+}
+
+void DescriptorViewer::sendRequest(quint8 type, int index, quint16 wIndex, int length)
+{
+    m_requests.send(DeviceRequests::Client::Viewer, makeRequest(type, index, wIndex, length));
 }
 
 QCoro::Task<> DescriptorViewer::save()

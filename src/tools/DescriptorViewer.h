@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/Control.h"
+#include "protocol/DeviceRequests.h"
 
 #include <QByteArray>
 #include <QCoroTask>
@@ -16,7 +17,6 @@ class DescriptorBytes;
 class Dialogs;
 class ErrorBoundary;
 struct Session;
-class VornCommands;
 
 /// The controls of the window `GetDescForm`, as values.
 struct DescriptorViewerControls
@@ -53,17 +53,16 @@ struct DescriptorRetrieval
 /// in DevAddr, one request after another, and explains each in DescInfo.
 ///
 /// Each reply decides on the next request; nothing waits. A retrieval ends with its last reply,
-/// with a failure, or 50 ticks after its start, whether the window is open or not; a reply that
-/// raises a run-time error shows the error's box and leaves the end to the 50 ticks.
-class DescriptorViewer
+/// with a failure, or 50 ticks after its first request was sent, whether the window is open or not;
+/// a reply that raises a run-time error shows the error's box and leaves the end to the 50 ticks.
+class DescriptorViewer final : private DeviceRequestClient
 {
 public:
-    /// Takes over the session's descdecode and gd_abort.
-    DescriptorViewer(Session &session, VornCommands &commands, Dialogs &dialogs,
+    DescriptorViewer(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                      ErrorBoundary &errors);
+    ~DescriptorViewer();
     DescriptorViewer(const DescriptorViewer &) = delete;
     DescriptorViewer &operator=(const DescriptorViewer &) = delete;
-    ~DescriptorViewer();
 
     DescriptorViewerControls &controls() { return m_controls; }
     DescriptorRetrieval &retrieval() { return m_retrieval; }
@@ -75,6 +74,10 @@ public:
 
 private:
     enum class Ask { Probe, Full };
+
+    void onReply(QByteArrayView payload) override;
+    void onTimeout() override;
+    void onDiscarded() override;
 
     void start();
     void descdecode(QByteArrayView payload);
@@ -92,10 +95,11 @@ private:
     void requestString();
     void nextConfiguration(Ask ask);
     void sendRequest(quint8 type, int index, quint16 wIndex, int length);
+    QByteArray makeRequest(quint8 type, int index, quint16 wIndex, int length);
     QCoro::Task<> save();
 
     Session &m_session;
-    VornCommands &m_commands;
+    DeviceRequests &m_requests;
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
     DescriptorViewerControls m_controls;

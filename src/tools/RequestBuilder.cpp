@@ -6,7 +6,7 @@
 #include "link/Files.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
-#include "protocol/VornCommands.h"
+#include "protocol/DeviceRequests.h"
 #include "tools/RequestFile.h"
 #include "tools/RequestReading.h"
 
@@ -85,9 +85,9 @@ RequestControls::RequestControls()
         Data0.emplace_back(all, qPrintable(QStringLiteral("Data0_%1").arg(index)));
 }
 
-RequestBuilder::RequestBuilder(Session &session, VornCommands &commands, Dialogs &dialogs,
+RequestBuilder::RequestBuilder(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                                ErrorBoundary &errors)
-    : m_session(session), m_commands(commands), m_dialogs(dialogs), m_errors(errors)
+    : m_session(session), m_requests(requests), m_dialogs(dialogs), m_errors(errors)
 {
     for (Control *field : {&m_controls.Address, &m_controls.bmReqType, &m_controls.bReq})
         field->setText(byteText(0));
@@ -296,7 +296,7 @@ QCoro::Task<> RequestBuilder::send()
     QByteArray block = deviceRequest(target, setup, data);
     if (!automatic)
         block.insert(1, static_cast<char>(manualModeByte()));
-    m_commands.SendDeviceRequest(block);
+    m_requests.send(DeviceRequests::Client::Builder, block);
 }
 
 QCoro::Task<> RequestBuilder::save()

@@ -14,9 +14,9 @@
 
 namespace vantrel {
 
+class DeviceRequests;
 class Dialogs;
 class ErrorBoundary;
-class VornCommands;
 struct Session;
 
 /// The controls of the window `DevRqstForm`, as values.
@@ -56,7 +56,7 @@ class RequestBuilder
 {
 public:
     /// Makes an empty request.
-    RequestBuilder(Session &session, VornCommands &commands, Dialogs &dialogs,
+    RequestBuilder(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                    ErrorBoundary &errors);
 
     RequestControls &controls() { return m_controls; }
@@ -110,7 +110,7 @@ private:
     QByteArray dataBytes() const;
 
     Session &m_session;
-    VornCommands &m_commands;
+    DeviceRequests &m_requests;
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
     RequestControls m_controls;

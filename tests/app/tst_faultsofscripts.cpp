@@ -62,7 +62,7 @@ Operation connecting()
     operation.start = [](FaultBench &bench) { bench.pressConnect(); };
     operation.moment = {VersionQuery};
     operation.hasEnded = [](FaultBench &bench) {
-        const qint16 state = bench.session().LinkState;
+        const LinkStates state = bench.session().LinkState;
         return state == LinkStates::Running || state == LinkStates::Closed;
     };
     operation.outcome = linkState;

@@ -121,7 +121,7 @@ void tst_maintenancefirmware::overTcp()
     QVERIFY(bench.sees("Reinitializing Communications...\r\n"));
     QVERIFY(bench.answeredAgain());
     QVERIFY2(bench.main().CmdWin.text().contains(line), qPrintable(bench.main().CmdWin.text()));
-    QCOMPARE(int{bench.session().LinkState}, 3);
+    QCOMPARE(int(bench.session().LinkState), 3);
     QCOMPARE(bench.tester->state().firmware.programmed(), firmware);
     QCOMPARE(bench.main().Connect.text(), QStringLiteral("Disconnect"));
     QVERIFY(bench.dialogs.messages.isEmpty());
@@ -142,7 +142,7 @@ void tst_maintenancefirmware::overSerial()
     QVERIFY(bench.hears("\r\nLoading Firmware 00002710\r\nProgramming Firmware"));
     QVERIFY(bench.pause());
     QVERIFY(bench.console.link().isConnected()); // the line stays open
-    QCOMPARE(int{bench.session().LinkState}, 1);
+    QCOMPARE(int(bench.session().LinkState), 1);
     QCOMPARE(bench.stepsToAnswer(1), 1); // at the rate that it was found at
     QVERIFY2(bench.main().CmdWin.text().contains(line), qPrintable(bench.main().CmdWin.text()));
     QCOMPARE(bench.tester->state().firmware.programmed(), firmware);
@@ -207,7 +207,7 @@ void tst_maintenancefirmware::corruptImage()
     QVERIFY(bench.download(image(2, 3, 13)));
     QVERIFY(bench.pause());
     QVERIFY(bench.answeredAgain());
-    QCOMPARE(int{bench.session().LinkState}, 4);
+    QCOMPARE(int(bench.session().LinkState), 4);
     QVERIFY(bench.commandLineSeen("** Vorn 2 Bootstrap  3 . 12"));
     QVERIFY(bench.main().mnuUtilFW.isEnabled());
 
@@ -215,7 +215,7 @@ void tst_maintenancefirmware::corruptImage()
     QVERIFY(bench.download(image(2, 3, 14)));
     QVERIFY(bench.pause());
     QVERIFY(bench.answeredAgain());
-    QCOMPARE(int{bench.session().LinkState}, 3);
+    QCOMPARE(int(bench.session().LinkState), 3);
     QVERIFY(bench.commandLineSeen("** Vorn 2 Firmware Revision  3 . 14"));
     QVERIFY(bench.dialogs.messages.isEmpty());
 }

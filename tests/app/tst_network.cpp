@@ -60,7 +60,7 @@ void tst_network::identifiesTheTester()
     NetworkBench bench(settings);
     QVERIFY(bench.connectConsole());
 
-    QCOMPARE(int{bench.session().LinkState}, state);
+    QCOMPARE(int(bench.session().LinkState), state);
     QCOMPARE(int{bench.session().TesterModel}, model);
     QVERIFY(bench.main().CmdWin.text().startsWith(
         QLatin1String("\r\nInitializing Communications...\r\nConnecting...")));

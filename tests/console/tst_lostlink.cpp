@@ -37,8 +37,9 @@ void TestLostLink::disconnectLetsGoOfExchanges()
 {
     ConsoleBench bench;
     bench.run();
-    bench.session.ScriptBusy = true;
-    bench.session.FtdiActive = true;
+    bench.session.leases.beginRun();
+    bench.console.requests().send(DeviceRequests::Client::Ftdi, QByteArray::fromHex("02c0"));
+    QVERIFY(bench.session.FtdiActive);
     bench.console.connectClicked();
     QVERIFY(!bench.session.ScriptBusy);
     QVERIFY(!bench.session.FtdiActive);
@@ -77,10 +78,10 @@ void TestLostLink::goneLinkIsNotPolled()
 
     bench.second();
     QCOMPARE(bench.session.StatusSeen, false);
-    QCOMPARE(int{bench.session.LinkState}, bootstrap ? 4 : 3);
+    QCOMPARE(int(bench.session.LinkState), bootstrap ? 4 : 3);
     QCOMPARE(bench.main.CmdWin.text(), pane);
     bench.second();
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     bench.second();
     QCOMPARE(bench.main.CmdWin.text(), pane + QLatin1String("\r\nConnecting..."));
     QCOMPARE(bench.transport().written, QList<QByteArray>());
@@ -94,7 +95,7 @@ void TestLostLink::deafTesterIsNotAsked()
     const QString pane = bench.main.CmdWin.text();
     bench.second();
     bench.second();
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     bench.tick(30);
     QCOMPARE(bench.main.CmdWin.text(), pane + QLatin1String("\r\nConnecting..."));
     QCOMPARE(bench.serial->written, QList<QByteArray>());
@@ -109,7 +110,7 @@ void TestLostLink::vanishedPortIsReopened()
     ConsoleBench bench;
     bench.run();
     bench.tick(20);
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     bench.serial->takeWritten();
     bench.serial->vanish();
     bench.serial->openError = QStringLiteral("No such file or directory");
@@ -122,7 +123,7 @@ void TestLostLink::vanishedPortIsReopened()
     QCOMPARE(bench.serial->written, QList<QByteArray>());
     QCOMPARE(bench.dialogs.messages.size(), 0);
     QCOMPARE(bench.main.CmdWin.text(), pane);
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
 
     bench.serial->openError.reset(); // back
     bench.second();
@@ -130,7 +131,7 @@ void TestLostLink::vanishedPortIsReopened()
     QCOMPARE(bench.serial->written, QList<QByteArray>{Version});
     QCOMPARE(bench.serial->opened.last().settings, bench.console.link().lineSettings());
     bench.answer(Vorn2Answer);
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
     bench.tick(10);
     QCOMPARE(bench.serial->opened.size(), 5);
 }
@@ -154,7 +155,7 @@ void TestLostLink::disconnectAfterThePortVanished()
     bench.serial->openError = QStringLiteral("No such file or directory");
     bench.tick(40);
     bench.console.connectClicked();
-    QCOMPARE(int{bench.session.LinkState}, 0);
+    QCOMPARE(int(bench.session.LinkState), 0);
     QCOMPARE(bench.main.Connect.text(), QLatin1String("Connect"));
     const qsizetype opened = bench.serial->opened.size();
     bench.tick(40);

@@ -100,11 +100,11 @@ void TestOneSecond::closedDoesNothing()
     ConsoleBench bench;
     bench.connect();
     const QString pane = bench.main.CmdWin.text();
-    bench.session.LinkState = static_cast<qint16>(linkState);
+    bench.session.LinkState = static_cast<LinkStates>(linkState);
     bench.session.StatusSeen = true;
     bench.tick(100);
     QCOMPARE(bench.serial->written, QList<QByteArray>());
-    QCOMPARE(int{bench.session.LinkState}, linkState);
+    QCOMPARE(int(bench.session.LinkState), linkState);
     QCOMPARE(bench.session.StatusSeen, true);
     QCOMPARE(bench.main.CmdWin.text(), pane);
 }
@@ -116,7 +116,7 @@ void TestOneSecond::openedSerial()
     bench.second();
     QCOMPARE(bench.serial->written, QList<QByteArray>{Version});
     QCOMPARE(bench.serial->settings, QList<QByteArray>{" 19200,n,8,1"});
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     QCOMPARE(bench.main.CmdWin.text(),
              QLatin1String("\r\nInitializing Communications...\r\nConnecting..."));
 }
@@ -127,7 +127,7 @@ void TestOneSecond::openedNetwork()
     bench.connect(true);
     bench.second();
     QCOMPARE(bench.tcp->written, QList<QByteArray>{Version});
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     QCOMPARE(connectingLines(bench), 1);
 }
 
@@ -138,7 +138,7 @@ void TestOneSecond::networkPending()
     bench.connect(true);
     bench.tick(35);
     QCOMPARE(bench.tcp->written, QList<QByteArray>());
-    QCOMPARE(int{bench.session.LinkState}, 1);
+    QCOMPARE(int(bench.session.LinkState), 1);
     QCOMPARE(connectingLines(bench), 0);
 
     bench.tcp->connectNow();
@@ -146,7 +146,7 @@ void TestOneSecond::networkPending()
     QCOMPARE(bench.tcp->written, QList<QByteArray>());
     bench.tick();
     QCOMPARE(bench.tcp->written, QList<QByteArray>{Version});
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     QCOMPARE(connectingLines(bench), 1);
 }
 
@@ -156,13 +156,13 @@ void TestOneSecond::networkNeverConnects()
     bench.tcp->connectsAtOnce = false;
     bench.connect(true);
     bench.tick(300);
-    QCOMPARE(int{bench.session.LinkState}, 1);
+    QCOMPARE(int(bench.session.LinkState), 1);
     QCOMPARE(bench.tcp->written, QList<QByteArray>());
     QCOMPARE(bench.tcp->opened.size(), 1);
     QCOMPARE(bench.main.CmdWin.text(), QLatin1String("\r\nInitializing Communications..."));
 
     bench.tcp->fail(QStringLiteral("Host unreachable"));
-    QCOMPARE(int{bench.session.LinkState}, 0);
+    QCOMPARE(int(bench.session.LinkState), 0);
     QCOMPARE(bench.dialogs.messages.size(), 1);
 }
 
@@ -180,7 +180,7 @@ void TestOneSecond::probingSerialWalksTheRates()
     QCOMPARE(ratesProbed, (QList<QByteArray>{" 19200,n,8,1", " 38400,n,8,1", " 57600,n,8,1",
                                              " 115200,n,8,1", " 19200,n,8,1", " 38400,n,8,1"}));
     QCOMPARE(bench.serial->opened.size(), 1);
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     QCOMPARE(connectingLines(bench), 1);
 }
 
@@ -207,7 +207,7 @@ void TestOneSecond::probingNetworkWhileUnconnected()
     QCOMPARE(bench.tcp->written, QList<QByteArray>{Version});
     QCOMPARE(bench.tcp->opened.size(), 1);
     QCOMPARE(bench.main.CmdWin.text(), pane);
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
 }
 
 void TestOneSecond::testerAt115200()
@@ -219,12 +219,12 @@ void TestOneSecond::testerAt115200()
             probes.append(bench.serial->settings.last());
     };
     bench.connect();
-    for (int seconds = 0; seconds < 10 && bench.session.LinkState != 3; ++seconds) {
+    for (int seconds = 0; seconds < 10 && bench.session.LinkState != LinkStates::Running; ++seconds) {
         bench.second();
         if (bench.serial->settings.last() == " 115200,n,8,1")
             bench.answer(Vorn2Answer);
     }
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
     QCOMPARE(probes,
              (QList<QByteArray>{" 19200,n,8,1", " 38400,n,8,1", " 57600,n,8,1", " 115200,n,8,1"}));
     bench.second();
@@ -239,7 +239,7 @@ void TestOneSecond::running()
     bench.second();
     QCOMPARE(bench.serial->written, (QList<QByteArray>{Current, PortStatus}));
     QCOMPARE(bench.session.StatusSeen, false);
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
 }
 
 void TestOneSecond::runningKeepsPolling()
@@ -251,7 +251,7 @@ void TestOneSecond::runningKeepsPolling()
         QCOMPARE(bench.serial->takeWritten(), Current + PortStatus);
         bench.answer(StatusAnswer);
     }
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
     QCOMPARE(connectingLines(bench), 1);
 }
 
@@ -263,7 +263,7 @@ void TestOneSecond::runningWithoutAnswer()
     bench.serial->takeWritten();
     bench.second(); // nothing came back
     QCOMPARE(bench.serial->written, QList<QByteArray>());
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     QCOMPARE(connectingLines(bench), 2);
 
     bench.second(); // the next probe goes out at another rate
@@ -282,7 +282,7 @@ void TestOneSecond::answersStop()
         bench.tick(10 - lastAnswer);
         bench.second();
         QCOMPARE(connectingLines(bench), 2);
-        QCOMPARE(int{bench.session.LinkState}, 2);
+        QCOMPARE(int(bench.session.LinkState), 2);
     }
 }
 
@@ -294,7 +294,7 @@ void TestOneSecond::anyVersionOrStatusAnswerCounts()
         bench.second();
         bench.answer(answer);
         bench.second();
-        QCOMPARE(int{bench.session.LinkState}, 3);
+        QCOMPARE(int(bench.session.LinkState), 3);
     }
 }
 
@@ -308,7 +308,7 @@ void TestOneSecond::otherAnswersDoNotCount()
     bench.answer("92 05 81 00"_hex);
     bench.answer("95"_hex);
     bench.second();
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
 }
 
 void TestOneSecond::bootstrap()
@@ -317,7 +317,7 @@ void TestOneSecond::bootstrap()
     bench.connect();
     bench.second();
     bench.answer(BootstrapAnswer);
-    QCOMPARE(int{bench.session.LinkState}, 4);
+    QCOMPARE(int(bench.session.LinkState), 4);
     bench.serial->takeWritten();
     for (int seconds = 0; seconds < 5; ++seconds) {
         bench.second();
@@ -325,7 +325,7 @@ void TestOneSecond::bootstrap()
         QCOMPARE(bench.session.StatusSeen, false);
         bench.answer(StatusAnswer);
     }
-    QCOMPARE(int{bench.session.LinkState}, 4);
+    QCOMPARE(int(bench.session.LinkState), 4);
 }
 
 void TestOneSecond::bootstrapWithoutAnswer()
@@ -338,7 +338,7 @@ void TestOneSecond::bootstrapWithoutAnswer()
     bench.serial->takeWritten();
     bench.second();
     QCOMPARE(bench.serial->written, QList<QByteArray>());
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     QCOMPARE(connectingLines(bench), 2);
 }
 
@@ -347,10 +347,10 @@ void TestOneSecond::answerBringsItBack()
     ConsoleBench bench;
     bench.run(true);
     bench.tick(20);
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     bench.second();
     bench.answer(Vorn2Answer);
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
     bench.tcp->takeWritten();
     bench.second();
     QCOMPARE(bench.tcp->takeWritten(), Current + PortStatus);
@@ -360,11 +360,11 @@ void TestOneSecond::probedAgainByAnotherWindow()
 {
     ConsoleBench bench;
     bench.run();
-    bench.session.LinkState = 1; // as after a firmware download
+    bench.session.LinkState = LinkStates::Opened; // as after a firmware download
     bench.second();
     QCOMPARE(bench.serial->written, QList<QByteArray>{Version});
     QCOMPARE(bench.serial->settings, QList<QByteArray>{" 19200,n,8,1"});
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     QCOMPARE(connectingLines(bench), 2);
 }
 
@@ -372,11 +372,11 @@ void TestOneSecond::scriptBusyPauses()
 {
     ConsoleBench bench;
     bench.run();
-    bench.session.ScriptBusy = true;
+    bench.session.leases.beginRun();
     bench.session.StatusSeen = false;
     bench.tick(200);
     QCOMPARE(bench.serial->written, QList<QByteArray>());
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
     QCOMPARE(bench.session.TickCount, 210);
 }
 
@@ -385,9 +385,9 @@ void TestOneSecond::scriptBusyKeepsTheCount()
     ConsoleBench bench;
     bench.connect();
     bench.tick(6);
-    bench.session.ScriptBusy = true;
+    bench.session.leases.beginRun();
     bench.tick(25);
-    bench.session.ScriptBusy = false;
+    bench.session.leases.endRun();
     bench.tick(3);
     QCOMPARE(bench.serial->written, QList<QByteArray>());
     bench.tick();
@@ -407,12 +407,12 @@ void TestOneSecond::scriptBusyInEveryState()
 
     ConsoleBench bench;
     bench.connect();
-    bench.session.LinkState = static_cast<qint16>(linkState);
+    bench.session.LinkState = static_cast<LinkStates>(linkState);
     bench.session.StatusSeen = true;
-    bench.session.ScriptBusy = true;
+    bench.session.leases.beginRun();
     bench.tick(50);
     QCOMPARE(bench.serial->written, QList<QByteArray>());
-    QCOMPARE(int{bench.session.LinkState}, linkState);
+    QCOMPARE(int(bench.session.LinkState), linkState);
     QCOMPARE(bench.session.StatusSeen, true);
 }
 

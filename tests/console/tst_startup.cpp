@@ -138,7 +138,7 @@ void TestStartup::nothingIsSent()
     QCOMPARE(bench.tcp->opened.size(), 0);
     QCOMPARE(bench.serial->written, QList<QByteArray>());
     QCOMPARE(bench.main.CmdWin.text(), QString());
-    QCOMPARE(int{bench.session.LinkState}, 0);
+    QCOMPARE(int(bench.session.LinkState), 0);
     QCOMPARE(bench.dialogs.messages.size(), 0);
 }
 

@@ -2,6 +2,7 @@
 #include "link/Utils.h"
 #include "support/ConsoleBench.h"
 #include "support/Hex.h"
+#include "support/RecordingClient.h"
 #include "support/TestProgram.h"
 
 #include <QSignalSpy>
@@ -139,16 +140,13 @@ void TestTicks::descTimeout()
 
     ConsoleBench bench;
     QList<int> ticks;
-    QStringList messages;
-    bench.session.gd_abort = [&](const QString &message) {
-        ticks.append(bench.session.TickCount);
-        messages.append(message);
-    };
+    RecordingClient viewer;
+    viewer.timedOut = [&] { ticks.append(bench.session.TickCount); };
+    bench.console.requests().setHandler(DeviceRequests::Client::Viewer, &viewer);
     bench.session.DescTimeout = static_cast<qint16>(start);
     bench.tick(40);
 
     QCOMPARE(ticks, abortAtTick ? QList<int>{abortAtTick} : QList<int>());
-    QCOMPARE(messages, abortAtTick ? QStringList{QStringLiteral("Timeout")} : QStringList());
     QCOMPARE(int{bench.session.DescTimeout}, 0);
 }
 
@@ -203,11 +201,13 @@ void TestTicks::orderInsideATick()
         order.append(QStringLiteral("redraw"));
         QCOMPARE(int{session.DescTimeout}, 1);
     });
-    session.gd_abort = [&](const QString &) {
+    RecordingClient viewer;
+    viewer.timedOut = [&] {
         order.append(QStringLiteral("abort"));
         QCOMPARE(int{session.DescTimeout}, 0);
         QCOMPARE(int{session.TriggerHoldoff}, 3);
     };
+    bench.console.requests().setHandler(DeviceRequests::Client::Viewer, &viewer);
     session.RespDirty = true;
     session.DescTimeout = 1;
     session.TriggerHoldoff = 3;
@@ -222,7 +222,7 @@ void TestTicks::orderInsideATick()
 void TestTicks::goesOnWhileScriptBusy()
 {
     ConsoleBench bench;
-    bench.session.ScriptBusy = true;
+    bench.session.leases.beginRun();
     bench.session.TriggerHoldoff = 3;
     bench.session.DescTimeout = 3;
     ShowResponseLine(bench.session, "line");

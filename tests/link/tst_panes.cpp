@@ -77,7 +77,7 @@ void TestPanes::startValues()
 {
     const Session session;
 
-    QCOMPARE(session.LinkState, qint16{0});
+    QCOMPARE(int(session.LinkState), 0);
     QCOMPARE(session.NetworkMode, false);
     QCOMPARE(session.RemoteHost, QString());
     QCOMPARE(session.TxPacket, QByteArray());

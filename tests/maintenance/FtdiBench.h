@@ -125,7 +125,7 @@ struct FtdiBench : ConsoleBench
 
     QString backupFolder = directory.filePath(QStringLiteral("data/backups"));
     QDateTime now{QDate(2026, 11, 21), QTime(14, 22, 33)};
-    FtdiUtility ftdi{session,          console.commands(), dialogs,
+    FtdiUtility ftdi{session,          console.requests(), dialogs,
                      console.errors(), backupFolder,       [this] { return now; }};
     FtdiControls &controls = ftdi.controls();
 

@@ -365,7 +365,7 @@ void TestFtdiProgram::linkLostWhileProgramming()
     bench.console.connectClicked();
     QCOMPARE(bench.session.waits.pendingCount(), 0);
     bench.tick(20);
-    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.onlyMessage(), QStringLiteral("Error Erasing EEPROM"));
     QVERIFY(!bench.session.FtdiActive);
     QVERIFY(bench.controls.btProgram.isEnabled());
 }

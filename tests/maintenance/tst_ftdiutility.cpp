@@ -242,7 +242,7 @@ void TestFtdiUtility::readTimesOut()
 void TestFtdiUtility::readWithoutConnection()
 {
     ConsoleBench bench;
-    FtdiUtility ftdi(bench.session, bench.console.commands(), bench.dialogs, bench.console.errors(),
+    FtdiUtility ftdi(bench.session, bench.console.requests(), bench.dialogs, bench.console.errors(),
                      bench.directory.path());
     ftdi.opened();
     ftdi.readClicked();

@@ -177,7 +177,9 @@ void TestNetworkConfig::linkLostWhileReading()
     bench.console.connectClicked(); // disconnects
     QCOMPARE(bench.session.waits.pendingCount(), 0);
     bench.tick(30);
-    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.dialogs.messages[0].text,
+             QStringLiteral("Failed to Read Configuration Information from Tester"));
     QCOMPARE(bench.texts().count(QString()), 18);
 }
 

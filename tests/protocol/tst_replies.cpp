@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Hex.h"
 #include "support/ProtocolBench.h"
+#include "support/RecordingClient.h"
 #include "support/SessionState.h"
 #include "support/TestProgram.h"
 
@@ -27,9 +28,8 @@ private slots:
     void deviceTransfer();
     void dumpBreaks_data();
     void dumpBreaks();
-    void deviceRequestGoesToTheTool_data();
-    void deviceRequestGoesToTheTool();
-    void deviceRequestForAToolThatIsGone();
+    void deviceRequestWithoutAClient();
+    void deviceRequestOfAClient();
     void deviceTransferIsNeverHandedOn();
     void flashScript_data();
     void flashScript();
@@ -126,69 +126,37 @@ void TestReplies::dumpBreaks()
     QCOMPARE(bench.takeResponses(), "*** Message -- Index:  7  Timer:  1" + dump + "\r\n");
 }
 
-void TestReplies::deviceRequestGoesToTheTool_data()
-{
-    QTest::addColumn<bool>("descActive");
-    QTest::addColumn<bool>("ftdiActive");
-    QTest::addColumn<QString>("receiver");
-
-    QTest::newRow("none") << false << false << QStringLiteral("pane");
-    QTest::newRow("descriptor viewer") << true << false << QStringLiteral("viewer");
-    QTest::newRow("FTDI utility") << false << true << QStringLiteral("FTDI");
-    QTest::newRow("both: the viewer first") << true << true << QStringLiteral("viewer");
-}
-
-void TestReplies::deviceRequestGoesToTheTool()
-{
-    QFETCH(bool, descActive);
-    QFETCH(bool, ftdiActive);
-    QFETCH(QString, receiver);
-
-    ProtocolBench bench;
-    QList<QByteArray> viewer;
-    QList<QByteArray> ftdi;
-    bench.session.descdecode = [&](QByteArrayView payload) {
-        viewer.append(payload.toByteArray());
-    };
-    bench.session.FTDIResp = [&](QByteArrayView payload) { ftdi.append(payload.toByteArray()); };
-    bench.session.DescActive = descActive;
-    bench.session.FtdiActive = ftdiActive;
-    const QStringList before = stateOf(bench.session);
-
-    const QByteArray payload = "81 00 12 01 1b"_hex;
-    bench.dispatch(payload);
-
-    const QList<QByteArray> handed{payload};
-    QCOMPARE(viewer, receiver == QLatin1String("viewer") ? handed : QList<QByteArray>());
-    QCOMPARE(ftdi, receiver == QLatin1String("FTDI") ? handed : QList<QByteArray>());
-    if (receiver == QLatin1String("pane"))
-        QCOMPARE(bench.responses(),
-                 QByteArray("-- Device Request Response: Status = 00\r\n 12 01 1B \r\n"));
-    else
-        QCOMPARE(stateOf(bench.session), before);
-}
-
-void TestReplies::deviceRequestForAToolThatIsGone()
+void TestReplies::deviceRequestWithoutAClient()
 {
     ProtocolBench bench;
-    bench.session.DescActive = true;
-    bench.dispatch("81 00 12"_hex);
-    bench.session.DescActive = false;
-    bench.session.FtdiActive = true;
-    bench.dispatch("81 00 12"_hex);
-    QCOMPARE(bench.responses(), QByteArray());
+    bench.dispatch("81 00 12 01 1b"_hex);
+    QCOMPARE(bench.responses(),
+             QByteArray("-- Device Request Response: Status = 00\r\n 12 01 1B \r\n"));
+}
+
+void TestReplies::deviceRequestOfAClient()
+{
+    ProtocolBench bench;
+    RecordingClient client;
+    bench.requests.setHandler(DeviceRequests::Client::Ftdi, &client);
+    bench.requests.send(DeviceRequests::Client::Ftdi, "02 c0"_hex);
+    QStringList expected = stateOf(bench.session);
+    expected.replaceInStrings(QStringLiteral("FtdiActive = 1"), QStringLiteral("FtdiActive = 0"));
+
+    bench.dispatch("81 00 12 01 1b"_hex);
+    QCOMPARE(client.replies, QList<QByteArray>{"81 00 12 01 1b"_hex});
+    QCOMPARE(stateOf(bench.session), expected);
 }
 
 void TestReplies::deviceTransferIsNeverHandedOn()
 {
     ProtocolBench bench;
-    int handed = 0;
-    bench.session.descdecode = [&](QByteArrayView) { ++handed; };
-    bench.session.FTDIResp = [&](QByteArrayView) { ++handed; };
-    bench.session.DescActive = true;
-    bench.session.FtdiActive = true;
+    RecordingClient client;
+    bench.requests.setHandler(DeviceRequests::Client::Viewer, &client);
+    bench.requests.beginWalk("02 80"_hex);
     bench.dispatch("89 00 12"_hex);
-    QCOMPARE(handed, 0);
+    QCOMPARE(client.replies, QList<QByteArray>());
+    QVERIFY(bench.session.DescActive);
     QCOMPARE(bench.responses(), QByteArray("-- Device Transfer Response: Status = 00\r\n 12 \r\n"));
 }
 

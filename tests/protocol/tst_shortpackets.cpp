@@ -124,7 +124,7 @@ void TestShortPackets::portStatusWithoutItsByte()
 void TestShortPackets::nestedCutOff()
 {
     ProtocolBench bench;
-    bench.session.Main.ScriptIdx.setText(QStringLiteral("Running"));
+    bench.session.Steps = StepReports::Executed;
     bench.dispatch("a0 00 07 91 01 02 03"_hex); // a status report without its last byte
     QCOMPARE(bench.responses(), QByteArray("*** Script Response -- Index:  7\r\n"));
     bench.dispatch("a0 00 08 a0 00 09"_hex); // a script report without its inner code

@@ -103,12 +103,13 @@ void TestVersion::identity()
     QFETCH(int, minor);
     QFETCH(int, ram);
 
-    for (const qint16 before : {qint16{1}, qint16{2}, qint16{3}, qint16{4}}) {
+    for (const LinkStates before : {LinkStates::Opened, LinkStates::Probing, LinkStates::Running,
+                                    LinkStates::Bootstrap}) {
         ProtocolBench bench;
         bench.session.LinkState = before;
         bench.dispatch("8f"_hex + fields);
         QVERIFY(bench.session.StatusSeen);
-        QCOMPARE(int{bench.session.LinkState}, linkState);
+        QCOMPARE(int(bench.session.LinkState), linkState);
         QCOMPARE(int{bench.session.TesterModel}, model);
         QCOMPARE(int{bench.session.FirmwareMajor}, major);
         QCOMPARE(int{bench.session.FirmwareMinor}, minor);
@@ -275,7 +276,7 @@ void TestVersion::ramBeyondTheContract()
 {
     ProtocolBench bench;
     bench.dispatch("8f 02 03 0c ff ff"_hex);
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
     bench.dispatch("83"_hex);
     QVERIFY(bench.commandPane().endsWith(QLatin1String("\r\nSuspending")));
 }

@@ -411,7 +411,7 @@ void TestVornCommands::restoreAutoMode()
 
     ProtocolBench bench;
     bench.session.Main.Automode.setChecked(ticked);
-    bench.session.ScriptBusy = true;
+    bench.session.leases.beginRun();
     bench.commands.RestoreAutoMode();
     QCOMPARE(bench.serial->written, written);
     QVERIFY(!bench.session.ScriptBusy);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "protocol/DeviceRequests.h"
 #include "protocol/RecvDecode.h"
 #include "protocol/VornCommands.h"
 #include "support/LinkBench.h"
@@ -33,7 +34,8 @@ struct ProtocolBench : LinkBench
     }
 
     VornCommands commands{session, link};
-    RecvDecode decoder{session, commands};
+    DeviceRequests requests{session, link, commands};
+    RecvDecode decoder{session, commands, requests};
 };
 
 } // namespace vantrel::test

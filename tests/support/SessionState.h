@@ -32,7 +32,7 @@ inline QStringList stateOf(const Session &session)
     const auto value = [&lines](const char *name, const auto &member) {
         lines.append(QLatin1String(name) + QStringLiteral(" = ") + detail::text(member));
     };
-    value("LinkState", session.LinkState);
+    value("LinkState", static_cast<int>(session.LinkState));
     value("NetworkMode", session.NetworkMode);
     value("RemoteHost", session.RemoteHost);
     value("BaudIndex", session.BaudIndex);
@@ -54,6 +54,8 @@ inline QStringList stateOf(const Session &session)
     value("ScriptBusy", session.ScriptBusy);
     value("ScriptDone", session.ScriptDone);
     value("ScriptError", session.ScriptError);
+    value("Script", static_cast<int>(session.Script));
+    value("Steps", static_cast<int>(session.Steps));
     value("DescActive", session.DescActive);
     value("FtdiActive", session.FtdiActive);
     value("FwBlockAck", session.FwBlockAck);

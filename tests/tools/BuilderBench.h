@@ -109,7 +109,7 @@ struct BuilderBench : ConsoleBench
         return box.text + QLatin1Char('|') + box.title;
     }
 
-    RequestBuilder builder{session, console.commands(), dialogs, console.errors()};
+    RequestBuilder builder{session, console.requests(), dialogs, console.errors()};
     RequestControls &controls = builder.controls();
 };
 

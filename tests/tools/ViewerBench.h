@@ -42,7 +42,7 @@ struct ViewerBench : ConsoleBench
         return session.DescActive && !controls.GetDesc.isEnabled() && dialogs.messages.isEmpty();
     }
 
-    DescriptorViewer viewer{session, console.commands(), dialogs, console.errors()};
+    DescriptorViewer viewer{session, console.requests(), dialogs, console.errors()};
     DescriptorViewerControls &controls = viewer.controls();
     DescriptorRetrieval &retrieval = viewer.retrieval();
 };

@@ -359,7 +359,7 @@ void tst_descriptorerrors::eleventhString()
 void tst_descriptorerrors::withoutConnection()
 {
     ConsoleBench bench;
-    DescriptorViewer viewer(bench.session, bench.console.commands(), bench.dialogs,
+    DescriptorViewer viewer(bench.session, bench.console.requests(), bench.dialogs,
                             bench.console.errors());
     viewer.controls().DevAddr.adoptText(QStringLiteral("0x02"));
     viewer.getDescClicked();

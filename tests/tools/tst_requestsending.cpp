@@ -259,7 +259,7 @@ void TestRequestSending::withoutConnection()
 {
     ConsoleBench bench;
     bench.main.Automode.adoptChecked(true);
-    RequestBuilder builder(bench.session, bench.console.commands(), bench.dialogs,
+    RequestBuilder builder(bench.session, bench.console.requests(), bench.dialogs,
                            bench.console.errors());
     builder.sendClicked();
     QVERIFY(

@@ -99,7 +99,7 @@ struct RequestFormBench : WindowBench
         return file.fileName();
     }
 
-    RequestBuilder builder{session, console.commands(), dialogs, console.errors()};
+    RequestBuilder builder{session, console.requests(), dialogs, console.errors()};
     DevRqstForm form{builder, &window};
 };
 

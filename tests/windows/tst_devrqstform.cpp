@@ -256,7 +256,7 @@ void TestDevRqstForm::closes()
 void TestDevRqstForm::goesWhileInAField()
 {
     RequestFormBench bench;
-    RequestBuilder builder(bench.session, bench.console.commands(), bench.dialogs,
+    RequestBuilder builder(bench.session, bench.console.requests(), bench.dialogs,
                            bench.console.errors());
     {
         DevRqstForm form(builder, &bench.window);

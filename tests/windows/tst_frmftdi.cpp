@@ -96,7 +96,7 @@ struct FtdiWindowBench : WindowBench
         QTest::keyClicks(&field(name), text);
     }
 
-    FtdiUtility ftdi{session, console.commands(), dialogs, console.errors(), directory.path()};
+    FtdiUtility ftdi{session, console.requests(), dialogs, console.errors(), directory.path()};
     frmFTDI form{ftdi, &window};
 };
 

@@ -48,7 +48,7 @@ struct ViewerFormBench : WindowBench
         QTest::keyClicks(&address, QLatin1String(text));
     }
 
-    DescriptorViewer viewer{session, console.commands(), dialogs, console.errors()};
+    DescriptorViewer viewer{session, console.requests(), dialogs, console.errors()};
     GetDescForm &form = *new GetDescForm(viewer, &window);
     QLineEdit &address = part<QLineEdit>("DevAddr");
     QPushButton &get = part<QPushButton>("GetDesc");
@@ -410,7 +410,8 @@ struct SaveDialogBench : DialogBench
     SaveDialogBench()
     {
         viewer.getDescClicked();
-        console->session().gd_abort(QStringLiteral("Timeout"));
+        for (int tick = 0; tick < 50; ++tick)
+            console->Timer1();
         form.present();
         waitUntilActive(form);
     }
@@ -436,7 +437,7 @@ struct SaveDialogBench : DialogBench
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing to read");
     }
 
-    DescriptorViewer viewer{console->session(), console->commands(), dialogs, console->errors()};
+    DescriptorViewer viewer{console->session(), console->requests(), dialogs, console->errors()};
     GetDescForm &form = *new GetDescForm(viewer, window.get());
 };
 

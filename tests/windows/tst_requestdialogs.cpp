@@ -68,7 +68,7 @@ struct RequestDialogBench : DialogBench
             qFatal("no file %s", name);
     }
 
-    RequestBuilder builder{console->session(), console->commands(), dialogs, console->errors()};
+    RequestBuilder builder{console->session(), console->requests(), dialogs, console->errors()};
     DevRqstForm form{builder, window.get()};
 };
 

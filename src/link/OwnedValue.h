@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+namespace vantrel {
+
+/// A value that every part of the program reads and only the class `Owner` sets.
+template <typename Value, typename Owner>
+class OwnedValue
+{
+public:
+    operator Value() const { return m_value; } // NOLINT(google-explicit-constructor)
+
+private:
+    friend Owner;
+
+    OwnedValue &operator=(Value value)
+    {
+        m_value = value;
+        return *this;
+    }
+
+    Value m_value{};
+};
+
+} // namespace vantrel
