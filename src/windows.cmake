@@ -10,6 +10,7 @@ add_library(vantrel_windows STATIC
   windows/ToolWindow.cpp
   windows/LegiblePane.cpp
   windows/ReadOnlyFields.cpp
+  windows/Shades.cpp
   protocol/FlashForm.cpp
   protocol/FlashForm.ui
   maintenance/EZUSBForm.cpp

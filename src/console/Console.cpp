@@ -100,6 +100,7 @@ void Console::Timer1()
     act([this] {
         m_session.TickCount = TickWrap(qint64{m_session.TickCount} + 1);
         m_connection.pollTick();
+        showStaleStatus();
         redrawResponses();
         countDown();
         m_log.flush();
@@ -111,8 +112,20 @@ void Console::redrawResponses()
 {
     if (!m_session.RespDirty)
         return;
-    m_session.Main.RespWin.setText(QString::fromLatin1(m_session.RespText.text()));
+    m_session.Main.RespWin.redrawText(QString::fromLatin1(m_session.RespText.text()));
     m_session.RespDirty = false;
+}
+
+/// Without a connection to a tester that answers, the status fields cannot be updated.
+void Console::showStaleStatus()
+{
+    const bool answered =
+        m_session.LinkState == LinkStates::Running || m_session.LinkState == LinkStates::Bootstrap;
+    if (answered && m_link.isConnected())
+        return;
+    MainControls &main = m_session.Main;
+    for (Control *field : {&main.conxsts, &main.power, &main.vornstate, &main.CurrWin})
+        field->setStale();
 }
 
 void Console::countDown()

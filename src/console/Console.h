@@ -93,6 +93,7 @@ private:
     QCoro::Task<> loadNames(QString namesFile, QStringList sharedNames);
     QCoro::Task<> refuseDescriptorViewer();
     void redrawResponses();
+    void showStaleStatus();
     void countDown();
 
     Dialogs &m_dialogs;

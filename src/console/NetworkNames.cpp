@@ -161,11 +161,21 @@ void createList(const QString &path, const QStringList &entries)
     replaceFile(path, contents);
 }
 
+/// True when the last entry of a names file is not terminated: what is appended would continue it.
+bool endsWithinEntry(const QString &path)
+{
+    QFile file(path);
+    char last = 0;
+    return file.open(QIODevice::ReadOnly) && file.seek(file.size() - 1) && file.getChar(&last) &&
+           last != ',' && !isLineEnd(last);
+}
+
 void appendLine(const QString &path, const QString &line)
 {
     makeDirectoryOf(path);
+    const QByteArray start = endsWithinEntry(path) ? "\r\n" : "";
     QFile file(path);
-    const QByteArray bytes = line.toLatin1() + "\r\n";
+    const QByteArray bytes = start + line.toLatin1() + "\r\n";
     const bool written = file.open(QIODevice::WriteOnly | QIODevice::Append) &&
                          file.write(bytes) == bytes.size() && file.flush();
     if (!written)
@@ -297,7 +307,7 @@ void NetworkNames::cancelNew()
     m_session.Main.cbNWName.setIndex(m_chosenIndex);
 }
 
-QCoro::Task<bool> NetworkNames::add(QString name)
+QCoro::Task<bool> NetworkNames::isAccepted(QString name)
 {
     if (const auto character = firstIllegal(name)) {
         const Message error{QStringLiteral("Illegal Character in Network Name: '") + *character +
@@ -306,14 +316,30 @@ QCoro::Task<bool> NetworkNames::add(QString name)
         co_await m_dialogs.messageBox(error);
         co_return false;
     }
+    co_return true;
+}
 
+void NetworkNames::add(const QString &name)
+{
+    const int position = insert(name);
+    std::optional<RuntimeError> failure;
+    try {
+        save(name);
+    } catch (const RuntimeError &error) {
+        failure = error;
+    }
+    choose(position);
+    if (failure)
+        throw RuntimeError(*failure);
+}
+
+void NetworkNames::save(const QString &name) const
+{
     // The user's own file, once it exists, is the whole list at the next start.
     if (m_sharedEntries.isEmpty() || QFile::exists(m_path))
         appendLine(m_path, name);
     else
         createList(m_path, m_sharedEntries + QStringList{name});
-    choose(insert(name));
-    co_return true;
 }
 
 } // namespace vantrel

@@ -48,10 +48,13 @@ public:
     bool nameClicked();
 
     /// `btOK` of `frmNewIP`. False: an illegal character was reported, the dialog stays open.
-    /// The name is appended to the user's own file. When a shared list is in use, that file is
-    /// created with the entries of the shared list and the name, or not at all. Throws RuntimeError
-    /// when the file cannot be written.
-    QCoro::Task<bool> add(QString name);
+    QCoro::Task<bool> isAccepted(QString name);
+
+    /// Inserts an accepted name before "<New>", saves it and chooses it. It is appended to the
+    /// user's own file. When a shared list is in use, that file is created with the entries of the
+    /// shared list and the name, or not at all. Throws RuntimeError when the file cannot be
+    /// written; the name is then in the list and chosen all the same.
+    void add(const QString &name);
 
     /// `btCancel` of `frmNewIP`: the list shows the entry that it showed before "<New>" was chosen.
     void cancelNew();
@@ -59,6 +62,7 @@ public:
 private:
     void fill(QStringList entries);
     int insert(const QString &name);
+    void save(const QString &name) const;
     void choose(int index);
     void setIndex(int index);
 

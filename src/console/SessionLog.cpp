@@ -8,7 +8,8 @@
 #include "link/publicvars.h"
 
 #include <QFileInfo>
-#include <QLocale>
+
+#include <algorithm>
 
 namespace vantrel {
 
@@ -22,22 +23,33 @@ std::string_view view(const QByteArray &bytes)
     return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
-/// Time and date in the system's short formats, in plain blanks: some locales part them by others.
-QByteArray shortStamp(const QDateTime &now)
+/// Time and date in the locale's short formats. The special blanks that some locales separate them
+/// with become plain ones.
+QString shortStamp(const QDateTime &now, const QLocale &locale)
 {
-    const QLocale locale = QLocale::system();
     QString stamp = locale.toString(now.time(), QLocale::ShortFormat) + QLatin1Char(' ') +
                     locale.toString(now.date(), QLocale::ShortFormat);
     stamp.replace(QChar(QChar::Nbsp), QLatin1Char(' '));
     stamp.replace(QChar(0x202F), QLatin1Char(' '));
-    return stamp.toLatin1();
+    return stamp;
+}
+
+/// In the locale's form, or in that of the C locale if a character of the former does not fit into
+/// one byte.
+QByteArray localStamp(const QDateTime &now, const QLocale &locale)
+{
+    const QString stamp = shortStamp(now, locale);
+    const bool fits =
+        std::ranges::all_of(stamp, [](QChar character) { return character.unicode() <= 0xFF; });
+    return (fits ? stamp : shortStamp(now, QLocale::c())).toLatin1();
 }
 
 } // namespace
 
 SessionLog::SessionLog(Session &session, Dialogs &dialogs, ErrorBoundary &errors,
-                       std::function<QDateTime()> now)
-    : m_session(session), m_dialogs(dialogs), m_errors(errors), m_now(std::move(now))
+                       std::function<QDateTime()> now, const QLocale &locale)
+    : m_session(session), m_dialogs(dialogs), m_errors(errors), m_now(std::move(now)),
+      m_locale(locale)
 {
     m_session.logFailed = [this](const QString &reason) { writeFailed(reason); };
 }
@@ -84,7 +96,9 @@ void SessionLog::fileClose()
     m_session.log.write(view(LineEnd + stamp("%% Log File Ended: ") + LineEnd));
     const bool complete = m_session.log.close();
     showClosed();
-    if (!complete)
+    if (m_session.log.isDeleted())
+        showDeleted();
+    else if (!complete)
         throw RuntimeError::file(m_session.log.error(), m_path);
 }
 
@@ -99,7 +113,16 @@ void SessionLog::writeFailed(const QString &reason)
     m_session.Logging = false;
     m_session.log.close();
     showClosed();
-    m_errors.report(RuntimeError::file(reason, m_path));
+    if (m_session.log.isDeleted())
+        showDeleted();
+    else
+        m_errors.report(RuntimeError::file(reason, m_path));
+}
+
+void SessionLog::showDeleted()
+{
+    ShowStatusLine(m_session,
+                   QStringLiteral("The log file was deleted, the log is closed: ") + m_path);
 }
 
 void SessionLog::showClosed()
@@ -113,7 +136,7 @@ void SessionLog::showClosed()
 /// Three lines, the last without its line end.
 QByteArray SessionLog::stamp(const char *title) const
 {
-    return QByteArray(Rule) + LineEnd + title + shortStamp(m_now()) + LineEnd + Rule;
+    return QByteArray(Rule) + LineEnd + title + localStamp(m_now(), m_locale) + LineEnd + Rule;
 }
 
 } // namespace vantrel

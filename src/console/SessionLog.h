@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QCoroTask>
 #include <QDateTime>
+#include <QLocale>
 #include <QString>
 
 #include <functional>
@@ -18,10 +19,11 @@ class ErrorBoundary;
 class SessionLog
 {
 public:
-    /// `now` is the clock of header and footer.
+    /// `now` is the clock of header and footer, `locale` has the formats of their time and date.
     SessionLog(
         Session &session, Dialogs &dialogs, ErrorBoundary &errors,
-        std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); });
+        std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); },
+        const QLocale &locale = QLocale::system());
 
     /// Menu item `FileNew`: asks for a file and starts it.
     QCoro::Task<> fileNew();
@@ -36,6 +38,7 @@ public:
 
 private:
     void writeFailed(const QString &reason);
+    void showDeleted();
     void showClosed();
     QByteArray stamp(const char *title) const;
 
@@ -43,6 +46,7 @@ private:
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
     std::function<QDateTime()> m_now;
+    QLocale m_locale;
     QString m_path;
 };
 

@@ -28,9 +28,11 @@ void frmNewIP::ask()
 void frmNewIP::okClicked()
 {
     m_console.errors().run([this]() -> QCoro::Task<> {
-        const bool added = co_await m_console.names().add(m_ui->tbName->text());
-        if (added)
-            accept();
+        const QString name = m_ui->tbName->text();
+        if (!co_await m_console.names().isAccepted(name))
+            co_return;
+        accept(); // a message about a name that cannot be saved belongs to the main window
+        m_console.names().add(name);
     });
 }
 

@@ -3,7 +3,12 @@
 
 namespace vantrel {
 
-Control::Control(QList<Control *> &registry, const char *name, Pace pace) : m_pace(pace)
+namespace {
+constexpr QLatin1Char LineFeed('\n');
+}
+
+Control::Control(QList<Control *> &registry, const char *name, Pace pace, int lineLimit)
+    : m_pace(pace), m_lineLimit(lineLimit)
 {
     setObjectName(QString::fromLatin1(name));
     registry.append(this);
@@ -20,10 +25,42 @@ void Control::set(Value &member, const Value &value, Aspect aspect)
     emit changed(aspect);
 }
 
+const QString &Control::text() const
+{
+    if (m_lineLimit > 0)
+        removeExcessLines();
+    return m_text;
+}
+
 void Control::setText(const QString &text)
 {
-    set(m_text, text, Aspect::Text);
+    const bool first = !m_owned.testFlag(Aspect::Text);
+    if (first || this->text() != text)
+        redrawText(text);
 }
+
+void Control::redrawText(const QString &text)
+{
+    m_owned |= Aspect::Text;
+    storeText(text);
+    emit changed(Aspect::Text);
+}
+
+void Control::storeText(const QString &text)
+{
+    m_text = text;
+    if (m_lineLimit > 0)
+        m_lineEnds = text.count(LineFeed);
+}
+
+void Control::removeExcessLines() const
+{
+    qsizetype position = 0;
+    for (; m_lineEnds >= m_lineLimit; --m_lineEnds)
+        position = m_text.indexOf(LineFeed, position) + 1;
+    m_text.remove(0, position);
+}
+
 void Control::setToolTip(const QString &toolTip)
 {
     set(m_toolTip, toolTip, Aspect::ToolTip);
@@ -74,7 +111,24 @@ void Control::appendText(const QString &text)
 {
     m_owned |= Aspect::Text;
     m_text += text;
+    if (m_lineLimit > 0) {
+        m_lineEnds += text.count(LineFeed);
+        if (m_lineEnds >= 2 * m_lineLimit)
+            removeExcessLines();
+    }
     emit appended(text);
+}
+
+void Control::setFresh(QTime time)
+{
+    m_freshAt = time;
+    set(m_stale, false, Aspect::Stale);
+}
+
+void Control::setStale()
+{
+    if (m_freshAt)
+        set(m_stale, true, Aspect::Stale);
 }
 
 } // namespace vantrel

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTime>
 
 #include <optional>
 
@@ -58,20 +59,23 @@ public:
         Index = 0x80,     ///< chosen entry of a drop-down list, -1 for none
         Progress = 0x100, ///< of a progress bar
         Locked = 0x200,   ///< an entry field that only shows
+        Stale = 0x400,    ///< of a label or a read-only field, see setStale()
     };
     Q_DECLARE_FLAGS(Aspects, Aspect)
 
-    /// When a window shows a text that core has set.
+    /// When a window shows a text that core has set or appended.
     enum class Pace : quint8 {
         AtOnce,
         OnceATurn, ///< of the event loop, the last one: for what changes with every packet
     };
 
-    /// Adds itself to `registry`, which the owner of the controls keeps.
-    Control(QList<Control *> &registry, const char *name, Pace pace = Pace::AtOnce);
+    /// Adds itself to `registry`, which the owner of the controls keeps. A `lineLimit` above 0
+    /// limits the text to its last lines.
+    Control(QList<Control *> &registry, const char *name, Pace pace = Pace::AtOnce,
+            int lineLimit = 0);
 
     QString name() const { return objectName(); }
-    const QString &text() const { return m_text; }
+    const QString &text() const;
     const QString &toolTip() const { return m_toolTip; }
     bool isEnabled() const { return m_enabled; }
     bool isVisible() const { return m_visible; }
@@ -82,6 +86,10 @@ public:
     int index() const { return m_index; }
     Progress progress() const { return m_progress; }
     Pace pace() const { return m_pace; }
+    int lineLimit() const { return m_lineLimit; }
+    bool isStale() const { return m_stale; }
+    /// Time of the last setFresh().
+    std::optional<QTime> freshAt() const { return m_freshAt; }
 
     void setText(const QString &text);
     void setToolTip(const QString &toolTip);
@@ -95,15 +103,26 @@ public:
     void setProgress(Progress progress);
     void setLocked(bool locked);
 
-    /// Adds to the end of the text; told by appended() instead of changed(), so that a long pane
-    /// need not be handed over whole.
+    /// Appends to the text; emits appended() instead of changed(), so that a long pane need not be
+    /// passed whole. Lines beyond the limit are removed now and then, so that the average cost is
+    /// that of the appended text.
     void appendText(const QString &text);
+
+    /// Sets the text and emits changed() even if the text is the same: a pane moves its caret to
+    /// the end.
+    void redrawText(const QString &text);
+
+    /// The value was received at `time`; it is current until setStale().
+    void setFresh(QTime time);
+    /// The value can no longer be updated and is shown as of the time when it was received. Without
+    /// an earlier setFresh() this has no effect.
+    void setStale();
 
     /// Aspects that core has set at least once.
     Aspects ownedAspects() const { return m_owned; }
 
     /// Takes over what the form shows or what the user has just done, without a notice.
-    void adoptText(const QString &text) { m_text = text; }
+    void adoptText(const QString &text) { storeText(text); }
     void adoptToolTip(const QString &toolTip) { m_toolTip = toolTip; }
     void adoptChecked(bool checked) { m_checked = checked; }
     void adoptIndex(int index) { m_index = index; }
@@ -115,19 +134,25 @@ signals:
 private:
     template <typename Value>
     void set(Value &member, const Value &value, Aspect aspect);
+    void storeText(const QString &text);
+    void removeExcessLines() const;
 
-    QString m_text;
+    mutable QString m_text;           // at most twice the limit; text() removes the excess
+    mutable qsizetype m_lineEnds = 0; // in m_text; counted only if there is a limit
     QString m_toolTip;
     QStringList m_items;
     std::optional<Colour> m_colour;
+    std::optional<QTime> m_freshAt;
     int m_index = -1;
     Progress m_progress;
     Aspects m_owned;
     Pace m_pace;
+    int m_lineLimit;
     bool m_enabled = true;
     bool m_visible = true;
     bool m_checked = false;
     bool m_locked = false;
+    bool m_stale = false;
 };
 
 } // namespace vantrel

@@ -35,6 +35,7 @@ std::optional<QString> LogFile::open(const QString &path)
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
         return m_file.errorString();
     m_hadName = hasName(m_file);
+    m_deleted = false;
     return std::nullopt;
 }
 
@@ -60,6 +61,7 @@ bool LogFile::flush()
         m_error = m_file.errorString();
     else if (lost)
         m_error = qt_error_string(ENOENT);
+    m_deleted = m_deleted || lost;
     m_gathered.resize(0);
     return complete && !lost;
 }

@@ -35,11 +35,14 @@ public:
 
     /// Why writing failed; still known after close().
     QString error() const { return m_error; }
+    /// Whether it failed because the file has been deleted; still known after close().
+    bool isDeleted() const { return m_deleted; }
 
 private:
     QFile m_file;
     QByteArray m_gathered;
     QString m_error;
+    bool m_deleted = false;
     bool m_hadName = false; // when it was opened; some network drives never know
 };
 

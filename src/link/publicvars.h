@@ -76,7 +76,8 @@ struct MainControls
     Control LogSizeInfo{all, "LogSizeInfo", Control::Pace::OnceATurn};
 
     // Panes
-    Control CmdWin{all, "CmdWin"};
+    static constexpr int CommandLines = 5000; ///< the last ones are kept
+    Control CmdWin{all, "CmdWin", Control::Pace::OnceATurn, CommandLines};
     Control RespWin{all, "RespWin"};
 
     // Status area
@@ -122,6 +123,9 @@ struct Session
     qint16 FirmwareMinor = -2;
     qint16 TesterRamK = -1; ///< KiB
     qint16 TesterModel = 0; ///< 1 or 2; 0 until a tester has answered
+
+    /// The wall clock.
+    std::function<QTime()> timeOfDay = [] { return QTime::currentTime(); };
 
     // Time, in ticks of 100 ms
     qint32 TickCount = 0;

@@ -176,6 +176,17 @@ constexpr Colour ActiveColour = Colour::fromBlueGreenRed(0xFFFF80);
 
 } // namespace
 
+namespace {
+
+/// Shows a value that the tester has just sent.
+void showStatus(const Session &session, Control &field, const QString &text)
+{
+    field.setText(text);
+    field.setFresh(session.timeOfDay());
+}
+
+} // namespace
+
 void RecvDecode::DecodePortStatus(const ByteReader &packet)
 {
     m_session.StatusSeen = true;
@@ -185,15 +196,16 @@ void RecvDecode::DecodePortStatus(const ByteReader &packet)
 
     MainControls &main = m_session.Main;
     if (const char *speed = speedText(*status))
-        main.conxsts.setText(QString::fromLatin1(speed));
+        showStatus(m_session, main.conxsts, QString::fromLatin1(speed));
 
     const bool powered = (*status & PortStatus::PowerOn) != 0;
-    main.power.setText(powered ? QStringLiteral("On") : QStringLiteral("Off"));
+    showStatus(m_session, main.power, powered ? QStringLiteral("On") : QStringLiteral("Off"));
     main.VoltEnable.setEnabled(!powered);
     main.VoltDisable.setEnabled(powered);
 
     const bool suspended = (*status & PortStatus::Suspended) != 0;
-    main.vornstate.setText(suspended ? QStringLiteral("Suspended") : QStringLiteral("Active"));
+    showStatus(m_session, main.vornstate,
+               suspended ? QStringLiteral("Suspended") : QStringLiteral("Active"));
     main.vornstate.setColour(suspended ? SuspendedColour : ActiveColour);
     main.USBResume.setEnabled(suspended);
     main.Suspend.setEnabled(!suspended);
@@ -230,9 +242,9 @@ void RecvDecode::DecodeCurrent(const ByteReader &packet)
 {
     if (m_session.TesterModel == 1) {
         if (const auto measured = packet.word(2))
-            m_session.Main.CurrWin.setText(currentOfVorn1(*measured));
+            showStatus(m_session, m_session.Main.CurrWin, currentOfVorn1(*measured));
     } else if (const auto count = packet.doubleWord(2)) {
-        m_session.Main.CurrWin.setText(currentOfVorn2(*count));
+        showStatus(m_session, m_session.Main.CurrWin, currentOfVorn2(*count));
     }
 }
 

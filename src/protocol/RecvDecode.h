@@ -5,6 +5,8 @@
 
 #include <QByteArray>
 
+#include <optional>
+
 namespace vantrel {
 
 struct Session;
@@ -60,6 +62,7 @@ private:
 
     // Steps of the larger ones
     void showStatusAndData(std::string_view heading, const ByteReader &packet);
+    void enableByVersion(std::optional<quint8> major, std::optional<quint8> minor);
     void bringToDefaultState();
     void refreshConnectedControls();
     void scriptStopped(const ByteReader &packet);

@@ -37,7 +37,6 @@ const Kind *kindOf(quint8 code)
     return kind != Kinds.end() ? &*kind : nullptr;
 }
 
-constexpr qsizetype VersionReplyLength = 6;
 constexpr int FirstVersionWithLoader = 217; // major * 100 + minor, of a Vorn 1
 constexpr int DefaultDataPort = 255;
 constexpr int DefaultConfigValue = 3;
@@ -47,21 +46,25 @@ constexpr float DefaultVolts = 5.0F;
 
 void RecvDecode::DecodeVersion(const ByteReader &packet)
 {
-    if (packet.size() < VersionReplyLength)
-        return;
-    const int major = *packet.at(3);
-    const int minor = *packet.at(4);
+    // A short reply lacks its last fields: what depends on them is neither changed nor shown.
+    const auto kindCode = packet.at(2);
+    const auto major = packet.at(3);
+    const auto minor = packet.at(4);
+    const auto ram = packet.word(5);
     MainControls &main = m_session.Main;
 
     m_session.StatusSeen = true;
     m_session.LinkState = LinkStates::Running;
-    m_session.FirmwareMajor = static_cast<qint16>(major);
+    if (major)
+        m_session.FirmwareMajor = *major;
 
     QString message;
-    if (const Kind *kind = kindOf(*packet.at(2))) {
+    if (const Kind *kind = kindCode ? kindOf(*kindCode) : nullptr) {
         m_session.TesterModel = kind->model;
         m_session.LinkState = kind->linkState;
-        message = QLatin1String(kind->text) + numberText(major) + QLatin1String(" .");
+        message = QLatin1String(kind->text);
+        if (major)
+            message += numberText(*major) + QLatin1String(" .");
     }
 
     const bool isVorn2 = m_session.TesterModel == 2;
@@ -69,30 +72,43 @@ void RecvDecode::DecodeVersion(const ByteReader &packet)
                                    : QStringLiteral("Vorn 1 Firm&ware Loader"));
     main.mnuUtilFW.setEnabled(isVorn2);
 
-    m_session.FirmwareMinor = static_cast<qint16>(minor);
-    message += numberText(minor) + QLatin1String("\r\n");
+    if (minor) {
+        m_session.FirmwareMinor = *minor;
+        message += numberText(*minor) + QLatin1String("\r\n");
+    }
+    if (ram) {
+        // A high byte of 0x80 or more is no RAM size; the number wraps, as 16 bits do.
+        m_session.TesterRamK = static_cast<qint16>(*ram);
+        message +=
+            QLatin1String("    ") + numberText(m_session.TesterRamK) + QLatin1String("K RAM\r\n");
+    }
 
-    // A high byte of 0x80 or more is no RAM size; the number wraps, as 16 bits do.
-    m_session.TesterRamK = static_cast<qint16>(*packet.word(5));
-    message +=
-        QLatin1String("    ") + numberText(m_session.TesterRamK) + QLatin1String("K RAM\r\n");
+    enableByVersion(major, minor);
 
-    const bool isLateVorn1 =
-        m_session.TesterModel == 1 && major * 100 + minor >= FirstVersionWithLoader;
+    bringToDefaultState();
+    refreshConnectedControls();
+    markScriptStopped(m_session); // the tester is asked for its version when it does not report
+    if (!message.isEmpty())
+        ShowStatusLine(m_session, message);
+}
+
+void RecvDecode::enableByVersion(std::optional<quint8> major, std::optional<quint8> minor)
+{
+    MainControls &main = m_session.Main;
+    const bool isVorn2 = m_session.TesterModel == 2;
+    const bool isLateVorn1 = m_session.TesterModel == 1 && major && minor &&
+                             *major * 100 + *minor >= FirstVersionWithLoader;
     if (isVorn2 || isLateVorn1) {
         main.mnuUtilFW.setEnabled(true);
         main.cbHSInhibit.setEnabled(true);
     }
 
     // The minor number alone, not the version number: 2.11 has these, 2.9 has not.
-    const bool hasAutoRecovery = minor >= 11 || major > 2 || isVorn2;
-    main.Vcc_AR.setEnabled(hasAutoRecovery);
-    main.mnuUtilFTDI.setEnabled(hasAutoRecovery);
-
-    bringToDefaultState();
-    refreshConnectedControls();
-    markScriptStopped(m_session); // the tester is asked for its version when it does not report
-    ShowStatusLine(m_session, message);
+    const bool hasAutoRecovery = (minor && *minor >= 11) || (major && *major > 2) || isVorn2;
+    if (hasAutoRecovery || (major && minor)) {
+        main.Vcc_AR.setEnabled(hasAutoRecovery);
+        main.mnuUtilFTDI.setEnabled(hasAutoRecovery);
+    }
 }
 
 void RecvDecode::bringToDefaultState()

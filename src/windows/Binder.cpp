@@ -1,27 +1,29 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/Binder.h"
 
+#include "windows/Shades.h"
+
 #include <QAbstractButton>
 #include <QAction>
 #include <QComboBox>
+#include <QEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 
 #include <array>
-#include <cmath>
 #include <utility>
 
 namespace vantrel {
 
 namespace {
 
-constexpr std::array AllAspects{Control::Aspect::Text,     Control::Aspect::ToolTip,
-                                Control::Aspect::Enabled,  Control::Aspect::Visible,
-                                Control::Aspect::Checked,  Control::Aspect::Colour,
-                                Control::Aspect::Items,    Control::Aspect::Index,
-                                Control::Aspect::Progress, Control::Aspect::Locked};
+constexpr std::array AllAspects{
+    Control::Aspect::Text,    Control::Aspect::ToolTip, Control::Aspect::Enabled,
+    Control::Aspect::Visible, Control::Aspect::Checked, Control::Aspect::Colour,
+    Control::Aspect::Items,   Control::Aspect::Index,   Control::Aspect::Progress,
+    Control::Aspect::Locked,  Control::Aspect::Stale};
 
 /// The window itself, or the widget or action in it; other windows that belong to it do not count.
 QObject *faceOf(QWidget &window, const QString &name)
@@ -65,45 +67,39 @@ void setText(QObject &face, const QString &text)
         field->home(false); // a long name shows its beginning
 }
 
-void append(QObject &face, const Control &control, const QString &text)
+void append(QPlainTextEdit *pane, const QString &text)
 {
-    auto *pane = qobject_cast<QPlainTextEdit *>(&face);
-    if (!pane) {
-        setText(face, control.text());
-        return;
-    }
     QTextCursor end(pane->document());
     end.movePosition(QTextCursor::End);
     end.insertText(text);
     pane->moveCursor(QTextCursor::End);
 }
 
-/// Light of one colour part, 0 to 1, as the eye takes it.
-double linear(float part)
+void showColours(QWidget &widget, const Control &control)
 {
-    return std::pow((static_cast<double>(part) + 0.055) / 1.055, 2.4);
-}
-
-/// Black or white, whichever has the greater contrast to the background.
-QColor textColourOn(const QColor &background)
-{
-    const double luminance = 0.2126 * linear(background.redF()) +
-                             0.7152 * linear(background.greenF()) +
-                             0.0722 * linear(background.blueF());
-    constexpr double equalContrast = 0.179;
-    return luminance < equalContrast ? Qt::white : Qt::black;
-}
-
-void showColour(QWidget &widget, std::optional<Colour> colour)
-{
-    widget.setAutoFillBackground(colour.has_value());
-    QPalette palette;
-    if (colour) {
-        const QColor background(colour->red, colour->green, colour->blue);
-        palette.setColor(widget.backgroundRole(), background);
-        palette.setColor(widget.foregroundRole(), textColourOn(background));
+    const QPalette window = widget.window()->palette();
+    QColor background = window.color(widget.backgroundRole());
+    QColor text = window.color(widget.foregroundRole());
+    if (const auto colour = control.colour()) {
+        const QColor own(colour->red, colour->green, colour->blue);
+        background = control.isStale() ? shades::pale(own, background) : own;
+        text = shades::blackOrWhite(background);
     }
+    QPalette palette;
+    if (control.colour())
+        palette.setColor(widget.backgroundRole(), background);
+    if (control.isStale())
+        palette.setColor(widget.foregroundRole(), shades::grey(text, background));
+    else if (control.colour())
+        palette.setColor(widget.foregroundRole(), text);
+    widget.setAutoFillBackground(control.colour().has_value());
     widget.setPalette(palette);
+}
+
+QString shownToolTip(const Control &control)
+{
+    return control.isStale() ? control.freshAt()->toString(QStringLiteral("'as of' HH:mm:ss"))
+                             : control.toolTip();
 }
 
 void showItems(QComboBox &list, const Control &control)
@@ -144,6 +140,7 @@ Binder::Binder(const QList<Control *> &controls, QWidget &window) : m_window(win
 {
     m_turn.setSingleShot(true);
     m_turn.callOnTimeout(this, &Binder::showWaitingTexts);
+    window.installEventFilter(this);
     for (Control *control : controls) {
         QObject *face = faceOf(window, control->name());
         Q_ASSERT_X(face != nullptr, "Binder", qUtf8Printable(control->name()));
@@ -165,6 +162,8 @@ void Binder::bind(Control &control, QObject &face)
 {
     adoptUserActions(control, face);
     loadFromForm(control, face);
+    if (auto *pane = qobject_cast<QPlainTextEdit *>(&face))
+        pane->setMaximumBlockCount(control.lineLimit());
     for (const Control::Aspect aspect : AllAspects) {
         if (control.ownedAspects().testFlag(aspect))
             show(control, face, aspect);
@@ -172,7 +171,16 @@ void Binder::bind(Control &control, QObject &face)
     connect(&control, &Control::changed, this,
             [this, &control, &face](Control::Aspect aspect) { show(control, face, aspect); });
     connect(&control, &Control::appended, this,
-            [&control, &face](const QString &text) { append(face, control, text); });
+            [this, &control, &face](const QString &text) { appendText(control, face, text); });
+}
+
+bool Binder::eventFilter(QObject * /*watched*/, QEvent *event)
+{
+    if (event->type() == QEvent::PaletteChange) {
+        for (const auto &[control, widget] : m_stale.asKeyValueRange())
+            showColours(*widget, *control);
+    }
+    return false;
 }
 
 void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
@@ -182,7 +190,7 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
         showText(control, face);
         break;
     case Control::Aspect::ToolTip:
-        set(face, "toolTip", control.toolTip());
+        set(face, "toolTip", shownToolTip(control));
         break;
     case Control::Aspect::Enabled:
         setEnabled(face, control.isEnabled());
@@ -195,7 +203,7 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
         break;
     case Control::Aspect::Colour:
         if (auto *widget = qobject_cast<QWidget *>(&face))
-            showColour(*widget, control.colour());
+            showColours(*widget, control);
         break;
     case Control::Aspect::Items:
         if (auto *list = qobject_cast<QComboBox *>(&face))
@@ -211,7 +219,24 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
     case Control::Aspect::Locked:
         set(face, "readOnly", control.isLocked());
         break;
+    case Control::Aspect::Stale:
+        showStale(control, face);
+        break;
     }
+}
+
+void Binder::showStale(const Control &control, QObject &face)
+{
+    set(face, "toolTip", shownToolTip(control));
+    face.setProperty(shades::StaleProperty, control.isStale());
+    auto *widget = qobject_cast<QWidget *>(&face);
+    if (!widget || qobject_cast<QLineEdit *>(widget))
+        return;
+    if (control.isStale())
+        m_stale.insert(&control, widget);
+    else
+        m_stale.remove(&control);
+    showColours(*widget, control);
 }
 
 void Binder::showText(const Control &control, QObject &face)
@@ -220,15 +245,39 @@ void Binder::showText(const Control &control, QObject &face)
         setText(face, control.text());
         return;
     }
-    m_waiting.insert(&control, &face);
+    waitingText(control, face).whole = true;
+}
+
+void Binder::appendText(const Control &control, QObject &face, const QString &text)
+{
+    auto *pane = qobject_cast<QPlainTextEdit *>(&face);
+    if (!pane)
+        showText(control, face);
+    else if (control.pace() == Control::Pace::AtOnce)
+        append(pane, text);
+    else
+        waitingText(control, face).appended += text.size();
+}
+
+Binder::WaitingText &Binder::waitingText(const Control &control, QObject &face)
+{
     if (!m_turn.isActive())
         m_turn.start();
+    WaitingText &waiting = m_waiting[&control];
+    waiting.face = &face;
+    return waiting;
 }
 
 void Binder::showWaitingTexts()
 {
-    for (const auto &[control, face] : std::exchange(m_waiting, {}).asKeyValueRange())
-        setText(*face, control->text());
+    const auto waitingTexts = std::exchange(m_waiting, {});
+    for (const auto &[control, waiting] : waitingTexts.asKeyValueRange()) {
+        const QString &text = control->text();
+        if (waiting.whole || waiting.appended >= text.size())
+            setText(*waiting.face, text);
+        else
+            append(qobject_cast<QPlainTextEdit *>(waiting.face), text.last(waiting.appended));
+    }
 }
 
 void Binder::setEnabled(QObject &face, bool enabled)

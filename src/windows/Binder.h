@@ -16,10 +16,11 @@ namespace vantrel {
 /// Ties control values to the widgets and actions of a window that bear their names.
 ///
 /// A value shows at once wherever core has set it, a text at the control's pace; what core has not
-/// set yet is loaded from the form. What the user ticks, types or chooses is in the value before
-/// any handler that is connected to the same widget later than the binder. Values that core sets
-/// never look like user actions: handlers belong on clicked(), textEdited(), activated() and
-/// triggered().
+/// set yet is loaded from the form. A stale value is greyed, and its tool tip is "as of hh:mm:ss";
+/// the grey of a read-only field is set by ReadOnlyFields. What the user ticks, types or chooses is
+/// in the value before any handler that is connected to the same widget later than the binder.
+/// Values that core sets never look like user actions: handlers belong on clicked(), textEdited(),
+/// activated() and triggered().
 ///
 /// A focused widget that core disables for a while has the focus back once it is enabled again,
 /// unless the user went elsewhere.
@@ -35,17 +36,30 @@ public:
     static QStringList unbound(const QList<Control *> &controls, QWidget &window);
 
 private:
+    /// A text that shows with the next turn of the event loop.
+    struct WaitingText
+    {
+        QObject *face = nullptr;
+        bool whole = false;
+        qsizetype appended = 0; ///< characters at the end, if not `whole`
+    };
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void bind(Control &control, QObject &face);
     void show(const Control &control, QObject &face, Control::Aspect aspect);
     void showText(const Control &control, QObject &face);
+    void appendText(const Control &control, QObject &face, const QString &text);
+    WaitingText &waitingText(const Control &control, QObject &face);
     void showWaitingTexts();
+    void showStale(const Control &control, QObject &face);
     void setEnabled(QObject &face, bool enabled);
 
     QWidget &m_window;
     QPointer<QWidget> m_displaced; // had the focus when it was disabled
     QPointer<QWidget> m_standIn;   // has had the focus since
     QTimer m_turn;
-    QHash<const Control *, QObject *> m_waiting; // whose texts show with the next turn
+    QHash<const Control *, WaitingText> m_waiting;
+    QHash<const Control *, QWidget *> m_stale; // greyed in the colours of the window
 };
 
 } // namespace vantrel

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/ReadOnlyFields.h"
 
+#include "windows/Shades.h"
+
 #include <QComboBox>
 #include <QEvent>
 #include <QLineEdit>
@@ -24,7 +26,8 @@ bool ReadOnlyFields::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::PaletteChange && watched == &m_window) {
         for (QLineEdit *field : m_fields)
             colour(*field);
-    } else if (event->type() == QEvent::ReadOnlyChange && watched != &m_window) {
+    } else if (watched != &m_window && (event->type() == QEvent::ReadOnlyChange ||
+                                        event->type() == QEvent::DynamicPropertyChange)) {
         colour(*qobject_cast<QLineEdit *>(watched));
     }
     return false;
@@ -32,9 +35,13 @@ bool ReadOnlyFields::eventFilter(QObject *watched, QEvent *event)
 
 void ReadOnlyFields::colour(QLineEdit &field) const
 {
+    const QPalette window = m_window.palette();
     QPalette colours;
     if (field.isReadOnly())
-        colours.setBrush(QPalette::Base, m_window.palette().window());
+        colours.setBrush(QPalette::Base, window.window());
+    if (field.property(shades::StaleProperty).toBool())
+        colours.setColor(QPalette::Text, shades::grey(window.color(QPalette::WindowText),
+                                                      window.color(QPalette::Window)));
     field.setPalette(colours);
 }
 

@@ -27,10 +27,12 @@ QProcessEnvironment withoutDisplay()
     return environment;
 }
 
-Run run(const char *program, const QStringList &arguments)
+Run run(const char *program, const QStringList &arguments, const char *locale = "C.UTF-8")
 {
     QProcess process;
-    process.setProcessEnvironment(withoutDisplay());
+    QProcessEnvironment environment = withoutDisplay();
+    environment.insert(QStringLiteral("LC_ALL"), QString::fromLatin1(locale));
+    process.setProcessEnvironment(environment);
     process.start(QString::fromLatin1(program), arguments);
     Run result;
     if (process.waitForFinished(90'000) && process.exitStatus() == QProcess::NormalExit)
@@ -168,7 +170,8 @@ void tst_programs::wrongOptions()
 void tst_programs::tour()
 {
     const QTemporaryDir directory;
-    const Run tour = run(VANTREL, {"--tour", directory.path()});
+    // Times in this locale have characters that do not fit into one byte.
+    const Run tour = run(VANTREL, {"--tour", directory.path()}, "ko_KR.UTF-8");
     QVERIFY2(tour.exitCode == 0, qPrintable(tour.output + tour.errors));
     for (const char *line :
          {"** Vorn 2 Firmware Revision  3 . 12", "Setting Vbus Voltage", "Executing USB Reset",
@@ -179,7 +182,11 @@ void tst_programs::tour()
         const QImage picture(directory.filePath(QLatin1String(name) + QLatin1String(".png")));
         QVERIFY2(!picture.isNull(), name);
     }
-    QVERIFY(QFile::exists(directory.filePath(QStringLiteral("tour.log"))));
+    QFile log(directory.filePath(QStringLiteral("tour.log")));
+    QVERIFY(log.open(QIODevice::ReadOnly));
+    const QRegularExpression header(QStringLiteral(
+        "^%%%%%\r\n%% Log File Started: \\d\\d:\\d\\d:\\d\\d \\d\\d? \\w\\w\\w \\d{4}\r\n"));
+    QVERIFY(header.match(QString::fromLatin1(log.readAll())).hasMatch());
 }
 
 void tst_programs::consoleAndSimulatorAsTwoPrograms()

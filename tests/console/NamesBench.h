@@ -60,7 +60,16 @@ struct NamesBench : LinkBench
         }(*this, error);
         return error;
     }
-    Outcome<bool> add(const QString &name) { return outcomeOf(names.add(name)); }
+    /// What `btOK` of `frmNewIP` does.
+    Outcome<bool> add(const QString &name) { return outcomeOf(checkAndAdd(name)); }
+
+    QCoro::Task<bool> checkAndAdd(QString name)
+    {
+        const bool accepted = co_await names.isAccepted(name);
+        if (accepted)
+            names.add(name);
+        co_return accepted;
+    }
 
     /// The user opens the list and takes an entry.
     bool choose(int index)

@@ -83,7 +83,8 @@ private slots:
     void addTwiceToSharedList();
     void offeredNameIsNotWritten();
     void ownFileAppears();
-    void ownFileWithoutLastLineEnd();
+    void unterminatedLastEntry_data();
+    void unterminatedLastEntry();
     void ownListIsWrittenWholeOrNotAtAll();
     void offerDuringTheBox();
     void offerDuringTheBoxOfAnEntry();
@@ -315,11 +316,30 @@ void TestNamesFiles::ownFileAppears()
     QCOMPARE(contentsOf(bench.path), QByteArray("x\n\xC4,y\r\nb\r\n"));
 }
 
-void TestNamesFiles::ownFileWithoutLastLineEnd()
+void TestNamesFiles::unterminatedLastEntry_data()
 {
-    NamesBench bench("\"a\",b");
-    bench.add(QStringLiteral("c"));
-    QCOMPARE(contentsOf(bench.path), QByteArray("\"a\",bc\r\n"));
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+
+    QTest::newRow("no line end") << QByteArray("\"a\",b") << QByteArray("\"a\",b\r\nnew\r\n");
+    QTest::newRow("quoted") << QByteArray("\"a\"") << QByteArray("\"a\"\r\nnew\r\n");
+    QTest::newRow("one character") << QByteArray("a") << QByteArray("a\r\nnew\r\n");
+    QTest::newRow("line feed alone") << QByteArray("a\n") << QByteArray("a\nnew\r\n");
+    QTest::newRow("carriage return alone") << QByteArray("a\r") << QByteArray("a\rnew\r\n");
+    QTest::newRow("comma") << QByteArray("a,") << QByteArray("a,new\r\n");
+    QTest::newRow("empty") << QByteArray() << QByteArray("new\r\n");
+}
+
+void TestNamesFiles::unterminatedLastEntry()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+
+    NamesBench bench(before);
+    const QStringList entries = NetworkNames::parse(before);
+    QCOMPARE(bench.add(QStringLiteral("new")).value, std::optional(true));
+    QCOMPARE(contentsOf(bench.path), after);
+    QCOMPARE(NetworkNames::parse(after), entries + listOf({"new"}));
 }
 
 void TestNamesFiles::ownListIsWrittenWholeOrNotAtAll()
@@ -335,10 +355,11 @@ void TestNamesFiles::ownListIsWrittenWholeOrNotAtAll()
         QCOMPARE(outcome.error, QLatin1String("File too large: ") + bench.path);
     }
     QVERIFY(QDir(QFileInfo(bench.path).path()).isEmpty(QDir::Files | QDir::Hidden));
-    QCOMPARE(bench.cbNWName.items().size(), 10'001);
+    QCOMPARE(bench.cbNWName.items().size(), 10'002); // for this run, the name is in the list
+    QCOMPARE(bench.session.RemoteHost, QLatin1String("new"));
 
-    QCOMPARE(bench.add(QStringLiteral("new")).value, std::optional(true)); // there is room again
-    QCOMPARE(contentsOf(bench.path), shared + "new\r\n");
+    QCOMPARE(bench.add(QStringLiteral("other")).value, std::optional(true)); // there is room again
+    QCOMPARE(contentsOf(bench.path), shared + "other\r\n");
 }
 
 void TestNamesFiles::offerDuringTheBox()

@@ -103,6 +103,8 @@ private slots:
     void closedByTheFrame();
     void linesAfterTheClose();
     void realClock();
+    void formatsOfTheLocale_data();
+    void formatsOfTheLocale();
     void cannotOpen_data();
     void cannotOpen();
     void fullDiskAtTheTick();
@@ -343,6 +345,40 @@ void TestSessionLog::realClock()
                        "%% Log File Ended: \\d\\d:\\d\\d \\d\\d/\\d\\d/\\d{4}\r\n%%%%%\r\n$"));
     const QString contents = QString::fromLatin1(contentsOf(bench.path));
     QVERIFY2(form.match(contents).hasMatch(), qPrintable(contents));
+}
+
+void TestSessionLog::formatsOfTheLocale_data()
+{
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<QByteArray>("stamp");
+
+    const QByteArray ofTheCLocale = "09:05:59 4 Mar 2026";
+    QTest::newRow("C") << QStringLiteral("C") << ofTheCLocale;
+    QTest::newRow("German") << QStringLiteral("de_DE") << QByteArray("09:05 04.03.26");
+    QTest::newRow("Arabic, Egypt: digits") << QStringLiteral("ar_EG") << ofTheCLocale;
+    QTest::newRow("Korean: morning") << QStringLiteral("ko_KR") << ofTheCLocale;
+    QTest::newRow("Greek: morning") << QStringLiteral("el_GR") << ofTheCLocale;
+    QTest::newRow("Bulgarian: year") << QStringLiteral("bg_BG") << ofTheCLocale;
+}
+
+void TestSessionLog::formatsOfTheLocale()
+{
+    QFETCH(QString, locale);
+    QFETCH(QByteArray, stamp);
+
+    FakeDialogs dialogs;
+    ErrorBoundary errors(dialogs);
+    Session session;
+    const QDateTime now(QDate(2026, 3, 4), QTime(9, 5, 59));
+    SessionLog log(
+        session, dialogs, errors, [now] { return now; }, QLocale(locale));
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(QStringLiteral("session.log"));
+    log.start(path);
+    log.fileClose();
+    QCOMPARE(contentsOf(path), "%%%%%\r\n%% Log File Started: " + stamp +
+                                   "\r\n%%%%%\r\n\r\n\r\n%%%%%\r\n%% Log File Ended: " + stamp +
+                                   "\r\n%%%%%\r\n");
 }
 
 void TestSessionLog::cannotOpen_data()

@@ -42,6 +42,7 @@ private slots:
     void counts();
     void redrawsOnceATick();
     void redrawsOnlyWhenDirty();
+    void redrawsTheSameText();
     void redrawsOneByteACharacter();
     void redrawsTheCutText();
     void descTimeout_data();
@@ -102,6 +103,21 @@ void TestTicks::redrawsOnlyWhenDirty()
     bench.session.RespDirty = true;
     bench.tick();
     QCOMPARE(bench.main.RespWin.text(), QLatin1String("*** Vorn Fail \r\n"));
+}
+
+/// The caret of the pane goes to the end with each redraw.
+void TestTicks::redrawsTheSameText()
+{
+    ConsoleBench bench;
+    bench.answer("94"_hex);
+    bench.tick();
+    QSignalSpy redrawn(&bench.main.RespWin, &Control::changed);
+    bench.session.RespDirty = true;
+    bench.tick();
+    QCOMPARE(redrawn.size(), 1);
+    QCOMPARE(redrawn[0][0].value<Control::Aspect>(), Control::Aspect::Text);
+    bench.tick();
+    QCOMPARE(redrawn.size(), 1);
 }
 
 void TestTicks::redrawsOneByteACharacter()

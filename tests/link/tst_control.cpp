@@ -47,6 +47,10 @@ private slots:
     void settingTheAdoptedValueOwnsIt();
     void appendText();
     void insertItem();
+    void redrawText();
+    void lineLimit_data();
+    void lineLimit();
+    void staleness();
 };
 
 void TestControl::registersItself()
@@ -202,6 +206,70 @@ void TestControl::insertItem()
     QCOMPARE(watched.control.items(),
              (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("<New>")}));
     QCOMPARE(watched.changes, QList<Aspect>{Aspect::Items});
+}
+
+void TestControl::redrawText()
+{
+    Watched watched;
+    watched.control.redrawText(QStringLiteral("a"));
+    watched.control.redrawText(QStringLiteral("a"));
+    QCOMPARE(watched.changes, (QList<Aspect>{Aspect::Text, Aspect::Text}));
+    watched.control.redrawText(QStringLiteral("b"));
+    QCOMPARE(watched.control.text(), QStringLiteral("b"));
+}
+
+void TestControl::lineLimit_data()
+{
+    QTest::addColumn<int>("appended");
+    for (const int lines : {0, 1, 2, 3, 4, 5, 6, 7, 8, 100})
+        QTest::addRow("%d lines", lines) << lines;
+}
+
+void TestControl::lineLimit()
+{
+    constexpr int Limit = 3;
+    QFETCH(int, appended);
+
+    QList<Control *> registry;
+    Control limited(registry, "Limited", Control::Pace::AtOnce, Limit);
+    Control unlimited(registry, "Unlimited");
+    for (Control *control : registry) {
+        control->setText(QStringLiteral("zero"));
+        for (int line = 1; line <= appended; ++line)
+            control->appendText(QStringLiteral("\r\nline %1").arg(line));
+    }
+    const QStringList lines = unlimited.text().split(QStringLiteral("\r\n"));
+    QCOMPARE(lines.size(), appended + 1);
+    QCOMPARE(limited.text().split(QStringLiteral("\r\n")),
+             lines.last(std::min(Limit, appended + 1)));
+
+    limited.setText(unlimited.text()); // set as a whole
+    QCOMPARE(limited.text().split(QStringLiteral("\r\n")),
+             lines.last(std::min(Limit, appended + 1)));
+    limited.setText({});
+    limited.appendText(QStringLiteral("\r\nagain"));
+    QCOMPARE(limited.text(), QStringLiteral("\r\nagain"));
+}
+
+void TestControl::staleness()
+{
+    Watched watched;
+    watched.control.setStale(); // nothing was received yet
+    QVERIFY(!watched.control.isStale());
+    QVERIFY(!watched.control.freshAt());
+
+    watched.control.setFresh(QTime(9, 5));
+    QVERIFY(!watched.control.isStale());
+    watched.control.setStale();
+    QVERIFY(watched.control.isStale());
+    QCOMPARE(watched.control.freshAt(), QTime(9, 5));
+    watched.changes.clear();
+    watched.control.setStale();
+    QCOMPARE(watched.changes, QList<Aspect>());
+    watched.control.setFresh(QTime(9, 6));
+    QCOMPARE(watched.changes, QList<Aspect>{Aspect::Stale});
+    QVERIFY(!watched.control.isStale());
+    QCOMPARE(watched.control.freshAt(), QTime(9, 6));
 }
 
 VANTREL_TEST(TestControl)

@@ -40,6 +40,7 @@ private slots:
     void startValues();
     void statusLines();
     void statusLineAppends();
+    void statusLinesAreBounded();
     void statusLineLeavesTheRest();
     void responseLine();
     void responseLineWithoutLog();
@@ -133,6 +134,24 @@ void TestPanes::statusLineAppends()
     QCOMPARE(session.Main.CmdWin.text(), QLatin1String("before\r\nafter"));
     QCOMPARE(appended.size(), 1);
     QCOMPARE(appended[0][0].toString(), QLatin1String("\r\nafter"));
+}
+
+void TestPanes::statusLinesAreBounded()
+{
+    Session session;
+    QString expected;
+    for (int line = 1; line <= 4999; ++line) {
+        ShowStatusLine(session, QStringLiteral("line %1").arg(line));
+        expected += QStringLiteral("\r\nline %1").arg(line);
+    }
+    QCOMPARE(session.Main.CmdWin.text(), expected); // with the empty first line 5000 lines
+
+    for (int line = 5000; line <= 50'000; ++line)
+        ShowStatusLine(session, QStringLiteral("line %1").arg(line));
+    const QString text = session.Main.CmdWin.text();
+    QVERIFY(text.startsWith(QLatin1String("line 45001\r\n")));
+    QVERIFY(text.endsWith(QLatin1String("\r\nline 50000")));
+    QCOMPARE(text.count(QLatin1Char('\n')), 4999);
 }
 
 void TestPanes::statusLineLeavesTheRest()

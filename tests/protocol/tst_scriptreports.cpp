@@ -35,6 +35,7 @@ private slots:
     void stopped_data();
     void stopped();
     void stoppedActions();
+    void stoppedWithoutIndex();
     void stoppedOrder();
     void stoppedSendsWhateverTheBoxSays();
     void end_data();
@@ -95,6 +96,27 @@ void TestScriptReports::stoppedActions()
     QCOMPARE(bench.serial->written, QList<QByteArray>{"1b53 07 00 01 1b45"_hex});
     QCOMPARE(main.ScriptRun.text(), QLatin1String("Run"));
     QVERIFY(main.ScriptLoad.isEnabled());
+}
+
+void TestScriptReports::stoppedWithoutIndex()
+{
+    for (const QByteArray &packet : {"a0 00 07 a1"_hex, "a0 00 07 a1 00"_hex}) {
+        ScriptBench bench("Running");
+        MainControls &main = bench.session.Main;
+        bench.session.ScriptBusy = true;
+        main.ScriptRun.setText(QStringLiteral("Stop"));
+        main.ScriptLoad.setEnabled(false);
+
+        bench.dispatch(packet);
+
+        QCOMPARE(bench.scriptIdx(), QLatin1String("Running"));
+        QVERIFY(bench.session.ScriptDone);
+        QCOMPARE(bench.commandPane(), QLatin1String("\r\nScript Complete"));
+        QVERIFY(!bench.session.ScriptBusy);
+        QCOMPARE(bench.serial->written, QList<QByteArray>{"1b53 07 00 01 1b45"_hex});
+        QCOMPARE(main.ScriptRun.text(), QLatin1String("Run"));
+        QVERIFY(main.ScriptLoad.isEnabled());
+    }
 }
 
 void TestScriptReports::stoppedOrder()

@@ -45,6 +45,10 @@ private slots:
     void messageComesLast();
     void ramBeyondTheContract();
     void endsTheProbe();
+    void shortReply_data();
+    void shortReply();
+    void shortReplyEnables_data();
+    void shortReplyEnables();
 };
 
 void TestVersion::message_data()
@@ -290,6 +294,84 @@ void TestVersion::endsTheProbe()
     bench.dispatch("95"_hex);
     QCOMPARE(bench.responses(), QByteArray("*** Command Error \r\n"));
     QCOMPARE(int{bench.session.FirmwareMinor}, 9);
+}
+
+void TestVersion::shortReply_data()
+{
+    QTest::addColumn<QByteArray>("fields");
+    QTest::addColumn<int>("model");
+    QTest::addColumn<int>("major");
+    QTest::addColumn<int>("minor");
+    QTest::addColumn<QString>("pane");
+
+    QTest::newRow("half of the RAM")
+        << "02 03 0c 00"_hex << 2 << 3 << 12
+        << QStringLiteral("\r\n** Vorn 2 Firmware Revision  3 . 12\r\n");
+    QTest::newRow("no RAM") << "00 02 11"_hex << 1 << 2 << 17
+                            << QStringLiteral("\r\n** Vorn 1 Firmware Revision  2 . 17\r\n");
+    QTest::newRow("no minor number")
+        << "02 03"_hex << 2 << 3 << -2 << QStringLiteral("\r\n** Vorn 2 Firmware Revision  3 .");
+    QTest::newRow("no major number")
+        << "02"_hex << 2 << -1 << -2 << QStringLiteral("\r\n** Vorn 2 Firmware Revision ");
+    QTest::newRow("no kind") << QByteArray() << 0 << -1 << -2 << QString();
+}
+
+void TestVersion::shortReply()
+{
+    QFETCH(QByteArray, fields);
+    QFETCH(int, model);
+    QFETCH(int, major);
+    QFETCH(int, minor);
+    QFETCH(QString, pane);
+
+    ProtocolBench bench;
+    bench.session.TesterRamK = -1;
+    setAllEnabled(bench.session, false);
+    bench.dispatch("8f"_hex + fields);
+    QCOMPARE(bench.commandPane(), pane);
+    QVERIFY(bench.session.StatusSeen);
+    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int{bench.session.TesterModel}, model);
+    QCOMPARE(int{bench.session.FirmwareMajor}, major);
+    QCOMPARE(int{bench.session.FirmwareMinor}, minor);
+    QCOMPARE(int{bench.session.TesterRamK}, -1);
+    QCOMPARE(bench.serial->written.size(), 5); // the default state
+    QVERIFY(controlsWith(bench.session, true).contains(Connected));
+}
+
+void TestVersion::shortReplyEnables_data()
+{
+    QTest::addColumn<QByteArray>("fields");
+    QTest::addColumn<bool>("before");
+    QTest::addColumn<bool>("after");
+
+    // Both numbers decide unless one of them is enough.
+    for (const bool before : {false, true}) {
+        const auto row = [before](const char *name, const QByteArray &fields, bool after) {
+            QTest::addRow("%s, %s before", name, before ? "enabled" : "disabled")
+                << fields << before << after;
+        };
+        row("no RAM, too old", "00 02 09"_hex, false);
+        row("no RAM, new enough", "00 02 0b"_hex, true);
+        row("Vorn 1, no minor number", "00 02"_hex, before);
+        row("Vorn 1 of 3, no minor number", "00 03"_hex, true);
+        row("Vorn 1, no major number", "00"_hex, before);
+        row("Vorn 2, no major number", "02"_hex, true);
+    }
+}
+
+void TestVersion::shortReplyEnables()
+{
+    QFETCH(QByteArray, fields);
+    QFETCH(bool, before);
+    QFETCH(bool, after);
+
+    ProtocolBench bench;
+    bench.session.Main.Vcc_AR.setEnabled(before);
+    bench.session.Main.mnuUtilFTDI.setEnabled(before);
+    bench.dispatch("8f"_hex + fields);
+    QCOMPARE(bench.session.Main.Vcc_AR.isEnabled(), after);
+    QCOMPARE(bench.session.Main.mnuUtilFTDI.isEnabled(), after);
 }
 
 VANTREL_TEST(TestVersion)

@@ -208,8 +208,8 @@ void TestMainWindow::panes()
     WindowBench bench;
     bench.connect();
     bench.second();
-    QCOMPARE(bench.find<QPlainTextEdit>("CmdWin").toPlainText(),
-             QStringLiteral("\nInitializing Communications...\nConnecting..."));
+    QTRY_COMPARE(bench.find<QPlainTextEdit>("CmdWin").toPlainText(),
+                 QStringLiteral("\nInitializing Communications...\nConnecting..."));
     bench.answer(QByteArray::fromHex("86"));
     const auto &responses = bench.find<QPlainTextEdit>("RespWin");
     QCOMPARE(responses.toPlainText(), QString());
@@ -225,7 +225,7 @@ void TestMainWindow::clear()
     bench.answer(QByteArray::fromHex("86"));
     bench.tick();
     bench.press("ClrResp");
-    QCOMPARE(bench.find<QPlainTextEdit>("CmdWin").toPlainText(), QString());
+    QTRY_COMPARE(bench.find<QPlainTextEdit>("CmdWin").toPlainText(), QString());
     QVERIFY(!bench.find<QPlainTextEdit>("RespWin").toPlainText().isEmpty());
     bench.tick();
     QCOMPARE(bench.find<QPlainTextEdit>("RespWin").toPlainText(), QString());

@@ -71,6 +71,7 @@ private slots:
     void addingNothing();
     void refusal();
     void fileCannotBeWritten();
+    void completesTheFile();
     void leaving_data();
     void leaving();
     void leavingWithNothingChosen();
@@ -181,8 +182,25 @@ void TestNewName::fileCannotBeWritten()
     auto *box = openWindow<QMessageBox>("MessageBox");
     QVERIFY(box);
     QCOMPARE(box->windowTitle(), QStringLiteral("Vantrel - Error"));
+    QVERIFY(!bench.form.isVisible());
+    QCOMPARE(box->parentWidget(), bench.window.get());
     box->button(QMessageBox::Ok)->click();
-    QVERIFY(bench.form.isVisible());
+    QCOMPARE(bench.list.currentText(), QStringLiteral("third")); // used for this run
+    QCOMPARE(bench.list.count(), 4);
+    QCOMPARE(bench.console->session().RemoteHost, QStringLiteral("third"));
+    QCOMPARE(bench.console->link().remoteHost(), QStringLiteral("third"));
+}
+
+void TestNewName::completesTheFile()
+{
+    NamesBench bench;
+    QFile file(bench.namesFile);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("first.local\r\n10.0.0.2");
+    file.close();
+    bench.choose(NewEntry);
+    bench.add(QStringLiteral("third"));
+    QCOMPARE(bench.fileContents(), QByteArray("first.local\r\n10.0.0.2\r\nthird\r\n"));
 }
 
 void TestNewName::leaving_data()
