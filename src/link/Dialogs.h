@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QCoroTask>
+#include <QObject>
+#include <QPointer>
 #include <QString>
 
 namespace vantrel {
@@ -14,6 +16,7 @@ struct Message
     QString text;
     QString title;
     Buttons buttons = Buttons::Ok;
+    QPointer<QObject> window = {}; ///< the window that the box belongs to; set by WindowDialogs
 };
 
 /// How a message box ended. A box closed by its frame, or by the program's end, is No to a question
@@ -37,6 +40,7 @@ struct FileChoice
     QString fileName;      ///< initial name
     /// Start in the directory for the program's own files, until a file has been chosen.
     bool inDataDirectory = false;
+    QPointer<QObject> window = {}; ///< the window that the dialog belongs to; set by WindowDialogs
 };
 
 /// The questions that handlers put to the user. Nothing blocks: each answer is awaited.

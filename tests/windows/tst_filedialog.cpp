@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/WindowDialogs.h"
 #include "support/TestProgram.h"
 #include "windows/DialogBench.h"
 #include "windows/FileDialog.h"
@@ -26,7 +27,7 @@ struct Places
     StartDirectories start() const { return {home, data}; }
 };
 
-QCoro::Task<> ask(DialogBoxes &dialogs, FileChoice choice, std::optional<QString> &path)
+QCoro::Task<> ask(Dialogs &dialogs, FileChoice choice, std::optional<QString> &path)
 {
     path = co_await dialogs.fileDialog(choice);
 }
@@ -64,8 +65,9 @@ FileChoice opening()
 
 struct Bench
 {
-    explicit Bench(const FileChoice &choice, const StartDirectories &start = {}) : dialogs(start)
+    explicit Bench(const FileChoice &choice, const StartDirectories &start = {}) : boxes(start)
     {
+        dialogs.setWindow(window.get());
         window->show();
         waitUntilActive(*window);
         ask(dialogs, choice, chosen);
@@ -102,7 +104,8 @@ struct Bench
     QMessageBox *box() const { return openWindow<QMessageBox>("MessageBox"); }
 
     QTemporaryDir directory;
-    DialogBoxes dialogs;
+    DialogBoxes boxes;
+    WindowDialogs dialogs{boxes};
     std::unique_ptr<QMainWindow> window = std::make_unique<QMainWindow>();
     std::optional<QString> chosen;
 };

@@ -409,6 +409,7 @@ struct SaveDialogBench : DialogBench
 {
     SaveDialogBench()
     {
+        tool.dialogs.setWindow(&form);
         viewer.getDescClicked();
         console->session().gd_abort(QStringLiteral("Timeout"));
         form.present();
@@ -436,7 +437,7 @@ struct SaveDialogBench : DialogBench
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing to read");
     }
 
-    DescriptorViewer viewer{console->session(), console->commands(), dialogs, console->errors()};
+    DescriptorViewer viewer{console->session(), console->commands(), tool.dialogs, tool.errors};
     GetDescForm &form = *new GetDescForm(viewer, window.get());
 };
 

@@ -22,6 +22,7 @@ struct RequestDialogBench : DialogBench
 {
     RequestDialogBench()
     {
+        tool.dialogs.setWindow(&form);
         form.present();
         activate(form);
     }
@@ -68,7 +69,7 @@ struct RequestDialogBench : DialogBench
             qFatal("no file %s", name);
     }
 
-    RequestBuilder builder{console->session(), console->commands(), dialogs, console->errors()};
+    RequestBuilder builder{console->session(), console->commands(), tool.dialogs, tool.errors};
     DevRqstForm form{builder, window.get()};
 };
 
