@@ -37,9 +37,11 @@ struct FileChoice
     QString title;
     QString filter;
     QString defaultSuffix; ///< without the dot
-    QString fileName;      ///< initial name
+    QString fileName;      ///< initial name, or a pattern such as "*.log"
     /// Start in the directory for the program's own files, until a file has been chosen.
     bool inDataDirectory = false;
+    /// The file is not truncated: what a longer one holds after the new contents stays.
+    bool keepsRest = false;
     QPointer<QObject> window = {}; ///< the window that the dialog belongs to; set by WindowDialogs
 };
 

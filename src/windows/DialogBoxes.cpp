@@ -90,7 +90,7 @@ QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
     auto *dialog = new FileDialog(choice, directoryFor(choice), parent);
     const OneShot<QString> answer;
     QObject::connect(dialog, &QFileDialog::finished, dialog, [dialog, answer](int result) {
-        answer.resolve(result == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString());
+        answer.resolve(result == QDialog::Accepted ? dialog->chosenFile() : QString());
     });
     QObject::connect(dialog, &QObject::destroyed, [answer] { answer.resolve({}); });
     openActive(*dialog);
