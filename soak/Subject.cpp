@@ -14,8 +14,7 @@ namespace vantrel::soak {
 
 Subject::Subject(const QString &directory)
     : console(dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
-      tools(console, dialogs, directory), window(console), tester(simulator::Settings::vorn2()),
-      end(tester)
+      tools(console, directory), window(console), tester(simulator::Settings::vorn2()), end(tester)
 {
     addToolWindows(tools, console, window);
     for (const simulator::BuiltInDevice &device : simulator::builtInDevices())

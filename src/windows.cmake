@@ -1,6 +1,7 @@
 add_library(vantrel_windows STATIC
   windows/Binder.cpp
   windows/DialogBoxes.cpp
+  windows/DropDownList.cpp
   windows/ElidedLabel.cpp
   windows/FieldFocus.cpp
   windows/FileDialog.cpp

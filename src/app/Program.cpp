@@ -17,7 +17,7 @@ namespace vantrel {
 Program::Program(Options options)
     : m_options(std::move(options)), m_dialogs(startDirectories()),
       m_console(m_dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
-      m_tools(m_console, m_dialogs, dataFolder()), m_main(m_console)
+      m_tools(m_console, dataFolder()), m_main(m_console)
 {
     addToolWindows(m_tools, m_console, m_main);
     for (int number = 1; number <= VornComm::SerialPortCount; ++number) {

@@ -19,45 +19,67 @@ namespace vantrel {
 namespace {
 
 /// The window behind a signal: made when it is first wanted, so that the program starts quickly,
-/// and kept.
+/// and kept. From then on it has the dialogs, if any are given.
 template <typename Window, typename Sender, typename Signal, typename... Behaviour>
-void openOn(const Sender *sender, Signal signal, Main &main, Behaviour &...behaviour)
+void openOn(const Sender *sender, Signal signal, Main &main, WindowDialogs *dialogs,
+            Behaviour &...behaviour)
 {
-    QObject::connect(sender, signal, &main,
-                     [&main, &behaviour..., window = static_cast<Window *>(nullptr)]() mutable {
-                         if (!window)
-                             window = new Window(behaviour..., &main);
-                         window->present();
-                     });
+    QObject::connect(
+        sender, signal, &main,
+        [&main, dialogs, &behaviour..., window = static_cast<Window *>(nullptr)]() mutable {
+            if (!window) {
+                window = new Window(behaviour..., &main);
+                if (dialogs)
+                    dialogs->setWindow(window);
+            }
+            window->present();
+        });
 }
 
-template <typename Window, typename... Behaviour>
-void openBy(const char *menuItem, Main &main, Behaviour &...behaviour)
+template <typename Window, typename Behaviour>
+void openBy(const char *menuItem, Main &main, WindowBoundary &boundary, Behaviour &behaviour)
 {
     const auto *const item = main.findChild<QAction *>(QString::fromLatin1(menuItem));
-    openOn<Window>(item, &QAction::triggered, main, behaviour...);
+    openOn<Window>(item, &QAction::triggered, main, &boundary.dialogs, behaviour);
+}
+
+/// A window without a behaviour, and so without dialogs.
+template <typename Window>
+void openBy(const char *menuItem, Main &main)
+{
+    const auto *const item = main.findChild<QAction *>(QString::fromLatin1(menuItem));
+    openOn<Window>(item, &QAction::triggered, main, nullptr);
 }
 
 } // namespace
 
-Tools::Tools(Console &console, Dialogs &dialogs, const QString &dataFolder)
-    : viewer(console.session(), console.requests(), dialogs, console.errors()),
-      builder(console.session(), console.requests(), dialogs, console.errors()),
-      converter(console.session(), console.link(), console.commands(), dialogs, console.errors()),
-      loader(console.session(), console.link(), console.commands(), dialogs, console.errors()),
-      network(console.session(), console.commands(), dialogs, console.errors()),
-      ftdi(console.session(), console.requests(), dialogs, console.errors(), dataFolder)
+Tools::Tools(Console &console, const QString &dataFolder)
+    : viewerBoundary(console.dialogs()), builderBoundary(console.dialogs()),
+      converterBoundary(console.dialogs()), loaderBoundary(console.dialogs()),
+      networkBoundary(console.dialogs()), ftdiBoundary(console.dialogs()),
+      viewer(console.session(), console.requests(), viewerBoundary.dialogs, viewerBoundary.errors),
+      builder(console.session(), console.requests(), builderBoundary.dialogs,
+              builderBoundary.errors),
+      converter(console.session(), console.link(), console.commands(), converterBoundary.dialogs,
+                converterBoundary.errors),
+      loader(console.session(), console.link(), console.commands(), loaderBoundary.dialogs,
+             loaderBoundary.errors),
+      network(console.session(), console.commands(), networkBoundary.dialogs,
+              networkBoundary.errors),
+      ftdi(console.session(), console.requests(), ftdiBoundary.dialogs, ftdiBoundary.errors,
+           dataFolder)
 {
 }
 
 void addToolWindows(Tools &tools, Console &console, Main &main)
 {
-    openOn<GetDescForm>(&console, &Console::descriptorViewerWanted, main, tools.viewer);
-    openBy<DevRqstForm>("UtilDR", main, tools.builder);
-    openBy<EZUSBForm>("EZUSB", main, tools.converter);
-    openBy<FWLoad>("mnuUtilFW", main, tools.loader);
-    openBy<frmFTDI>("mnuUtilFTDI", main, tools.ftdi);
-    openBy<frmNWCfg>("mnuConfigureNetwork", main, tools.network);
+    openOn<GetDescForm>(&console, &Console::descriptorViewerWanted, main,
+                        &tools.viewerBoundary.dialogs, tools.viewer);
+    openBy<DevRqstForm>("UtilDR", main, tools.builderBoundary, tools.builder);
+    openBy<EZUSBForm>("EZUSB", main, tools.converterBoundary, tools.converter);
+    openBy<FWLoad>("mnuUtilFW", main, tools.loaderBoundary, tools.loader);
+    openBy<frmFTDI>("mnuUtilFTDI", main, tools.ftdiBoundary, tools.ftdi);
+    openBy<frmNWCfg>("mnuConfigureNetwork", main, tools.networkBoundary, tools.network);
     openBy<frmAbout>("HelpAbout", main);
     openBy<HelpForm>("HelpTopics", main);
 }

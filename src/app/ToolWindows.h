@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/WindowDialogs.h"
 #include "maintenance/EzUsbConverter.h"
 #include "maintenance/FirmwareLoader.h"
 #include "maintenance/FtdiUtility.h"
@@ -13,14 +14,21 @@
 namespace vantrel {
 
 class Console;
-class Dialogs;
 class Main;
 
 /// What the tool windows do. Outlives the main window, to which the windows belong.
 struct Tools
 {
     /// `dataFolder`: where EEPROM images are saved before a device is programmed.
-    Tools(Console &console, Dialogs &dialogs, const QString &dataFolder);
+    Tools(Console &console, const QString &dataFolder);
+
+    // Those of each tool, before the tool that uses them.
+    WindowBoundary viewerBoundary;
+    WindowBoundary builderBoundary;
+    WindowBoundary converterBoundary;
+    WindowBoundary loaderBoundary;
+    WindowBoundary networkBoundary;
+    WindowBoundary ftdiBoundary;
 
     DescriptorViewer viewer;
     RequestBuilder builder;

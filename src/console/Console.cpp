@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/Console.h"
 
-#include "link/Dialogs.h"
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 
@@ -11,13 +10,13 @@ namespace vantrel {
 
 Console::Console(Dialogs &dialogs, std::unique_ptr<Transport> serial,
                  std::unique_ptr<Transport> tcp)
-    : m_dialogs(dialogs), m_errors(dialogs), m_link(m_session, std::move(serial), std::move(tcp)),
+    : m_dialogs(dialogs), m_errors(m_dialogs), m_link(m_session, std::move(serial), std::move(tcp)),
       m_commands(m_session, m_link), m_requests(m_session, m_link, m_commands),
       m_decoder(m_session, m_commands, m_requests), m_script(m_session, m_link, m_commands),
-      m_flash(m_session, m_commands, m_script, dialogs, m_errors),
-      m_connection(m_session, m_link, m_commands, m_requests, dialogs),
-      m_ports(m_session, m_commands), m_scripts(m_session, m_commands, m_script, dialogs),
-      m_log(m_session, dialogs, m_errors), m_names(m_session, m_link, dialogs)
+      m_flash(m_session, m_commands, m_script, m_flashBoundary.dialogs, m_flashBoundary.errors),
+      m_connection(m_session, m_link, m_commands, m_requests, m_dialogs),
+      m_ports(m_session, m_commands), m_scripts(m_session, m_commands, m_script, m_dialogs),
+      m_log(m_session, m_dialogs, m_errors), m_names(m_session, m_link, m_dialogs)
 {
     m_link.setDispatcher([this] { m_decoder.DispatchResponse(); });
     connect(&m_link, &VornComm::socketError, this, [this](const QString &description) {

@@ -6,8 +6,8 @@
 #include "console/PortControls.h"
 #include "console/ScriptControls.h"
 #include "console/SessionLog.h"
-#include "link/ErrorBoundary.h"
 #include "link/VornComm.h"
+#include "link/WindowDialogs.h"
 #include "link/publicvars.h"
 #include "protocol/DeviceRequests.h"
 #include "protocol/FlashScripts.h"
@@ -21,8 +21,6 @@
 #include <memory>
 
 namespace vantrel {
-
-class Dialogs;
 
 /// Everything behind the main window: the session, the link, the protocol and the handlers of its
 /// controls. Runs without a window as well as with one.
@@ -82,6 +80,13 @@ public:
     FlashScripts &flash() { return m_flash; }
     ErrorBoundary &errors() { return m_errors; }
 
+    /// The main window: the console's message boxes and file dialogs belong to it, and those of
+    /// tool windows that are closed.
+    void setWindow(QObject *window) { m_dialogs.setWindow(window); }
+    /// The same for the flash window.
+    void setFlashWindow(QObject *window) { m_flashBoundary.dialogs.setWindow(window); }
+    WindowDialogs &dialogs() { return m_dialogs; }
+
 signals:
     /// "<New>" was chosen: the dialog `frmNewIP` is to be shown.
     void newNetworkNameWanted();
@@ -96,9 +101,10 @@ private:
     void showStaleStatus();
     void countDown();
 
-    Dialogs &m_dialogs;
+    WindowDialogs m_dialogs;
     Session m_session;
     ErrorBoundary m_errors;
+    WindowBoundary m_flashBoundary{m_dialogs};
     VornComm m_link;
     VornCommands m_commands;
     DeviceRequests m_requests;

@@ -54,6 +54,7 @@ Main::Main(Console &console)
                        .arg(version::Revision));
     arrange();
 
+    console.setWindow(this);
     m_binder = std::make_unique<Binder>(console.session().Main.all, *this);
     connectConnection();
     connectPortControls();
@@ -140,8 +141,10 @@ void Main::connectScripts()
 
 void Main::openFlashForm()
 {
-    if (!m_FlashForm)
+    if (!m_FlashForm) {
         m_FlashForm = new FlashForm(m_console.flash(), this);
+        m_console.setFlashWindow(m_FlashForm);
+    }
     m_FlashForm->present();
 }
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QCoroTask>
+#include <QObject>
+#include <QPointer>
 #include <QString>
 
 namespace vantrel {
@@ -14,6 +16,7 @@ struct Message
     QString text;
     QString title;
     Buttons buttons = Buttons::Ok;
+    QPointer<QObject> window = {}; ///< the window that the box belongs to; set by WindowDialogs
 };
 
 /// How a message box ended. A box closed by its frame, or by the program's end, is No to a question
@@ -34,9 +37,12 @@ struct FileChoice
     QString title;
     QString filter;
     QString defaultSuffix; ///< without the dot
-    QString fileName;      ///< initial name
+    QString fileName;      ///< initial name, or a pattern such as "*.log"
     /// Start in the directory for the program's own files, until a file has been chosen.
     bool inDataDirectory = false;
+    /// The file is not truncated: what a longer one holds after the new contents stays.
+    bool keepsRest = false;
+    QPointer<QObject> window = {}; ///< the window that the dialog belongs to; set by WindowDialogs
 };
 
 /// The questions that handlers put to the user. Nothing blocks: each answer is awaited.

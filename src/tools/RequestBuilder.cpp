@@ -72,9 +72,11 @@ void settleWord(Control &field)
 
 FileChoice requestFileChoice(FileChoice::Kind kind, const QString &title)
 {
-    return {
+    FileChoice choice{
         kind, title, QStringLiteral("Device Request Files|*.dr"), QStringLiteral("dr"), {},
     };
+    choice.keepsRest = true;
+    return choice;
 }
 
 } // namespace

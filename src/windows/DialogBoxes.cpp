@@ -4,10 +4,9 @@
 #include "link/OneShot.h"
 #include "windows/FileDialog.h"
 
-#include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QFileInfo>
-#include <QMainWindow>
 #include <QMessageBox>
 
 namespace vantrel {
@@ -34,15 +33,33 @@ QMessageBox *makeBox(const Message &message, QWidget *parent)
     return box;
 }
 
-QWidget *windowBelow()
+/// The dialog that was opened last over the window, or the window itself.
+QWidget *topmost(QWidget *window)
 {
-    if (QWidget *active = QApplication::activeWindow())
-        return active;
-    for (QWidget *window : QApplication::topLevelWidgets()) {
-        if (qobject_cast<QMainWindow *>(window))
-            return window;
+    const auto dialogs = window->findChildren<QDialog *>(QString(), Qt::FindDirectChildrenOnly);
+    for (auto dialog = dialogs.crbegin(); dialog != dialogs.crend(); ++dialog) {
+        if ((*dialog)->isVisible() && (*dialog)->isModal())
+            return topmost(*dialog);
     }
-    return nullptr;
+    return window;
+}
+
+/// The parent of a dialog that belongs to the window. Null when nothing of the program is open.
+QWidget *parentFor(QObject *window)
+{
+    auto *parent = qobject_cast<QWidget *>(window);
+    while (parent && !parent->isVisible())
+        parent = parent->parentWidget();
+    return parent ? topmost(parent) : nullptr;
+}
+
+/// A window manager that has not yet moved the focus away from a dialog just closed may leave it
+/// with the parent, or with none.
+void openActive(QDialog &dialog)
+{
+    dialog.open();
+    dialog.raise();
+    dialog.activateWindow();
 }
 
 } // namespace
@@ -50,33 +67,33 @@ QWidget *windowBelow()
 QCoro::Task<Answer> DialogBoxes::messageBox(Message message)
 {
     const Answer ifClosed = closedAnswer(message.buttons);
-    QWidget *below = windowBelow();
-    if (!below)
+    QWidget *parent = parentFor(message.window);
+    if (!parent)
         co_return ifClosed;
 
-    QMessageBox *box = makeBox(message, below);
+    QMessageBox *box = makeBox(message, parent);
     const OneShot<Answer> answer;
     QObject::connect(box, &QMessageBox::finished, box, [answer, ifClosed](int button) {
         answer.resolve(button == QMessageBox::Yes ? Answer::Yes : ifClosed);
     });
     QObject::connect(box, &QObject::destroyed, [answer, ifClosed] { answer.resolve(ifClosed); });
-    box->open();
+    openActive(*box);
     co_return co_await answer;
 }
 
 QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
 {
-    QWidget *below = windowBelow();
-    if (!below)
+    QWidget *parent = parentFor(choice.window);
+    if (!parent)
         co_return QString();
 
-    auto *dialog = new FileDialog(choice, directoryFor(choice), below);
+    auto *dialog = new FileDialog(choice, directoryFor(choice), parent);
     const OneShot<QString> answer;
     QObject::connect(dialog, &QFileDialog::finished, dialog, [dialog, answer](int result) {
-        answer.resolve(result == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString());
+        answer.resolve(result == QDialog::Accepted ? dialog->chosenFile() : QString());
     });
     QObject::connect(dialog, &QObject::destroyed, [answer] { answer.resolve({}); });
-    dialog->open();
+    openActive(*dialog);
     const QString path = co_await answer;
     if (!path.isEmpty())
         m_lastDirectory = QFileInfo(path).path();

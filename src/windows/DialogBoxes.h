@@ -15,11 +15,13 @@ struct StartDirectories
     QString data; ///< for the program's own files; made when it is needed
 };
 
-/// The program's message boxes and file dialogs, each window-modal over the window that the user is
-/// working in, or over the main window. They are named "MessageBox" and "FileDial1".
+/// The program's message boxes and file dialogs. Each is window-modal over the window that it
+/// belongs to or, when that is closed, over the window's parent; over the dialogs that are open
+/// there already. It is opened as the active window. The object names are "MessageBox" and
+/// "FileDial1".
 ///
-/// A dialog that goes with its window, when the program closes, is answered as if the user had
-/// closed it, so that nothing stays waiting. So is any question while there is no main window.
+/// A dialog that is deleted with its window, when the program closes, is answered as if the user
+/// had closed it, so that nothing waits for it. So is each one without an open window to belong to.
 class DialogBoxes : public Dialogs
 {
 public:

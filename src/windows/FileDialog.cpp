@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/FileDialog.h"
 
+#include <QDialogButtonBox>
 #include <QDir>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QPushButton>
+#include <QSettings>
 
 namespace vantrel {
 
@@ -28,10 +32,24 @@ QMessageBox *openBox(QMessageBox::Icon icon, QMessageBox::StandardButtons button
     return box;
 }
 
+/// QFileDialog reads and writes its state in the user's settings, and has no option against that.
+/// No settings are used elsewhere in the program, so that those of the user are redirected to a
+/// directory that cannot exist. On Windows and macOS the call has no effect.
+QWidget *withoutUserSettings(QWidget *parent)
+{
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
+    return parent;
+}
+
+bool hasWildcard(const QString &name)
+{
+    return name.contains(QLatin1Char('*')) || name.contains(QLatin1Char('?'));
+}
+
 } // namespace
 
 FileDialog::FileDialog(const FileChoice &choice, const QString &directory, QWidget *parent)
-    : QFileDialog(parent, choice.title), m_kind(choice.kind)
+    : QFileDialog(withoutUserSettings(parent), choice.title), m_choice(choice)
 {
     const bool saving = choice.kind != FileChoice::Kind::OpenExisting;
     setObjectName(QStringLiteral("FileDial1"));
@@ -41,10 +59,21 @@ FileDialog::FileDialog(const FileChoice &choice, const QString &directory, QWidg
     setAcceptMode(saving ? AcceptSave : AcceptOpen);
     setFileMode(saving ? AnyFile : ExistingFile);
     setNameFilter(nameFilter(choice.filter));
-    setDefaultSuffix(choice.defaultSuffix);
+    if (saving) // for opening, see acceptForOpening()
+        setDefaultSuffix(choice.defaultSuffix);
     if (!directory.isEmpty())
         setDirectory(directory);
-    if (!choice.fileName.contains(QLatin1Char('*')))
+
+    // Qt disables the button while there is no file of the name.
+    auto *const button = findChild<QDialogButtonBox *>(QStringLiteral("buttonBox"))
+                             ->button(saving ? QDialogButtonBox::Save : QDialogButtonBox::Open);
+    connect(&nameField(), &QLineEdit::textChanged, button, [this, button](const QString &name) {
+        if (isPattern(name))
+            button->setEnabled(true);
+    });
+    if (hasWildcard(choice.fileName))
+        showPattern(choice.fileName);
+    else
         selectFile(choice.fileName);
 }
 
@@ -55,8 +84,56 @@ QString FileDialog::nameFilter(const QString &labelAndPattern)
     return QStringLiteral("%1 (%2)").arg(label, pattern);
 }
 
+QLineEdit &FileDialog::nameField() const
+{
+    return *findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+}
+
+bool FileDialog::isPattern(const QString &name) const
+{
+    return hasWildcard(name) && !directory().exists(name);
+}
+
+void FileDialog::showPattern(const QString &pattern)
+{
+    nameField().setText(pattern);
+    nameField().selectAll();
+}
+
+void FileDialog::filterBy(const QString &pattern)
+{
+    const QFileInfo matching(directory(), pattern);
+    if (!matching.dir().exists()) {
+        refuse(tr("This directory does not exist."), QFileInfo(matching.path()));
+        return;
+    }
+    setDirectory(matching.path());
+
+    const QString given = nameFilter(m_choice.filter);
+    const QString name = matching.fileName();
+    if (given.endsWith(QStringLiteral("(%1)").arg(name))) {
+        setNameFilter(given);
+    } else {
+        // A blank would separate two patterns.
+        const QString added = QString(name).replace(QLatin1Char(' '), QLatin1Char('?'));
+        setNameFilters({given, added});
+        selectNameFilter(added);
+    }
+    showPattern(name);
+}
+
+void FileDialog::choose(const QFileInfo &file)
+{
+    m_chosenFile = file.filePath();
+    done(Accepted);
+}
+
 void FileDialog::accept()
 {
+    if (const QString name = nameField().text(); isPattern(name)) {
+        filterBy(name);
+        return;
+    }
     const QStringList chosen = selectedFiles();
     if (chosen.isEmpty())
         return;
@@ -71,21 +148,27 @@ void FileDialog::accept()
 
 void FileDialog::acceptForOpening(const QFileInfo &file)
 {
+    const QString &suffix = m_choice.defaultSuffix;
+    const bool hasSuffix = suffix.isEmpty() || file.fileName().contains(QLatin1Char('.'));
+    const QFileInfo completed(hasSuffix ? file.filePath()
+                                        : file.filePath() + QLatin1Char('.') + suffix);
     if (file.exists())
-        QFileDialog::accept();
+        choose(file);
+    else if (completed.isFile())
+        choose(completed);
     else
-        refuse(tr("This file does not exist."), file);
+        refuse(tr("This file does not exist."), completed);
 }
 
 void FileDialog::acceptForSaving(const QFileInfo &file)
 {
-    const bool intoExisting = m_kind == FileChoice::Kind::SaveExisting;
+    const bool intoExisting = m_choice.kind == FileChoice::Kind::SaveExisting;
     if (!file.dir().exists())
         refuse(tr("This directory does not exist."), QFileInfo(file.path()));
     else if (file.exists() && isReadOnly(file))
         refuse(tr("This file is read-only. Choose another name."), file);
     else if (file.exists() == intoExisting)
-        QFileDialog::accept();
+        choose(file);
     else if (intoExisting)
         askToCreate(file);
     else
@@ -100,12 +183,16 @@ void FileDialog::refuse(const QString &reason, const QFileInfo &file)
 
 void FileDialog::askToReplace(const QFileInfo &file)
 {
+    const QString question =
+        m_choice.keepsRest ? tr("%1 exists already.\nReplace it? If it is longer than the new "
+                                "contents, the rest of it stays.")
+                           : tr("%1 exists already.\nReplace it?");
     QMessageBox *box = openBox(QMessageBox::Question, QMessageBox::Yes | QMessageBox::No,
-                               tr("%1 exists already.\nReplace it?").arg(file.fileName()), this);
+                               question.arg(file.fileName()), this);
     box->setDefaultButton(QMessageBox::No);
-    connect(box, &QMessageBox::finished, this, [this](int button) {
+    connect(box, &QMessageBox::finished, this, [this, file](int button) {
         if (button == QMessageBox::Yes)
-            QFileDialog::accept();
+            choose(file);
     });
 }
 
@@ -124,7 +211,7 @@ void FileDialog::create(const QFileInfo &file)
 {
     QFile created(file.filePath());
     if (created.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        QFileDialog::accept();
+        choose(file);
     else
         refuse(tr("This file cannot be created: %1.").arg(created.errorString()), file);
 }

@@ -67,7 +67,7 @@ struct DeviceBench : NetworkBench
     }
 
     quint8 address = 0;
-    Tools tools{console, dialogs, directory.path()};
+    Tools tools{console, directory.path()};
 };
 
 } // namespace vantrel::test

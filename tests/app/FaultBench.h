@@ -76,7 +76,7 @@ public:
 
     QString fileOf(const char *name, const QByteArray &content) const;
 
-    Tools tools{console, dialogs, directory.path()};
+    Tools tools{console, directory.path()};
 
 private:
     struct Tool

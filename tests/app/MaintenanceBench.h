@@ -91,7 +91,7 @@ struct MaintenanceBench : Base
 
     int closings = 0; ///< how often a window was asked to close
     QString dataFolder = this->directory.filePath(QStringLiteral("data"));
-    Tools tools{this->console, this->dialogs, dataFolder};
+    Tools tools{this->console, dataFolder};
 
 private:
     template <auto Signal, typename Tool>

@@ -185,6 +185,8 @@ private slots:
     void logDialog();
     void logDialogOfACopy();
     void otherFileDialogs();
+    void fileDialogsKeepNothing_data();
+    void fileDialogsKeepNothing();
     void tourLeavesTheUserFilesAlone();
 };
 
@@ -407,6 +409,28 @@ void tst_installed::otherFileDialogs()
     program.ask("press FileClose");
     program.ask("press FileNew");
     QCOMPARE(program.ask("directory"), layout.path("logs"));
+}
+
+void tst_installed::fileDialogsKeepNothing_data()
+{
+    QTest::addColumn<bool>("installed");
+    QTest::newRow("installed") << true;
+    QTest::newRow("copy") << false;
+}
+
+void tst_installed::fileDialogsKeepNothing()
+{
+    QFETCH(bool, installed);
+    const Layout layout(installed ? Layout::Kind::Installed : Layout::Kind::Copied);
+    layout.write("config1/vantrel/VLnetNames.dat", "lab\r\n");
+    Running program(layout);
+    program.ask("press FileNew");
+    QCOMPARE(program.ask("cancel"), text("cancelled"));
+    program.ask("press FileNew");
+    program.ask(text("choose ") + layout.path("work/new.log"));
+    QVERIFY(QFile::exists(layout.path("work/new.log")));
+    QCOMPARE(program.end(), 0);
+    QVERIFY(!QFile::exists(layout.path("home/.config")));
 }
 
 /// A tour writes to its own directory, and begins with the box of a first start everywhere.

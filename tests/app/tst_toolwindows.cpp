@@ -39,7 +39,7 @@ struct ToolBench : ConsoleBench
         return count;
     }
 
-    Tools tools{console, dialogs, directory.path()};
+    Tools tools{console, directory.path()};
     Main window{console};
 };
 

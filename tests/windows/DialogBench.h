@@ -40,6 +40,7 @@ struct DialogBench
         dialogs, std::unique_ptr<Transport>(serial), std::unique_ptr<Transport>(tcp));
     std::unique_ptr<Main> window = std::make_unique<Main>(*console);
     MainControls &main = console->session().Main;
+    WindowBoundary tool{console->dialogs()}; ///< of the tool window that the test makes, if any
 };
 
 } // namespace vantrel::test

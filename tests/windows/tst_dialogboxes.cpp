@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/WindowDialogs.h"
 #include "support/TestProgram.h"
 #include "windows/DialogBench.h"
 #include "windows/DialogBoxes.h"
@@ -15,13 +16,13 @@ using namespace vantrel::test;
 
 namespace {
 
-QCoro::Task<> ask(DialogBoxes &dialogs, Message message, std::optional<Answer> &answer)
+QCoro::Task<> ask(Dialogs &dialogs, Message message, std::optional<Answer> &answer)
 {
     answer = co_await dialogs.messageBox(message);
 }
 
 /// A handler that shows one box after the other.
-QCoro::Task<> askTwice(DialogBoxes &dialogs, Message message, int &answers)
+QCoro::Task<> askTwice(Dialogs &dialogs, Message message, int &answers)
 {
     co_await dialogs.messageBox(message);
     ++answers;
@@ -43,6 +44,7 @@ struct Bench
 {
     Bench()
     {
+        dialogs.setWindow(window.get());
         window->show();
         waitUntilActive(*window);
     }
@@ -57,9 +59,34 @@ struct Bench
 
     bool answered(Answer expected) const { return answer == expected; }
 
-    DialogBoxes dialogs;
+    DialogBoxes boxes;
+    WindowDialogs dialogs{boxes};
     std::unique_ptr<QMainWindow> window = std::make_unique<QMainWindow>();
     std::optional<Answer> answer;
+};
+
+/// With two tool windows: one that is open and one that was closed.
+struct ToolBench : Bench
+{
+    ToolBench()
+    {
+        toolDialogs.setWindow(&tool);
+        closedDialogs.setWindow(&closed);
+        tool.show();
+        waitUntilActive(tool);
+    }
+
+    void activate(QWidget &widget) const
+    {
+        widget.activateWindow();
+        waitUntilActive(widget);
+    }
+
+    QMainWindow closed{window.get(), Qt::Dialog};
+    QMainWindow tool{window.get(), Qt::Dialog};
+    Dialogs &mainDialogs = dialogs;
+    WindowDialogs closedDialogs{mainDialogs};
+    WindowDialogs toolDialogs{mainDialogs};
 };
 
 } // namespace
@@ -79,11 +106,15 @@ private slots:
     void closedByFrame_data();
     void closedByFrame();
     void boxIsDeleted();
-    void modalOverTheActiveWindow();
+    void modalOverItsWindow();
+    void notOverTheActiveWindow();
+    void notOverAClosedWindow();
+    void activeWindowOfAnotherProgram();
     void nextBoxOutlivesTheFirst();
     void twoBoxesAtOnce();
     void windowGoes();
     void withoutAWindow();
+    void closedMainWindow();
 };
 
 void TestDialogBoxes::texts()
@@ -168,22 +199,47 @@ void TestDialogBoxes::boxIsDeleted()
     QTRY_VERIFY(!box);
 }
 
-void TestDialogBoxes::modalOverTheActiveWindow()
+void TestDialogBoxes::modalOverItsWindow()
 {
-    Bench bench;
-    QWidget tool(bench.window.get(), Qt::Window);
-    tool.show();
-    QTRY_COMPARE(QApplication::activeWindow(), &tool);
-    ask(bench.dialogs, told(), bench.answer);
-    QCOMPARE(bench.box().parentWidget(), &tool);
+    ToolBench bench;
+    ask(bench.toolDialogs, told(), bench.answer);
+    QCOMPARE(bench.box().parentWidget(), &bench.tool);
     QCOMPARE(bench.box().windowModality(), Qt::WindowModal);
-    bench.box().close();
+}
 
-    tool.close();
-    bench.window->activateWindow();
-    QTRY_COMPARE(QApplication::activeWindow(), bench.window.get());
+void TestDialogBoxes::notOverTheActiveWindow()
+{
+    ToolBench bench;
     ask(bench.dialogs, told(), bench.answer);
     QCOMPARE(bench.box().parentWidget(), bench.window.get());
+    bench.box().close();
+
+    bench.activate(*bench.window);
+    ask(bench.toolDialogs, told(), bench.answer);
+    QCOMPARE(bench.box().parentWidget(), &bench.tool);
+}
+
+void TestDialogBoxes::notOverAClosedWindow()
+{
+    ToolBench bench;
+    ask(bench.closedDialogs, told(), bench.answer);
+    QCOMPARE(bench.box().parentWidget(), bench.window.get());
+}
+
+void TestDialogBoxes::activeWindowOfAnotherProgram()
+{
+    ToolBench bench;
+    QWidget other;
+    other.show();
+    waitUntilActive(other);
+    ask(bench.dialogs, told(), bench.answer);
+    QCOMPARE(bench.box().parentWidget(), bench.window.get());
+    QTRY_COMPARE(QApplication::activeWindow(), &bench.box());
+    bench.box().close();
+
+    other.hide(); // no window of this program is active
+    ask(bench.toolDialogs, told(), bench.answer);
+    QCOMPARE(bench.box().parentWidget(), &bench.tool);
 }
 
 void TestDialogBoxes::nextBoxOutlivesTheFirst()
@@ -232,6 +288,14 @@ void TestDialogBoxes::withoutAWindow()
     std::optional<Answer> answer;
     ask(dialogs, asked(), answer);
     QVERIFY(answer == Answer::No);
+}
+
+void TestDialogBoxes::closedMainWindow()
+{
+    Bench bench;
+    bench.window->hide();
+    ask(bench.dialogs, asked(), bench.answer);
+    QVERIFY(bench.answered(Answer::No));
 }
 
 VANTREL_WINDOW_TEST(TestDialogBoxes)

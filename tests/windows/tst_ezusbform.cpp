@@ -268,10 +268,10 @@ void TestEZUSBForm::roomForWhatIsHidden()
 void TestEZUSBForm::realDialogs()
 {
     DialogBench bench;
-    ErrorBoundary errors(bench.dialogs);
     EzUsbConverter converter(bench.console->session(), bench.console->link(),
-                             bench.console->commands(), bench.dialogs, errors);
+                             bench.console->commands(), bench.tool.dialogs, bench.tool.errors);
     auto *const form = new EZUSBForm(converter, bench.window.get());
+    bench.tool.dialogs.setWindow(form);
     form->present();
     QTRY_COMPARE(QApplication::activeWindow(), form);
     auto &address = child<QLineEdit>(*form, "Address");
@@ -295,6 +295,7 @@ void TestEZUSBForm::realDialogs()
     QCOMPARE(box->text(), QStringLiteral("Overflow"));
     QVERIFY(box->isEnabled());
     QVERIFY(!form->isVisible());
+    QCOMPARE(box->parentWidget(), bench.window.get());
     QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
     QTRY_VERIFY(!openWindow<QMessageBox>("MessageBox"));
     bench.window.reset(); // the form with it, before the converter

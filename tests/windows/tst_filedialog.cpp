@@ -1,111 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/TestProgram.h"
-#include "windows/DialogBench.h"
-#include "windows/FileDialog.h"
+#include "windows/FileDialogBench.h"
 
 #include <QDialogButtonBox>
-#include <QLineEdit>
-#include <QMainWindow>
 #include <QMessageBox>
 #include <QPushButton>
-
-#include <memory>
-#include <optional>
 
 using namespace vantrel;
 using namespace vantrel::test;
 
 namespace {
 
-/// Directories of its own for the time of a test, neither the current one nor Qt's last one.
-struct Places
-{
-    QTemporaryDir root;
-    QString home = root.path();
-    QString data = root.filePath(QStringLiteral("data/Vantrel"));
-    StartDirectories start() const { return {home, data}; }
-};
-
-QCoro::Task<> ask(DialogBoxes &dialogs, FileChoice choice, std::optional<QString> &path)
-{
-    path = co_await dialogs.fileDialog(choice);
-}
-
-FileChoice saving()
-{
-    return {FileChoice::Kind::SaveAs, QStringLiteral("Open New Log File"),
-            QStringLiteral("Log Files|*.log"), QStringLiteral("log"), QStringLiteral("*.log")};
-}
-
-FileChoice savingAmongData()
-{
-    FileChoice choice = saving();
-    choice.inDataDirectory = true;
-    return choice;
-}
-
-FileChoice savingInto()
-{
-    return {FileChoice::Kind::SaveExisting,
-            QStringLiteral("Save Descriptors to File"),
-            QStringLiteral("Text Files|*.txt"),
-            QStringLiteral("txt"),
-            {}};
-}
-
-FileChoice opening()
-{
-    return {FileChoice::Kind::OpenExisting,
-            QStringLiteral("Open Vornscript File"),
-            QStringLiteral("VornScript Files | *.vn"),
-            QStringLiteral("vn"),
-            {}};
-}
-
-struct Bench
-{
-    explicit Bench(const FileChoice &choice, const StartDirectories &start = {}) : dialogs(start)
-    {
-        window->show();
-        waitUntilActive(*window);
-        ask(dialogs, choice, chosen);
-    }
-
-    FileDialog &dialog() const
-    {
-        auto *dialog = openWindow<FileDialog>("FileDial1");
-        if (!dialog)
-            qFatal("no file dialog");
-        return *dialog;
-    }
-
-    QString file(const char *name) const { return directory.filePath(QString::fromLatin1(name)); }
-
-    QString create(const char *name) const
-    {
-        QFile created(file(name));
-        created.open(QIODevice::WriteOnly);
-        created.write("old");
-        return created.fileName();
-    }
-
-    /// Puts a name into the field and presses Enter.
-    void enter(const QString &path) const
-    {
-        auto &field = child<QLineEdit>(dialog(), "fileNameEdit");
-        waitUntilActive(dialog());
-        field.setFocus();
-        field.setText(path);
-        QTest::keyClick(&field, Qt::Key_Return);
-    }
-
-    QMessageBox *box() const { return openWindow<QMessageBox>("MessageBox"); }
-
-    QTemporaryDir directory;
-    DialogBoxes dialogs;
-    std::unique_ptr<QMainWindow> window = std::make_unique<QMainWindow>();
-    std::optional<QString> chosen;
-};
+using Bench = FileDialogBench;
 
 } // namespace
 
@@ -115,15 +21,19 @@ class TestFileDialog : public QObject
     Q_OBJECT
 
 public:
-    static void initMain()
+    /// The directory of the user's settings.
+    static const QTemporaryDir &settings()
     {
-        // Qt keeps its file dialog's state in the user's settings.
-        static const QTemporaryDir settings;
-        qputenv("XDG_CONFIG_HOME", settings.path().toLocal8Bit());
+        static const QTemporaryDir directory;
+        return directory;
     }
 
 private slots:
-    void initTestCase() { QApplication::setQuitOnLastWindowClosed(false); }
+    void initTestCase()
+    {
+        QApplication::setQuitOnLastWindowClosed(false);
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(settings().path()));
+    }
     void nameFilter_data();
     void nameFilter();
     void asAskedFor();
@@ -136,6 +46,7 @@ private slots:
     void savesNewFile();
     void defaultSuffix();
     void asksBeforeReplacing();
+    void saysWhatStays();
     void keepsWhatIsThere();
     void refusesReadOnlyFile();
     void refusesMissingDirectory();
@@ -146,7 +57,10 @@ private slots:
     void refusesMissingDirectoryToSaveInto();
     void cannotCreate();
     void opensExistingFile();
+    void opensFileWithoutSuffix();
+    void opensFileWithDefaultSuffix();
     void refusesMissingFile();
+    void keepsNoSettings();
     void cancelled();
     void closedByFrame();
     void windowGoes();
@@ -182,10 +96,6 @@ void TestFileDialog::asAskedFor()
 
 void TestFileDialog::initialName()
 {
-    const Bench pattern(saving());
-    QCOMPARE(child<QLineEdit>(pattern.dialog(), "fileNameEdit").text(), QString());
-    pattern.dialog().close();
-
     FileChoice named = saving();
     named.fileName = QStringLiteral("bench.log");
     const Bench bench(named);
@@ -278,6 +188,18 @@ void TestFileDialog::asksBeforeReplacing()
     QVERIFY(bench.box()->text().contains(QLatin1String("old.log")));
     bench.box()->button(QMessageBox::Yes)->click();
     QCOMPARE(bench.chosen, path);
+}
+
+void TestFileDialog::saysWhatStays()
+{
+    FileChoice choice = saving();
+    choice.keepsRest = true;
+    const Bench bench(choice);
+    bench.enter(bench.create("old.log"));
+    QVERIFY(bench.box());
+    QCOMPARE(bench.box()->text(), QStringLiteral("old.log exists already.\nReplace it? If it is "
+                                                 "longer than the new contents, the rest of it "
+                                                 "stays."));
 }
 
 void TestFileDialog::keepsWhatIsThere()
@@ -403,6 +325,34 @@ void TestFileDialog::opensExistingFile()
     const QString path = bench.create("script.vn");
     bench.enter(path);
     QCOMPARE(bench.chosen, path);
+}
+
+void TestFileDialog::opensFileWithoutSuffix()
+{
+    const Bench bench(opening());
+    const QString path = bench.create("script");
+    bench.create("script.vn");
+    bench.enter(path);
+    QCOMPARE(bench.chosen, path);
+}
+
+void TestFileDialog::opensFileWithDefaultSuffix()
+{
+    const Bench bench(opening());
+    const QString path = bench.create("script.vn");
+    bench.enter(bench.file("script"));
+    QCOMPARE(bench.chosen, path);
+}
+
+/// Qt's file dialog writes QtProject.conf when it is deleted.
+void TestFileDialog::keepsNoSettings()
+{
+    const Bench bench(opening());
+    const QPointer<FileDialog> dialog = &bench.dialog();
+    bench.dialog().close();
+    QTRY_VERIFY(!dialog);
+    QCOMPARE(QDir(settings().path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList());
 }
 
 void TestFileDialog::refusesMissingFile()

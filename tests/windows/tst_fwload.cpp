@@ -238,10 +238,11 @@ void TestFWLoad::mainWindowClosesIt()
 void TestFWLoad::realDialogs()
 {
     DialogBench bench;
-    ErrorBoundary errors(bench.dialogs);
     FirmwareLoader loader(bench.console->session(), bench.console->link(),
-                          bench.console->commands(), bench.dialogs, errors, bench.directory.path());
+                          bench.console->commands(), bench.tool.dialogs, bench.tool.errors,
+                          bench.directory.path());
     auto *const form = new FWLoad(loader, bench.window.get());
+    bench.tool.dialogs.setWindow(form);
     form->present();
     QTRY_COMPARE(QApplication::activeWindow(), form);
     QTest::mouseClick(&child<QPushButton>(*form, "fileselect"), Qt::LeftButton);
@@ -257,6 +258,7 @@ void TestFWLoad::realDialogs()
     QTRY_VERIFY(openWindow<QMessageBox>("MessageBox"));
     auto *const box = openWindow<QMessageBox>("MessageBox");
     QCOMPARE(box->text(), QStringLiteral("Selected File is Not a Firmware Image"));
+    QCOMPARE(box->parentWidget(), form);
     QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
     QTRY_VERIFY(!openWindow<QMessageBox>("MessageBox"));
     QVERIFY(form->isVisible());

@@ -409,6 +409,7 @@ struct SaveDialogBench : DialogBench
 {
     SaveDialogBench()
     {
+        tool.dialogs.setWindow(&form);
         viewer.getDescClicked();
         for (int tick = 0; tick < 50; ++tick)
             console->Timer1();
@@ -437,7 +438,7 @@ struct SaveDialogBench : DialogBench
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("nothing to read");
     }
 
-    DescriptorViewer viewer{console->session(), console->requests(), dialogs, console->errors()};
+    DescriptorViewer viewer{console->session(), console->requests(), tool.dialogs, tool.errors};
     GetDescForm &form = *new GetDescForm(viewer, window.get());
 };
 

@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QWheelEvent>
 
 using namespace vantrel;
 using namespace vantrel::test;
@@ -65,6 +66,7 @@ class TestNewName : public QObject
 private slots:
     void missingFileIsTold();
     void choosing();
+    void wheelChoosesNothing();
     void newOpensTheDialog();
     void adding();
     void addingByButton();
@@ -103,6 +105,21 @@ void TestNewName::choosing()
     QCOMPARE(bench.console->session().RemoteHost, QStringLiteral("10.0.0.2"));
     QCOMPARE(bench.console->link().remoteHost(), QStringLiteral("10.0.0.2"));
     QVERIFY(!bench.form.isVisible());
+}
+
+void TestNewName::wheelChoosesNothing()
+{
+    NamesBench bench;
+    bench.choose(QStringLiteral("10.0.0.2"));
+    for (const int notch : {120, -120}) {
+        const QPointF spot = bench.list.rect().center();
+        QWheelEvent turn(spot, bench.list.mapToGlobal(spot), {}, {0, notch}, Qt::NoButton, {},
+                         Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&bench.list, &turn);
+        QCOMPARE(bench.list.currentText(), QStringLiteral("10.0.0.2"));
+        QCOMPARE(bench.console->session().RemoteHost, QStringLiteral("10.0.0.2"));
+        QVERIFY(!bench.form.isVisible());
+    }
 }
 
 void TestNewName::newOpensTheDialog()

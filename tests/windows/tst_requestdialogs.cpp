@@ -22,6 +22,7 @@ struct RequestDialogBench : DialogBench
 {
     RequestDialogBench()
     {
+        tool.dialogs.setWindow(&form);
         form.present();
         activate(form);
     }
@@ -68,7 +69,7 @@ struct RequestDialogBench : DialogBench
             qFatal("no file %s", name);
     }
 
-    RequestBuilder builder{console->session(), console->requests(), dialogs, console->errors()};
+    RequestBuilder builder{console->session(), console->requests(), tool.dialogs, tool.errors};
     DevRqstForm form{builder, window.get()};
 };
 
@@ -79,18 +80,11 @@ class TestRequestDialogs : public QObject
 {
     Q_OBJECT
 
-public:
-    static void initMain()
-    {
-        // Qt keeps its file dialog's state in the user's settings.
-        static const QTemporaryDir settings;
-        qputenv("XDG_CONFIG_HOME", settings.path().toLocal8Bit());
-    }
-
 private slots:
     void initTestCase() { QApplication::setQuitOnLastWindowClosed(false); }
     void saves();
     void savesOverALongerFile();
+    void opensAFileWithoutSuffix();
     void cancelledSave();
     void failedSave();
     void opens();
@@ -119,9 +113,24 @@ void TestRequestDialogs::savesOverALongerFile()
     bench.press("Save");
     bench.enter(bench.path("old.dr"));
     QVERIFY(bench.box()); // it asks first
+    QCOMPARE(bench.box()->text(), QStringLiteral("old.dr exists already.\nReplace it? If it is "
+                                                 "longer than the new contents, the rest of it "
+                                                 "stays."));
+    QCOMPARE(bench.box()->parentWidget(), &bench.dialog());
     QCOMPARE(bench.contents("old.dr"), QByteArray(12, '\x77'));
     bench.box()->button(QMessageBox::Yes)->click();
     QTRY_COMPARE(bench.contents("old.dr"), "00 0000 0000 0000 0000 00 7777"_hex);
+}
+
+void TestRequestDialogs::opensAFileWithoutSuffix()
+{
+    RequestDialogBench bench;
+    bench.write("plain", "05 0000 0000 0000 0000 00"_hex);
+    bench.press("Open");
+    bench.enter(bench.path("plain"));
+    QVERIFY(!bench.box());
+    QTRY_COMPARE(bench.form.windowTitle(), QStringLiteral("Device Request Builder - plain"));
+    QCOMPARE(child<QLineEdit>(bench.form, "Address").text(), QStringLiteral("0x05"));
 }
 
 void TestRequestDialogs::cancelledSave()
