@@ -14,6 +14,7 @@ struct Message
     QString text;
     QString title;
     Buttons buttons = Buttons::Ok;
+    bool noIsDefault = false; ///< of a question: Enter answers No, not Yes
 };
 
 /// How a message box ended. A box closed by its frame, or by the program's end, is No to a question
