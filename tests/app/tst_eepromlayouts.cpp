@@ -30,6 +30,7 @@ private slots:
     void shortWordInVerify();
     void notReadYet();
     void notReadAfterAFailure();
+    void optionsAfterAFailure();
     void blank();
     void halfWritten();
     void wrongChecksum();
@@ -103,6 +104,23 @@ void tst_eepromlayouts::notReadAfterAFailure()
     QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Reading EEPROM word 40"));
     QCOMPARE(bench.controls.ImageNote.text(), NotRead);
     QVERIFY(!bench.controls.cbKeepLayout.isVisible());
+}
+
+/// The words that were read are programmed: the window shows what they hold.
+void tst_eepromlayouts::optionsAfterAFailure()
+{
+    QByteArray image = simulator::FtdiDevice::plainImage();
+    image.replace(8, 3, "c0c800"_hex);
+    EepromBench bench(image);
+    bench.tester->faults().eepromReadFails = 30;
+    QVERIFY(bench.read());
+    QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Reading EEPROM word 30"));
+    QVERIFY(bench.controls.cbSelfPower.isChecked());
+    QVERIFY(!bench.controls.cbRemoteWake.isChecked());
+    QVERIFY(!bench.controls.cbSerial.isChecked());
+    QCOMPARE(bench.controls.tbMaxPower.text(), QStringLiteral("400"));
+    QVERIFY(bench.program());
+    QCOMPARE(bench.device.eeprom().sliced(8, 3), "c0c800"_hex);
 }
 
 void tst_eepromlayouts::blank()
