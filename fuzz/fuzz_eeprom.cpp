@@ -8,6 +8,8 @@
 #include "support/FakeDialogs.h"
 #include "support/ProtocolBench.h"
 
+#include <QTemporaryDir>
+
 #include <initializer_list>
 
 using namespace vantrel;
@@ -28,10 +30,23 @@ public:
     {
         m_utility.readClicked();
         fuzz::require(m_utility.image().bytes() == m_image, "the image is what was read");
+        fuzz::require(m_dialogs.messages.isEmpty(), "any image can be shown");
+    }
+
+    /// Only the checksum may change, unless the strings are too long for any program.
+    void requireKeeping()
+    {
+        FtdiControls &controls = m_utility.controls();
+        const QByteArray before = m_image;
+        if (!controls.cbKeepLayout.isVisible())
+            return;
+        controls.cbKeepLayout.adoptChecked(true);
+        m_utility.programClicked();
         for (const Message &message : std::exchange(m_dialogs.messages, {})) {
-            fuzz::require(message.text == QLatin1String("Subscript out of range"),
-                          "only a string can be wrong");
+            fuzz::require(message.text.startsWith(QLatin1String("Total available string length")),
+                          "what was read fits where it was");
         }
+        fuzz::require(m_image.first(126) == before.first(126), "the layout is kept");
     }
 
     /// Into a device that has not been read, so that no backup is made.
@@ -116,9 +131,10 @@ private:
     QByteArray m_image;
     bool m_serving = true;
     test::ProtocolBench m_bench;
+    QTemporaryDir m_backups;
     test::FakeDialogs m_dialogs;
     ErrorBoundary m_errors{m_dialogs};
-    FtdiUtility m_utility{m_bench.session, m_bench.commands, m_dialogs, m_errors, QString()};
+    FtdiUtility m_utility{m_bench.session, m_bench.commands, m_dialogs, m_errors, m_backups.path()};
 };
 
 } // namespace
@@ -131,6 +147,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     Device device(image);
     device.requireReading();
+    device.requireKeeping();
     device.requireProgramming();
     device.answerAnyhow(input.sliced(std::min<qsizetype>(128, input.size())));
     return 0;

@@ -74,6 +74,7 @@ const QList<Operator::Fault> &Operator::faults()
         {"eeprom-erase-fails", &Operator::on},
         {"eeprom-write-fails", &Operator::word},
         {"eeprom-read-fails", &Operator::word},
+        {"eeprom-read-short", &Operator::bit},
     };
     return faults;
 }

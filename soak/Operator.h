@@ -65,6 +65,7 @@ private:
     QString shortTime() { return QString::number(m_dice.between(1, 2)); }
     QString byteCount() { return QString::number(m_dice.below(2000)); }
     QString word() { return QString::number(m_dice.below(64)); }
+    QString bit() { return QString::number(m_dice.below(2)); }
     QString all() { return QStringLiteral("all"); }
     QString on() { return QStringLiteral("on"); }
 

@@ -95,6 +95,7 @@ const QList<UserStep> &maintenanceSteps()
         {"frmFTDI", 3, Deed::Enter, "tbProduct", Text::Name},
         {"frmFTDI", 1, Deed::Enter, "tbMfr", Text::Name},
         {"frmFTDI", 1, Deed::Press, "cbSerial"},
+        {"frmFTDI", 2, Deed::Press, "cbKeepLayout"},
         {"frmFTDI", 1, Deed::Enter, "tbSerial", Text::Name},
         {"frmFTDI", 3, Deed::Escape},
         {"frmNWCfg", 4, Deed::Enter, "tbIP_3", Text::Byte},

@@ -64,17 +64,42 @@ void FtdiEeprom::setBit(int position, quint8 mask, bool on)
     setByte(position, on ? others | mask : others);
 }
 
-std::optional<QString> FtdiEeprom::text(int field) const
+std::optional<int> FtdiEeprom::textOffset(int field) const
 {
     const quint8 flagged = byte(field);
     if (flagged <= OffsetFlag)
         return std::nullopt;
-    const int offset = flagged - OffsetFlag;
-    const int characters = roundToLong((byte(field + 1) - DescriptorHead) / 2.0);
+    return flagged - OffsetFlag;
+}
+
+/// In characters; negative when the descriptor is shorter than its head.
+int FtdiEeprom::textLength(int field) const
+{
+    return roundToLong((byte(field + 1) - DescriptorHead) / 2.0);
+}
+
+std::optional<QString> FtdiEeprom::text(int field) const
+{
+    const std::optional<int> offset = textOffset(field);
+    if (!offset)
+        return std::nullopt;
     QString text;
-    for (int i = 0; i < characters; ++i)
-        text += QLatin1Char(static_cast<char>(byte(offset + DescriptorHead + 2 * i)));
+    for (int i = 0; i < textLength(field); ++i)
+        text += QLatin1Char(static_cast<char>(byte(*offset + DescriptorHead + 2 * i)));
     return text;
+}
+
+bool FtdiEeprom::isTextInside(int field) const
+{
+    const std::optional<int> offset = textOffset(field);
+    const int characters = textLength(field);
+    return !offset || characters <= 0 || *offset + DescriptorHead + 2 * (characters - 1) < Size;
+}
+
+void FtdiEeprom::setTextEntry(int field, int offset, int length)
+{
+    setByte(field, static_cast<quint8>(offset + OffsetFlag));
+    setByte(field + 1, static_cast<quint8>(length));
 }
 
 void FtdiEeprom::setTexts(const QString &manufacturer, const QString &product,
@@ -92,8 +117,7 @@ void FtdiEeprom::setTexts(const QString &manufacturer, const QString &product,
 int FtdiEeprom::setText(int field, int position, const QString &text)
 {
     const int length = DescriptorHead + 2 * static_cast<int>(text.size());
-    setByte(field, static_cast<quint8>(position + OffsetFlag));
-    setByte(field + 1, static_cast<quint8>(length));
+    setTextEntry(field, position, length);
     setByte(position, static_cast<quint8>(length));
     setByte(position + 1, StringDescriptor);
     int unit = position + DescriptorHead;
@@ -102,6 +126,12 @@ int FtdiEeprom::setText(int field, int position, const QString &text)
         unit += 2;
     }
     return unit;
+}
+
+void FtdiEeprom::setStrings(const FtdiEeprom &other)
+{
+    for (int position = FtdiByte::Manufacturer; position < FtdiByte::Checksum; ++position)
+        setByte(position, other.byte(position));
 }
 
 quint16 FtdiEeprom::checksum() const

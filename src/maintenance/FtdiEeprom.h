@@ -63,16 +63,26 @@ public:
     /// The string whose offset stands at `field`; nothing when there is none. One that reaches
     /// beyond the image throws RuntimeError "Subscript out of range".
     std::optional<QString> text(int field) const;
+    /// False when text() would throw.
+    bool isTextInside(int field) const;
+    /// Where that string begins; nothing when there is none. It may lie anywhere, 1 to 127.
+    std::optional<int> textOffset(int field) const;
+    /// Sets where that string begins and the length of its descriptor.
+    void setTextEntry(int field, int offset, int length);
 
     /// Writes the three descriptors from FtdiByte::Strings on, with their offsets and lengths.
     /// Characters are stored as one byte each (see isStorable()). More than LongestStrings of them
     /// throw RuntimeError "Subscript out of range", and nothing is written.
     void setTexts(const QString &manufacturer, const QString &product, const QString &serial);
 
+    /// Takes over the string table and all bytes between it and the checksum.
+    void setStrings(const FtdiEeprom &other);
+
     static bool isStorable(QChar character) { return character.unicode() <= 0xFF; }
 
     /// The checksum of words 0 to 62.
     quint16 checksum() const;
+    bool hasValidChecksum() const { return number(FtdiByte::Checksum) == checksum(); }
     /// Writes it where the device looks for it.
     void sign() { setNumber(FtdiByte::Checksum, checksum()); }
 
@@ -82,6 +92,7 @@ public:
 
 private:
     int setText(int field, int position, const QString &text);
+    int textLength(int field) const;
 
     std::array<quint8, Size> m_bytes{};
 };

@@ -17,6 +17,9 @@ struct FtdiStep
     QString refused;     ///< the answer reports an error
     QString silent;      ///< there is no answer
     bool isWord = false; ///< reads or writes the word that wIndex counts from 0
+
+    /// Bytes that a complete answer has.
+    int dataLength() const { return setup.wLength; }
 };
 
 /// Reads the 64 words, in order.

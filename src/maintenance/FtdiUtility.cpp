@@ -7,12 +7,18 @@
 #include "link/Words.h"
 #include "link/publicvars.h"
 #include "maintenance/FtdiBackup.h"
+#include "maintenance/FtdiLayout.h"
 
 #include <algorithm>
 
 namespace vantrel {
 
 namespace {
+
+QString boxTitle()
+{
+    return QStringLiteral("Vantrel - FTDI Configuration Utility");
+}
 
 QString prefixed(const QString &digits)
 {
@@ -52,6 +58,8 @@ void FtdiUtility::opened()
     setSelfPower(false);
     setRemoteWake(true);
     setSerial(true);
+    setOtherLayout(false);
+    showNote();
 }
 
 void FtdiUtility::closed()
@@ -119,52 +127,54 @@ QCoro::Task<> FtdiUtility::read()
     if (!lease)
         co_return;
     m_asRead.reset();
-    bool whole = true;
-    const TakeWord take = [this, &whole](int word, const QByteArray &data) {
-        whole = whole && data.size() >= 2;
-        for (int i = 0; i < std::min<int>(2, static_cast<int>(data.size())); ++i)
-            m_image.setByte(2 * word + i, static_cast<quint8>(data[i]));
+    setOtherLayout(false);
+    const TakeWord take = [this](int word, const QByteArray &data) {
+        m_image.setByte(2 * word, static_cast<quint8>(data[0]));
+        m_image.setByte(2 * word + 1, static_cast<quint8>(data[1]));
     };
     const QList<FtdiStep> steps = ftdiReadSteps();
     const QString progress = QStringLiteral("%v of %m words read");
     const RunEnd end = co_await run(address, steps, progress, take);
     lease->release();
     if (end.completed) {
-        if (whole)
-            m_asRead = m_image;
+        m_asRead = m_image;
+        setOtherLayout(hasOtherLayout(m_image));
         showImage();
     } else {
-        co_await tell(end.failure);
+        showOptions(); // some words may have been read
     }
+    showNote();
+    co_await tell(end.failure);
 }
 
 QCoro::Task<> FtdiUtility::program()
 {
     if (m_running)
         co_return;
-    const QString texts =
-        m_controls.tbMfr.text() + m_controls.tbProduct.text() + m_controls.tbSerial.text();
-    QString refusal = textRefusal(texts);
-    if (texts.size() > FtdiEeprom::LongestStrings)
-        refusal = QStringLiteral("Total available string length exceeded\r\n"
-                                 "Please reduce the length of one or more strings");
-    if (!refusal.isEmpty()) {
-        co_await tell(refusal);
+    const std::optional<FtdiEeprom> image = co_await imageToWrite();
+    if (!image)
         co_return;
-    }
-
-    const FtdiEeprom image = editedImage();
     const quint8 address = deviceAddress();
+    const bool keeps = keepsLayout();
+    if (m_otherLayout && !keeps && !co_await mayChangeLayout(*image))
+        co_return;
+    if (m_running || !m_open)
+        co_return; // since the question
+
     std::optional<LinkLease> lease = co_await acquire(LongExchange::FtdiProgram);
     if (!lease)
         co_return;
     saveBackup();
-    m_image = image;
+    m_image = *image;
     const QList<FtdiStep> steps = ftdiProgramSteps(m_image);
     const QString progress = QStringLiteral("%v of %m words written");
     const TakeWord nothing;
     const RunEnd end = co_await run(address, steps, progress, nothing);
     lease->release();
+    if (end.completed) {
+        setOtherLayout(m_otherLayout && keeps);
+        showNote();
+    }
     co_await tell(end.failure);
 }
 
@@ -172,24 +182,23 @@ QCoro::Task<> FtdiUtility::verify()
 {
     if (m_running)
         co_return;
+    const std::optional<FtdiEeprom> image = co_await imageToWrite();
+    if (!image)
+        co_return;
     const quint8 address = deviceAddress();
     std::optional<LinkLease> lease = co_await acquire(LongExchange::FtdiVerify);
     if (!lease)
         co_return;
     QString verdict;
-    const TakeWord compare = [this, &verdict](int word, const QByteArray &data) {
+    const TakeWord compare = [&image, &verdict](int word, const QByteArray &data) {
         if (!verdict.isEmpty())
             return;
-        if (data.size() < 2) {
-            verdict = QStringLiteral("Error Reading EEPROM word %1").arg(word);
-            return;
-        }
         const auto held =
             static_cast<quint16>(static_cast<quint8>(data[0]) | static_cast<quint8>(data[1]) << 8U);
-        if (held != m_image.word(word)) {
+        if (held != image->word(word)) {
             verdict = QStringLiteral("EEPROM word %1 is %2 in the device and %3 in the image")
                           .arg(word)
-                          .arg(prefixed(Hex4(held)), prefixed(Hex4(m_image.word(word))));
+                          .arg(prefixed(Hex4(held)), prefixed(Hex4(image->word(word))));
         }
     };
     const QList<FtdiStep> steps = ftdiReadSteps();
@@ -224,8 +233,10 @@ QCoro::Task<FtdiUtility::RunEnd> FtdiUtility::run(quint8 address, QList<FtdiStep
     m_controls.WordProgress.setVisible(true);
     for (const FtdiStep &step : steps) {
         const FtdiExchange::End end = co_await m_exchange.request(address, step.setup);
-        result.completed = end == FtdiExchange::End::Answered;
-        if (end == FtdiExchange::End::Refused)
+        const bool isShort =
+            end == FtdiExchange::End::Answered && m_exchange.data().size() < step.dataLength();
+        result.completed = end == FtdiExchange::End::Answered && !isShort;
+        if (end == FtdiExchange::End::Refused || isShort)
             result.failure = step.refused;
         else if (end == FtdiExchange::End::TimedOut || end == FtdiExchange::End::LinkLost)
             result.failure = step.silent;
@@ -277,21 +288,109 @@ void FtdiUtility::showImage()
     showText(m_controls.tbMfr, FtdiByte::Manufacturer);
     showText(m_controls.tbProduct, FtdiByte::Product);
     showText(m_controls.tbSerial, FtdiByte::Serial);
+    showOptions();
+}
+
+/// What the user changes in the image directly.
+void FtdiUtility::showOptions()
+{
     setSelfPower(m_image.bit(FtdiByte::Attributes, FtdiBit::SelfPowered));
     setRemoteWake(m_image.bit(FtdiByte::Attributes, FtdiBit::RemoteWakeup));
     setSerial(m_image.bit(FtdiByte::Options, FtdiBit::SerialEnable));
     m_controls.tbMaxPower.setText(QString::number(2 * m_image.byte(FtdiByte::MaxPower)));
 }
 
+/// The box of a string that reaches beyond the image is emptied.
 void FtdiUtility::showText(Control &box, int field)
 {
-    if (const std::optional<QString> text = m_image.text(field)) {
+    const std::optional<QString> text =
+        m_image.isTextInside(field) ? m_image.text(field) : QString();
+    if (text) {
         box.setText(*text);
         m_accepted[&box] = *text;
     }
 }
 
-FtdiEeprom FtdiUtility::editedImage() const
+void FtdiUtility::showNote()
+{
+    if (!m_asRead) {
+        m_controls.ImageNote.setText(
+            QStringLiteral("Not read yet: Program writes what is shown, and there is no backup"));
+        return;
+    }
+    QStringList notes;
+    if (!m_image.hasValidChecksum()) {
+        notes.append(QStringLiteral("Wrong checksum: %1 instead of %2")
+                         .arg(prefixed(Hex4(m_image.number(FtdiByte::Checksum))),
+                              prefixed(Hex4(m_image.checksum()))));
+    }
+    QStringList outside;
+    if (!m_image.isTextInside(FtdiByte::Manufacturer))
+        outside.append(QStringLiteral("Mfr String"));
+    if (!m_image.isTextInside(FtdiByte::Product))
+        outside.append(QStringLiteral("Product String"));
+    if (!m_image.isTextInside(FtdiByte::Serial))
+        outside.append(QStringLiteral("Serial String"));
+    if (!outside.isEmpty()) {
+        notes.append(QStringLiteral("Beyond the end of the EEPROM: ") +
+                     outside.join(QStringLiteral(", ")));
+    }
+    m_controls.ImageNote.setText(notes.join(QLatin1Char('\n')));
+}
+
+void FtdiUtility::setOtherLayout(bool other)
+{
+    if (!other || !m_otherLayout)
+        m_controls.cbKeepLayout.setChecked(false);
+    m_otherLayout = other;
+    m_controls.cbKeepLayout.setVisible(other);
+}
+
+QCoro::Task<std::optional<FtdiEeprom>> FtdiUtility::imageToWrite()
+{
+    const QString mfr = m_controls.tbMfr.text();
+    const QString product = m_controls.tbProduct.text();
+    const QString serial = m_controls.tbSerial.text();
+    const bool hasSerial = m_controls.cbSerial.isChecked();
+    QString refusal = textRefusal(mfr + product + serial);
+    if (mfr.size() + product.size() + serial.size() > FtdiEeprom::LongestStrings)
+        refusal = QStringLiteral("Total available string length exceeded\r\n"
+                                 "Please reduce the length of one or more strings");
+    std::optional<FtdiEeprom> image;
+    if (refusal.isEmpty()) {
+        image = editedFields();
+        if (keepsLayout()) {
+            image->setStrings(*m_asRead); // which an earlier Program may have moved
+            image = withTextsInPlace(
+                *image, {mfr, product, hasSerial ? std::optional(serial) : std::nullopt});
+        } else {
+            image->setTexts(mfr, product, hasSerial ? serial : QString());
+        }
+        if (image)
+            image->sign();
+        else
+            refusal = QStringLiteral("The strings no longer fit where they were\r\n"
+                                     "Please shorten them or clear \"Keep layout\"");
+    }
+    co_await tell(refusal);
+    co_return image;
+}
+
+QCoro::Task<bool> FtdiUtility::mayChangeLayout(FtdiEeprom image)
+{
+    const QList<int> lost = lostBytes(*m_asRead, image);
+    const QString question =
+        QStringLiteral("The EEPROM that was read has another layout: Program moves its strings to "
+                       "byte %1.\r\nBytes that will be lost: %2\r\n\r\n"
+                       "\"Keep layout\" keeps them. Program nevertheless?")
+            .arg(FtdiByte::Strings)
+            .arg(lost.isEmpty() ? QStringLiteral("none") : positionRanges(lost));
+    const Message message{question, boxTitle(), Message::Buttons::YesNo, true};
+    co_return co_await m_dialogs.messageBox(message) == Answer::Yes;
+}
+
+/// Everything but the strings and the checksum.
+FtdiEeprom FtdiUtility::editedFields() const
 {
     FtdiEeprom image = m_image;
     QString vid = m_controls.tbVID.text();
@@ -300,9 +399,6 @@ FtdiEeprom FtdiUtility::editedImage() const
     image.setNumber(FtdiByte::ProductId, checked<quint16>(ParseNumber(pid)));
     image.setByte(FtdiByte::MinorRevision, decimalByte(m_controls.tbMinRev));
     image.setByte(FtdiByte::MajorRevision, decimalByte(m_controls.tbMajRev));
-    image.setTexts(m_controls.tbMfr.text(), m_controls.tbProduct.text(),
-                   m_controls.cbSerial.isChecked() ? m_controls.tbSerial.text() : QString());
-    image.sign();
     return image;
 }
 
@@ -335,7 +431,7 @@ QCoro::Task<> FtdiUtility::tell(QString text)
 {
     if (text.isEmpty())
         co_return;
-    const Message message{text, QStringLiteral("Vantrel - FTDI Configuration Utility")};
+    const Message message{text, boxTitle()};
     co_await m_dialogs.messageBox(message);
 }
 

@@ -37,6 +37,8 @@ struct FtdiControls
     Control cbSerial{all, "cbSerial"};
     Control lblSerial{all, "lblSerial"};
     Control tbSerial{all, "tbSerial"};
+    Control cbKeepLayout{all, "cbKeepLayout"};
+    Control ImageNote{all, "ImageNote"};
     Control WordProgress{all, "WordProgress"};
 };
 
@@ -47,6 +49,11 @@ struct FtdiControls
 /// The vendor and product numbers of a device are plain unsigned words here, whatever the session
 /// says of other words. While words are read or written nothing can be edited; a run that its
 /// window or its link does not outlive ends at once and shows nothing.
+///
+/// The note below the fields reports what the fields cannot: that the device has not been read, a
+/// wrong checksum, strings that reach beyond the image. An image that keeps its strings elsewhere
+/// than this utility writes them is written in its own layout when that is ticked; otherwise only
+/// after a question.
 class FtdiUtility
 {
 public:
@@ -65,7 +72,7 @@ public:
     void readClicked();
     /// Saves the image as it was read, if all of it was, before anything is sent.
     void programClicked();
-    /// Compares the device with the image. Neither changes.
+    /// Compares the device with what Program would write. Neither changes.
     void verifyClicked();
 
     void remoteWakeClicked();
@@ -111,9 +118,16 @@ private:
     void setSerial(bool on);
     void setSerialEnabled(bool enabled);
     void showImage();
+    void showOptions();
     void showText(Control &box, int field);
+    void showNote();
+    void setOtherLayout(bool other);
+    bool keepsLayout() const { return m_otherLayout && m_controls.cbKeepLayout.isChecked(); }
     quint8 deviceAddress() const;
-    FtdiEeprom editedImage() const;
+    /// What Program would write; nothing when that is not possible, after a box with the reason.
+    QCoro::Task<std::optional<FtdiEeprom>> imageToWrite();
+    QCoro::Task<bool> mayChangeLayout(FtdiEeprom image);
+    FtdiEeprom editedFields() const;
     void saveBackup();
     /// Why the text cannot be stored; empty when it can.
     static QString textRefusal(const QString &text);
@@ -136,6 +150,7 @@ private:
     CancelSource m_opening; // cancelled when the window opens or closes
     bool m_open = false;
     bool m_running = false;
+    bool m_otherLayout = false; // of m_asRead, which is then present
 };
 
 } // namespace vantrel

@@ -7,6 +7,20 @@
 
 namespace vantrel {
 
+namespace {
+
+constexpr int LinesOfNote = 2;
+
+/// Nothing moves when the widget appears.
+void retainSize(QWidget &widget)
+{
+    QSizePolicy policy = widget.sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    widget.setSizePolicy(policy);
+}
+
+} // namespace
+
 template <auto Handler>
 void frmFTDI::onPressed(QAbstractButton &button)
 {
@@ -34,9 +48,9 @@ frmFTDI::frmFTDI(FtdiUtility &ftdi, QWidget *parent)
     : ToolWindow(parent), m_ftdi(ftdi), m_ui(std::make_unique<Ui::frmFTDI>())
 {
     m_ui->setupUi(this);
-    QSizePolicy keepsItsPlace = m_ui->WordProgress->sizePolicy();
-    keepsItsPlace.setRetainSizeWhenHidden(true);
-    m_ui->WordProgress->setSizePolicy(keepsItsPlace);
+    retainSize(*m_ui->WordProgress);
+    retainSize(*m_ui->cbKeepLayout);
+    m_ui->ImageNote->setMinimumHeight(LinesOfNote * m_ui->ImageNote->fontMetrics().lineSpacing());
 
     m_binder = std::make_unique<Binder>(ftdi.controls().all, *this);
     onPressed<&FtdiUtility::readClicked>(*m_ui->btRead);

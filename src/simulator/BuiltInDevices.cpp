@@ -49,6 +49,9 @@ const QList<BuiltInDevice> &builtInDevices()
          &makeFx2},
         {QStringLiteral("ezusb"), QStringLiteral("EZ-USB that waits for firmware, 100 mA"), 0x09,
          &makeEzUsb},
+        {QStringLiteral("ftdi-plain"),
+         QStringLiteral("serial converter, strings from byte 20 of its EEPROM"), 0x0A,
+         &makePlainFtdi},
         {QStringLiteral("string-stall"), QStringLiteral("names strings and stalls when asked"),
          0x20, &makeStringStall},
         {QStringLiteral("string-short"), QStringLiteral("strings shorter than their bLength"), 0x21,
@@ -80,6 +83,11 @@ const QList<BuiltInDevice> &builtInDevices()
          &makeOddLengths},
         {QStringLiteral("endpoint-short"), QStringLiteral("endpoint descriptor of 4 bytes"), 0x2E,
          &makeEndpointShort},
+        {QStringLiteral("eeprom-blank"), QStringLiteral("serial converter with an erased EEPROM"),
+         0x2F, &makeEepromBlank},
+        {QStringLiteral("eeprom-checksum"),
+         QStringLiteral("serial converter whose EEPROM has a wrong checksum"), 0x30,
+         &makeEepromChecksum},
     };
     return devices;
 }

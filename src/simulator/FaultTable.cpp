@@ -13,6 +13,7 @@ namespace {
 constexpr quint32 LongestTime = 3'600'000; // ms
 constexpr quint32 LargestFragment = 65535;
 constexpr quint32 LastEepromWord = 63;
+constexpr quint32 MostOfShortWord = 1; // bytes
 
 bool isOff(const QString &value)
 {
@@ -67,10 +68,10 @@ bool setFlag(Faults &faults, const QString &value)
     return on || isOff(value);
 }
 
-template <std::optional<quint8> Faults::*Member>
-bool setEepromWord(Faults &faults, const QString &value)
+template <std::optional<quint8> Faults::*Member, quint32 Most>
+bool setUpTo(Faults &faults, const QString &value)
 {
-    const auto number = parseNumber(value, LastEepromWord);
+    const auto number = parseNumber(value, Most);
     if (!number && !isOff(value))
         return false;
     faults.*Member = number;
@@ -135,10 +136,13 @@ const QList<FaultEntry> &faultTable()
          QStringLiteral("refuse to erase an EEPROM"), &setFlag<&Faults::eepromEraseFails>},
         {QStringLiteral("eeprom-write-fails"), QStringLiteral("WORD"),
          QStringLiteral("refuse to write this word of an EEPROM"),
-         &setEepromWord<&Faults::eepromWriteFails>},
+         &setUpTo<&Faults::eepromWriteFails, LastEepromWord>},
         {QStringLiteral("eeprom-read-fails"), QStringLiteral("WORD"),
          QStringLiteral("refuse to read this word of an EEPROM"),
-         &setEepromWord<&Faults::eepromReadFails>},
+         &setUpTo<&Faults::eepromReadFails, LastEepromWord>},
+        {QStringLiteral("eeprom-read-short"), QStringLiteral("BYTES"),
+         QStringLiteral("return this many bytes of an EEPROM word, 0 or 1"),
+         &setUpTo<&Faults::eepromReadShort, MostOfShortWord>},
     };
     return table;
 }

@@ -56,6 +56,8 @@ struct Faults
     bool eepromEraseFails = false;
     std::optional<quint8> eepromWriteFails;
     std::optional<quint8> eepromReadFails;
+    /// Bytes to which a word read from an EEPROM is cut, 0 or 1. The status is that of success.
+    std::optional<quint8> eepromReadShort;
 };
 
 } // namespace vantrel::simulator

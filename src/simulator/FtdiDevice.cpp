@@ -122,6 +122,23 @@ QByteArray FtdiDevice::shippedImage()
                "00000000000000000000000000000913");
 }
 
+QByteArray FtdiDevice::plainImage()
+{
+    return hex("0000030401600004802D08000002940A"
+               "9E1AB8120A0356006F0072006E001A03"
+               "530065007200690061006C0020006300"
+               "610062006C0065001203560043003000"
+               "30003000310032003300000000000000"
+               "00000000000000000000000000000000"
+               "00000000000000000000000000000000"
+               "0000000000000000000000000000ACA0");
+}
+
+QByteArray FtdiDevice::blankImage()
+{
+    return QByteArray(ImageSize, '\xFF');
+}
+
 quint16 FtdiDevice::checksum(QByteArrayView image)
 {
     const ByteReader words(image);
@@ -157,7 +174,8 @@ DeviceAnswer FtdiDevice::readWord(const SetupPacket &setup)
 {
     if (setup.index >= WordCount || faults().eepromReadFails == setup.index)
         return DeviceAnswer::stall();
-    return {RequestStatus::Ok, m_eeprom.mid(offsetOf(setup.index), 2)};
+    const qsizetype length = faults().eepromReadShort.value_or(2);
+    return {RequestStatus::Ok, m_eeprom.mid(offsetOf(setup.index), length)};
 }
 
 DeviceAnswer FtdiDevice::erase(const SetupPacket & /*setup*/)
@@ -188,6 +206,23 @@ DeviceAnswer FtdiDevice::writeWord(const SetupPacket &setup)
 std::unique_ptr<VirtualDevice> makeFtdi()
 {
     return std::make_unique<FtdiDevice>();
+}
+
+std::unique_ptr<VirtualDevice> makePlainFtdi()
+{
+    return std::make_unique<FtdiDevice>(FtdiDevice::plainImage());
+}
+
+std::unique_ptr<VirtualDevice> makeEepromBlank()
+{
+    return std::make_unique<FtdiDevice>(FtdiDevice::blankImage());
+}
+
+std::unique_ptr<VirtualDevice> makeEepromChecksum()
+{
+    QByteArray image = FtdiDevice::plainImage();
+    image.replace(2 * (FtdiDevice::WordCount - 1), 2, QByteArray(2, '\0'));
+    return std::make_unique<FtdiDevice>(image);
 }
 
 } // namespace vantrel::simulator

@@ -40,8 +40,13 @@ public:
     const QByteArray &eeprom() const { return m_eeprom; }
     quint8 latency() const { return m_latency; }
 
-    /// The EEPROM as the device comes.
+    /// The EEPROM as the device comes. Its strings begin at byte 24; bytes 20 to 22 configure the
+    /// CBUS pins.
     static QByteArray shippedImage();
+    /// An EEPROM whose strings begin at byte 20.
+    static QByteArray plainImage();
+    /// An erased EEPROM.
+    static QByteArray blankImage();
     /// What the last word of the image ought to be.
     static quint16 checksum(QByteArrayView image);
 
@@ -60,5 +65,11 @@ private:
 };
 
 std::unique_ptr<VirtualDevice> makeFtdi();
+/// Strings from byte 20 of the EEPROM on.
+std::unique_ptr<VirtualDevice> makePlainFtdi();
+/// The EEPROM is erased.
+std::unique_ptr<VirtualDevice> makeEepromBlank();
+/// As makePlainFtdi(), with a wrong checksum in the EEPROM.
+std::unique_ptr<VirtualDevice> makeEepromChecksum();
 
 } // namespace vantrel::simulator

@@ -29,6 +29,8 @@ QMessageBox *makeBox(const Message &message, QWidget *parent)
     box->setTextInteractionFlags(Qt::TextSelectableByMouse);
     box->setText(message.text);
     box->setStandardButtons(question ? QMessageBox::Yes | QMessageBox::No : QMessageBox::Ok);
+    if (question && message.noIsDefault)
+        box->setDefaultButton(QMessageBox::No);
     box->setEscapeButton(question ? QMessageBox::No : QMessageBox::Ok);
     return box;
 }

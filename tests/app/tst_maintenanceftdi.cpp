@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/MaintenanceBench.h"
+#include "app/EepromBench.h"
 #include "maintenance/RealEeprom.h"
-#include "simulator/FtdiDevice.h"
 #include "support/Hex.h"
 #include "support/TestProgram.h"
 
@@ -9,48 +8,6 @@ using namespace vantrel;
 using namespace vantrel::test;
 
 namespace {
-
-struct FtdiBench : MaintenanceBench<>
-{
-    FtdiBench()
-    {
-        tools.ftdi.opened();
-        controls.DevAddr.adoptText(QStringLiteral("7"));
-        tools.ftdi.devAddrLeft();
-        if (!sees("Product ID: 0x6001"))
-            qFatal("the device does not connect");
-    }
-
-    /// Presses a button and waits for the end of what it begins.
-    bool press(void (FtdiUtility::*clicked)())
-    {
-        (tools.ftdi.*clicked)();
-        return turnsUntil([this] { return controls.btRead.isEnabled(); });
-    }
-
-    /// Reads the device, then enters another product.
-    bool readAndEdit()
-    {
-        if (!press(&FtdiUtility::readClicked))
-            return false;
-        controls.tbProduct.adoptText(QStringLiteral("Bench cable"));
-        tools.ftdi.productLeft();
-        return true;
-    }
-
-    QByteArray backup() const
-    {
-        const QDir folder(dataFolder);
-        const QStringList names = folder.entryList(QDir::Files);
-        if (names.size() != 1)
-            return "not one backup";
-        QFile saved(folder.filePath(names[0]));
-        return saved.open(QIODevice::ReadOnly) ? saved.readAll() : QByteArray("unreadable");
-    }
-
-    simulator::FtdiDevice &device = plugIn<simulator::FtdiDevice>("ftdi");
-    FtdiControls &controls = tools.ftdi.controls();
-};
 
 /// realEeprom() with the product "Bench cable": strings from byte 20 on, the tail as it was,
 /// signed.
@@ -63,7 +20,7 @@ const QByteArray BenchCable = "0040030401600006a03208000002940a"
                               "02030000000000000000000000000000"
                               "0000000000000000000000000000f3d6"_hex;
 
-const QString Title = QStringLiteral("Vantrel - FTDI Configuration Utility: ");
+const QString &Title = EepromBench::Title;
 
 } // namespace
 
@@ -87,8 +44,8 @@ private slots:
 
 void tst_maintenanceftdi::reads()
 {
-    FtdiBench bench;
-    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    EepromBench bench;
+    QVERIFY(bench.read());
     QCOMPARE(bench.tools.ftdi.image().bytes(), realEeprom());
     QCOMPARE(bench.controls.tbVID.text(), QStringLiteral("0x0403"));
     QCOMPARE(bench.controls.tbPID.text(), QStringLiteral("0x6001"));
@@ -105,17 +62,19 @@ void tst_maintenanceftdi::reads()
 
 void tst_maintenanceftdi::programs()
 {
-    FtdiBench bench;
+    EepromBench bench;
     QVERIFY(bench.walk("7").contains(QLatin1String("UM232R USB <-> Serial")));
-    QVERIFY(bench.readAndEdit());
-    QVERIFY(bench.press(&FtdiUtility::programClicked));
-    QVERIFY(bench.dialogs.messages.isEmpty());
+    QVERIFY(bench.read());
+    bench.enterProduct("Bench cable");
+    bench.dialogs.answers = {Answer::Yes};
+    QVERIFY(bench.program());
+    QVERIFY(bench.onlyMessage().contains(QLatin1String("Bytes that will be lost: 20 to 22")));
     QCOMPARE(bench.device.latency(), quint8{0x10});
     QCOMPARE(bench.device.eeprom().toHex(), BenchCable.toHex());
     QCOMPARE(bench.backup(), realEeprom());
     QVERIFY(bench.commandLineSeen("\r\nEEPROM as read saved in "));
 
-    QVERIFY(bench.press(&FtdiUtility::verifyClicked));
+    QVERIFY(bench.verify());
     QCOMPARE(bench.onlyMessage(),
              Title + QStringLiteral("All 64 EEPROM words agree with the image"));
 
@@ -131,10 +90,12 @@ void tst_maintenanceftdi::programs()
 
 void tst_maintenanceftdi::eraseFails()
 {
-    FtdiBench bench;
-    QVERIFY(bench.readAndEdit());
+    EepromBench bench;
+    QVERIFY(bench.read());
+    bench.enterProduct("Bench cable");
+    bench.keepLayout();
     bench.tester->faults().eepromEraseFails = true;
-    QVERIFY(bench.press(&FtdiUtility::programClicked));
+    QVERIFY(bench.program());
     QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Erasing EEPROM"));
     QCOMPARE(bench.device.eeprom(), realEeprom());
 }
@@ -142,25 +103,27 @@ void tst_maintenanceftdi::eraseFails()
 /// The words before it have been written, and those behind it have not. Another try heals it.
 void tst_maintenanceftdi::writeFails()
 {
-    FtdiBench bench;
-    QVERIFY(bench.readAndEdit());
+    EepromBench bench;
+    QVERIFY(bench.read());
+    bench.enterProduct("Bench cable");
+    bench.keepLayout();
     bench.tester->faults().eepromWriteFails = 40;
-    QVERIFY(bench.press(&FtdiUtility::programClicked));
+    QVERIFY(bench.program());
     QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Writing EEPROM word 40"));
     const QByteArray image = bench.tools.ftdi.image().bytes();
     QCOMPARE(bench.device.eeprom(), image.first(80) + QByteArray(48, '\xFF'));
 
     bench.tester->faults().eepromWriteFails.reset();
-    QVERIFY(bench.press(&FtdiUtility::programClicked));
+    QVERIFY(bench.program());
     QVERIFY(bench.dialogs.messages.isEmpty());
     QCOMPARE(bench.device.eeprom(), image);
 }
 
 void tst_maintenanceftdi::readFails()
 {
-    FtdiBench bench;
+    EepromBench bench;
     bench.tester->faults().eepromReadFails = 5;
-    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QVERIFY(bench.read());
     QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Reading EEPROM word 5"));
     QCOMPARE(bench.tools.ftdi.image().bytes().first(10), realEeprom().first(10));
     QCOMPARE(bench.controls.tbVID.text(), QString());
@@ -168,11 +131,12 @@ void tst_maintenanceftdi::readFails()
 
 void tst_maintenanceftdi::verifyTellsTheDifference()
 {
-    FtdiBench bench;
-    QVERIFY(bench.readAndEdit());
+    EepromBench bench;
+    QVERIFY(bench.read());
+    bench.keepLayout();
     bench.controls.cbRemoteWake.adoptChecked(false);
     bench.tools.ftdi.remoteWakeClicked();
-    QVERIFY(bench.press(&FtdiUtility::verifyClicked));
+    QVERIFY(bench.verify());
     QCOMPARE(bench.onlyMessage(),
              Title +
                  QStringLiteral("EEPROM word 4 is 0x32A0 in the device and 0x3280 in the image"));
@@ -181,16 +145,16 @@ void tst_maintenanceftdi::verifyTellsTheDifference()
 
 void tst_maintenanceftdi::noDevice()
 {
-    FtdiBench bench;
+    EepromBench bench;
     bench.controls.DevAddr.adoptText(QStringLiteral("9"));
-    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QVERIFY(bench.read());
     QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Error Reading EEPROM word 0"));
 }
 
 /// It is dropped, whether or not anybody waits, and the next answers find their requests.
 void tst_maintenanceftdi::lateReply()
 {
-    FtdiBench bench;
+    EepromBench bench;
     const QByteArray before = bench.responses();
     bench.tester->faults().delay = 1200;
     bench.tools.ftdi.readClicked();
@@ -205,7 +169,7 @@ void tst_maintenanceftdi::lateReply()
     bench.tick(2);
     QVERIFY(turnsUntil([&] { return !bench.session().FtdiActive; }));
     QCOMPARE(bench.responses(), before);
-    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QVERIFY(bench.read());
     QCOMPARE(bench.tools.ftdi.image().bytes(), realEeprom());
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
@@ -214,7 +178,7 @@ void tst_maintenanceftdi::lateReply()
 /// taken for the answer to the next.
 void tst_maintenanceftdi::alwaysLate()
 {
-    FtdiBench bench;
+    EepromBench bench;
     const auto request = [&bench] {
         bench.tester->clearCommandsSeen();
         bench.tools.ftdi.readClicked();
@@ -237,7 +201,7 @@ void tst_maintenanceftdi::alwaysLate()
     bench.tester->faults().delay = 0;
     bench.tick(2); // the second is answered
     QVERIFY(turnsUntil([&] { return !bench.session().FtdiActive; }));
-    QVERIFY(bench.press(&FtdiUtility::readClicked));
+    QVERIFY(bench.read());
     QCOMPARE(bench.tools.ftdi.image().bytes(), realEeprom());
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
@@ -245,7 +209,7 @@ void tst_maintenanceftdi::alwaysLate()
 /// A read that the user disconnects under ends at once.
 void tst_maintenanceftdi::disconnectedMeanwhile()
 {
-    FtdiBench bench;
+    EepromBench bench;
     bench.tester->faults().silence.all = true;
     bench.tools.ftdi.readClicked();
     bench.console.connectClicked();

@@ -86,6 +86,9 @@ struct FtdiBench : ConsoleBench
         (ftdi.*clicked)();
     }
 
+    /// Ticks "Keep layout", which the real EEPROM needs to be programmed without a question.
+    void keepLayout() { controls.cbKeepLayout.adoptChecked(true); }
+
     void enterProduct()
     {
         enter(controls.tbVID, "0x0403");

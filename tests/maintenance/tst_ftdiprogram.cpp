@@ -134,13 +134,16 @@ void TestFtdiProgram::readEditedProgrammed()
     FtdiBench bench;
     bench.serve();
     bench.ftdi.readClicked();
+    bench.dialogs.answers = {Answer::Yes}; // to the question whether its layout may change
     bench.ftdi.programClicked();
     QCOMPARE(bench.device, RealProgrammed);
+    QCOMPARE(bench.dialogs.messages.size(), 1);
     bench.ftdi.readClicked();
     QCOMPARE(bench.controls.tbProduct.text(), QStringLiteral("UM232R USB <-> Serial"));
     QCOMPARE(bench.controls.tbSerial.text(), QStringLiteral("FTGXSYWJ"));
     bench.ftdi.programClicked();
     QCOMPARE(bench.device, RealProgrammed);
+    QCOMPARE(bench.dialogs.messages.size(), 1);
 }
 
 void TestFtdiProgram::unreadDevice()

@@ -25,6 +25,9 @@ private slots:
     void oddStrings_data();
     void oddStrings();
     void stringOverTheChecksum();
+    void plain();
+    void blank();
+    void wrongChecksum();
     void programmedThenReset();
     void programmedThenPoweredUp();
 };
@@ -160,6 +163,34 @@ void tst_ftdidevice::stringOverTheChecksum()
     const QByteArray image = sealed(QByteArray(Shipped).replace(14, 2, "fa06"_hex));
     Converter talk(image);
     QCOMPARE(talk.descriptor("0103"_hex), packet("81 00 0603 0000"_hex + image.right(2)));
+}
+
+void tst_ftdidevice::plain()
+{
+    Converter talk(FtdiDevice::plainImage());
+    QCOMPARE(talk.descriptor("0001"_hex),
+             packet("81 00 1201 0002 00000008 0304 0160 0004 010203 01"_hex));
+    QCOMPARE(talk.descriptor("0103"_hex), packet("81 00 0a03 56006f0072006e00"_hex)); // Vorn
+    QCOMPARE(talk.read(7), packet("81 00 940a"_hex));
+    QCOMPARE(talk.read(10), packet("81 00 0a03"_hex));
+    QCOMPARE(sealed(FtdiDevice::plainImage()), FtdiDevice::plainImage());
+}
+
+void tst_ftdidevice::blank()
+{
+    Talk talk = Talk::withoutDevices(Settings::vorn2());
+    QVERIFY(attachBuiltInDevices(talk.tester(), {QStringLiteral("eeprom-blank")}));
+    QCOMPARE(talk.ask("07 00 01"_hex), packet("87"_hex) + packet("90 00 2f 00 175a 32f0"_hex));
+    QCOMPARE(talk.ask("01 2f c0 90 0000 0500 0200"_hex), packet("81 00 ffff"_hex));
+}
+
+void tst_ftdidevice::wrongChecksum()
+{
+    Talk talk = Talk::withoutDevices(Settings::vorn2());
+    QVERIFY(attachBuiltInDevices(talk.tester(), {QStringLiteral("eeprom-checksum")}));
+    QCOMPARE(talk.ask("07 00 01"_hex), packet("87"_hex) + packet("90 00 30 00 175a 32f0"_hex));
+    QCOMPARE(talk.ask("01 30 c0 90 0000 0100 0200"_hex), packet("81 00 0304"_hex));
+    QCOMPARE(talk.ask("01 30 c0 90 0000 3f00 0200"_hex), packet("81 00 0000"_hex));
 }
 
 void tst_ftdidevice::programmedThenReset()

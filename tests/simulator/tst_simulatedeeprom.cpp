@@ -28,6 +28,7 @@ private slots:
     void eraseFails();
     void writeFails();
     void readFails();
+    void readIsShort();
     void faultsGoWithTheTester();
     void faultsByText_data();
     void faultsByText();
@@ -194,6 +195,17 @@ void tst_simulatedeeprom::readFails()
     QCOMPARE(talk.read(63), Stall);
 }
 
+void tst_simulatedeeprom::readIsShort()
+{
+    Converter talk;
+    talk.tester().faults().eepromReadShort = 0;
+    QCOMPARE(talk.read(1), packet("81 00"_hex));
+    talk.tester().faults().eepromReadShort = 1;
+    QCOMPARE(talk.read(1), packet("81 00 03"_hex));
+    talk.tester().faults().eepromReadShort.reset();
+    QCOMPARE(talk.read(1), packet("81 00 0304"_hex));
+}
+
 void tst_simulatedeeprom::faultsGoWithTheTester()
 {
     Talk talk = Talk::withoutDevices(Settings::vorn2());
@@ -226,6 +238,10 @@ void tst_simulatedeeprom::faultsByText_data()
         row(name, "on", false);
         row(name, "", false);
     }
+    row("eeprom-read-short", "0", true);
+    row("eeprom-read-short", "1", true);
+    row("eeprom-read-short", "2", false);
+    row("eeprom-read-short", "", false);
 }
 
 void tst_simulatedeeprom::faultsByText()
@@ -237,7 +253,8 @@ void tst_simulatedeeprom::faultsByText()
     Faults &faults = talk.tester().faults();
     const OperatorCommands commands(talk.tester());
     const auto chosen = [&] {
-        return faults.eepromEraseFails || faults.eepromWriteFails || faults.eepromReadFails;
+        return faults.eepromEraseFails || faults.eepromWriteFails || faults.eepromReadFails ||
+               faults.eepromReadShort;
     };
     const QString refused = QStringLiteral("usage: fault NAME VALUE|off");
     const QString line = QStringLiteral("fault ") + name + QLatin1Char(' ');

@@ -103,6 +103,7 @@ private slots:
     void ok();
     void yesAndNo();
     void enterAnswers();
+    void defaultButton();
     void closedByFrame_data();
     void closedByFrame();
     void boxIsDeleted();
@@ -164,6 +165,23 @@ void TestDialogBoxes::enterAnswers()
     QTRY_COMPARE(QApplication::activeWindow(), &bench.box());
     QTest::keyClick(&bench.box(), Qt::Key_Return);
     QVERIFY(bench.answered(Answer::Ok));
+}
+
+void TestDialogBoxes::defaultButton()
+{
+    Bench bench;
+    Message question = asked();
+    question.noIsDefault = true;
+    ask(bench.dialogs, question, bench.answer);
+    QCOMPARE(bench.box().defaultButton(), bench.box().button(QMessageBox::No));
+    QTRY_COMPARE(QApplication::activeWindow(), &bench.box());
+    QTest::keyClick(&bench.box(), Qt::Key_Return);
+    QVERIFY(bench.answered(Answer::No));
+
+    ask(bench.dialogs, asked(), bench.answer);
+    QTRY_COMPARE(QApplication::activeWindow(), &bench.box());
+    QTest::keyClick(&bench.box(), Qt::Key_Return);
+    QVERIFY(bench.answered(Answer::Yes));
 }
 
 void TestDialogBoxes::closedByFrame_data()

@@ -54,6 +54,9 @@ constexpr auto Rows = std::to_array<Row>({
     {"cbSerial", "QCheckBox", "Enable Serial"},
     {"lblSerial", "QLabel", "Serial String"},
     {"tbSerial", "QLineEdit", ""},
+    {"cbKeepLayout", "QCheckBox", "Keep layout",
+     "Program the strings where they were read, and change no other byte"},
+    {"ImageNote", "QLabel", "Not read yet: Program writes what is shown, and there is no backup"},
     {"WordProgress", "QProgressBar", nullptr, "Words read or written"},
 });
 
@@ -122,6 +125,10 @@ private slots:
     void programByKeyOfABadField_data();
     void programByKeyOfABadField();
     void verify();
+    void keepLayoutAppears();
+    void keepLayoutByKey();
+    void layoutQuestion();
+    void noteOfARead();
     void escapeWhileReading();
     void escapeFromABadField();
     void opensAgain();
@@ -273,6 +280,7 @@ void TestFrmFTDI::runInTheWindow()
     QVERIFY(bench.button("btVerify").isEnabled());
     QVERIFY(bench.field("DevAddr").isEnabled());
 
+    bench.box("cbKeepLayout").click();
     bench.button("btProgram").click();
     for (int i = 0; i < 12; ++i)
         bench.answer("81 00"_hex);
@@ -344,12 +352,71 @@ void TestFrmFTDI::verify()
 {
     FtdiWindowBench bench;
     bench.readAll();
+    bench.box("cbKeepLayout").click();
     QTest::keyClick(&bench.form, Qt::Key_V, Qt::AltModifier);
     QTRY_VERIFY(!bench.button("btVerify").isEnabled());
     bench.replyWords(0, 64);
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text,
              QStringLiteral("All 64 EEPROM words agree with the image"));
+}
+
+/// Nothing else moves, and the window keeps its size.
+void TestFrmFTDI::keepLayoutAppears()
+{
+    FtdiWindowBench bench;
+    const auto places = [&bench] {
+        QList<QRect> found{bench.form.geometry()};
+        for (const Row &row : Rows) {
+            const auto &control = child<QWidget>(bench.form, row.name);
+            found.append({control.mapTo(&bench.form, QPoint()), control.size()});
+        }
+        return found;
+    };
+    QVERIFY(!bench.box("cbKeepLayout").isVisible());
+    const QList<QRect> before = places();
+    bench.readAll();
+    QVERIFY(bench.box("cbKeepLayout").isVisible());
+    QVERIFY(!bench.box("cbKeepLayout").isChecked());
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(places(), before);
+}
+
+void TestFrmFTDI::keepLayoutByKey()
+{
+    FtdiWindowBench bench;
+    bench.readAll();
+    QTest::keyClick(&bench.form, Qt::Key_K, Qt::AltModifier);
+    QTRY_VERIFY(bench.box("cbKeepLayout").isChecked());
+    bench.button("btProgram").click();
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.sent(), "1b53 01 02 40 92 0000 0000 0000 1b45"_hex.toHex());
+}
+
+void TestFrmFTDI::layoutQuestion()
+{
+    FtdiWindowBench bench;
+    bench.readAll();
+    bench.dialogs.answers = {Answer::No};
+    bench.button("btProgram").click();
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QVERIFY(bench.dialogs.messages[0].noIsDefault);
+    QCOMPARE(bench.sent(), QByteArray());
+    QVERIFY(bench.button("btProgram").isEnabled());
+}
+
+void TestFrmFTDI::noteOfARead()
+{
+    FtdiWindowBench bench;
+    auto &note = child<QLabel>(bench.form, "ImageNote");
+    QVERIFY(note.isVisible());
+    bench.readAll();
+    QCOMPARE(note.text(), QString());
+    bench.button("btRead").click();
+    bench.replyWords(0, 63);
+    bench.answer("81 00 0000"_hex);
+    QCOMPARE(note.text(), QStringLiteral("Wrong checksum: 0x0000 instead of 0x1309"));
+    QVERIFY(note.height() >= 2 * note.fontMetrics().lineSpacing());
 }
 
 void TestFrmFTDI::escapeWhileReading()
