@@ -126,11 +126,11 @@ QCoro::Task<> EzUsbConverter::convert(QString path)
     showProgress(lines);
 
     Ending ending = Ending::Stopped;
+    std::optional<RuntimeError> failure;
     try {
         ending = co_await sendFirmware(lines, exchange);
-    } catch (const RuntimeError &) {
-        abandonDownload(exchange);
-        throw;
+    } catch (const RuntimeError &error) {
+        failure = error;
     }
 
     if (ending == Ending::Complete) {
@@ -143,7 +143,9 @@ QCoro::Task<> EzUsbConverter::convert(QString path)
                                  : QStringLiteral("Premature End of Firmware File");
         co_await showMessage(text, QStringLiteral("Line ") + numberText(m_line));
     }
-    abandonDownload(exchange);
+    co_await abandonDownload(exchange);
+    if (failure)
+        throw RuntimeError(*failure);
 }
 
 void EzUsbConverter::showFile(const QString &path)
@@ -177,10 +179,13 @@ bool EzUsbConverter::goesOn(const Exchange &exchange) const
 }
 
 /// The tester keeps what it has as a script that ends here.
-void EzUsbConverter::abandonDownload(const Exchange &exchange)
+QCoro::Task<> EzUsbConverter::abandonDownload(const Exchange &exchange)
 {
-    if (exchange.linkIsKept() && m_link.isConnected())
+    if (exchange.linkIsKept() && m_link.isConnected()) {
         m_commands.SendScriptDownloadEnd();
+        // Probing would change the baud rate while the line transmits.
+        co_await m_link.bytesSent([&] { return m_session.ScriptDone; });
+    }
     m_session.ScriptBusy = false;
 }
 
@@ -226,7 +231,8 @@ EzUsbConverter::sendRecords(TextLines &lines, const Exchange &exchange, PacketHo
         send(others, record.address(), record.data());
 
         const WaitEnd turn = co_await m_session.waits.oneTurn();
-        if (m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(exchange))
+        const bool accepted = co_await m_link.bytesAccepted();
+        if (!accepted || m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(exchange))
             co_return Ending::Stopped;
         m_controls.Loaded.setText(numberText(m_line));
         showProgress(lines);
@@ -244,7 +250,10 @@ void EzUsbConverter::showProgress(const TextLines &lines)
 QCoro::Task<> EzUsbConverter::finish(QString path, const Exchange &exchange)
 {
     const auto ended = [this, &exchange] { return m_session.ScriptDone || !goesOn(exchange); };
-    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    const bool sent = co_await m_link.bytesSent([&] { return m_session.ScriptDone; });
+    WaitEnd end = WaitEnd::TimedOut;
+    if (sent)
+        end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
     if (end != WaitEnd::Answered || !goesOn(exchange)) {
         m_session.ScriptDone = true;
         m_session.ScriptBusy = false;

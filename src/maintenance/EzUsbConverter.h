@@ -85,7 +85,7 @@ private:
     void showFile(const QString &path);
     void beginDownload();
     bool goesOn(const Exchange &exchange) const;
-    void abandonDownload(const Exchange &exchange);
+    QCoro::Task<> abandonDownload(const Exchange &exchange);
     void send(PacketHold &others, quint16 address, QByteArrayView data);
     void holdCpu(PacketHold &others, bool hold);
     void showProgress(const TextLines &lines);

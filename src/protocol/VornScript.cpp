@@ -103,8 +103,9 @@ QCoro::Task<> VornScript::sendScript(QByteArray script, qint32 losses)
         if (chunk.size() < ChunkSize)
             co_return;
         const WaitEnd end = co_await m_session.waits.oneTurn();
+        const bool accepted = co_await m_link.bytesAccepted();
         const bool linkLost = m_session.LinkLosses != losses || !m_link.isConnected();
-        if (m_session.ScriptError || linkLost || end == WaitEnd::Closed)
+        if (!accepted || m_session.ScriptError || linkLost || end == WaitEnd::Closed)
             co_return;
     }
 }
@@ -112,9 +113,10 @@ QCoro::Task<> VornScript::sendScript(QByteArray script, qint32 losses)
 QCoro::Task<> VornScript::awaitEnd(qint32 losses)
 {
     const auto ended = [this, losses] {
-        return m_session.ScriptDone || m_session.LinkLosses != losses;
+        return m_session.ScriptDone || m_session.LinkLosses != losses || !m_link.isConnected();
     };
-    co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    if (co_await m_link.bytesSent(ended))
+        co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
     if (!m_session.ScriptDone) {
         m_session.ScriptDone = true;
         m_session.ScriptError = true;
