@@ -16,7 +16,7 @@ struct Message
     QString text;
     QString title;
     Buttons buttons = Buttons::Ok;
-    bool noIsDefault = false; ///< of a question: Enter answers No, not Yes
+    bool noIsDefault = false;      ///< of a question: Enter answers No, not Yes
     QPointer<QObject> window = {}; ///< the window that the box belongs to; set by WindowDialogs
 };
 

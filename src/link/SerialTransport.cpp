@@ -5,6 +5,10 @@
 
 #include <algorithm>
 
+#ifdef Q_OS_UNIX
+#include <sys/ioctl.h>
+#endif
+
 namespace vantrel {
 
 namespace {
@@ -36,6 +40,7 @@ SerialTransport::SerialTransport()
 {
     // An error that a command met closes the port as well: not every driver hangs up first.
     connect(&m_port, &QSerialPort::readyRead, this, &Transport::bytesArrived);
+    connect(&m_port, &QSerialPort::bytesWritten, this, &Transport::bytesLeft, Qt::QueuedConnection);
     connect(this, &SerialTransport::deviceLost, this, &SerialTransport::closeLost,
             Qt::QueuedConnection);
     connect(&m_port, &QSerialPort::errorOccurred, this, &SerialTransport::onError);
@@ -52,7 +57,7 @@ std::optional<QString> SerialTransport::open(const Endpoint &endpoint)
         return m_port.errorString();
 #ifdef Q_OS_UNIX
     m_hangUp = std::make_unique<HangUpNotifier>(m_port.handle());
-    connect(m_hangUp.get(), &HangUpNotifier::hungUp, this, &SerialTransport::closeForgetting);
+    connect(m_hangUp.get(), &HangUpNotifier::hungUp, this, &SerialTransport::closeVanished);
 #endif
     return std::nullopt;
 }
@@ -72,6 +77,12 @@ void SerialTransport::closeForgetting()
     if (m_port.bytesToWrite() > 0)
         m_port.clear(QSerialPort::Output);
     m_port.close();
+}
+
+void SerialTransport::closeVanished()
+{
+    closeForgetting();
+    emit vanished();
 }
 
 bool SerialTransport::isConnected() const
@@ -95,6 +106,16 @@ void SerialTransport::write(const QByteArray &bytes)
     m_port.write(bytes.constData(), bytes.size()); // copied, see TcpTransport::write()
 }
 
+qint64 SerialTransport::queuedInSystem() const
+{
+#ifdef Q_OS_UNIX
+    int bytes = 0; // a pseudo-terminal has no output queue: always 0
+    if (m_port.isOpen() && ::ioctl(m_port.handle(), TIOCOUTQ, &bytes) == 0)
+        return bytes;
+#endif
+    return 0;
+}
+
 qint64 SerialTransport::read(char *buffer, qint64 capacity)
 {
     return m_port.isOpen() ? std::max<qint64>(0, m_port.read(buffer, capacity)) : 0;
@@ -111,7 +132,7 @@ void SerialTransport::onError(QSerialPort::SerialPortError error)
 void SerialTransport::closeLost()
 {
     if (m_port.isOpen() && m_port.error() != QSerialPort::NoError)
-        closeForgetting();
+        closeVanished();
 }
 
 } // namespace vantrel

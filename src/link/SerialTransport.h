@@ -12,8 +12,7 @@ namespace vantrel {
 class HangUpNotifier;
 
 /// A serial port. What it could not send before it is closed is forgotten. When its device vanishes
-/// (adapter pulled) the port closes silently and isConnected() turns false; it never emits
-/// failed().
+/// (adapter pulled) the port closes and emits vanished(); it never emits failed().
 class SerialTransport : public Transport
 {
     Q_OBJECT
@@ -28,6 +27,7 @@ public:
     void setLineSettings(const QByteArray &settings) override;
     void write(const QByteArray &bytes) override;
     qint64 unsent() const override { return m_port.bytesToWrite(); }
+    qint64 queuedInSystem() const override;
     qint64 read(char *buffer, qint64 capacity) override;
 
 signals:
@@ -38,6 +38,7 @@ private:
     void onError(QSerialPort::SerialPortError error);
     void closeLost();
     void closeForgetting();
+    void closeVanished();
 
     QSerialPort m_port;
     std::unique_ptr<HangUpNotifier> m_hangUp; // while the port is open; empty where there is none

@@ -2,6 +2,7 @@
 #include "link/TcpTransport.h"
 
 #include <QNetworkProxy>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 #include <utility>
@@ -21,6 +22,10 @@ TcpTransport::TcpTransport()
     connect(&m_socket, &QTcpSocket::readyRead, this, [this] {
         m_taken = 0;
         emit bytesArrived();
+    });
+    connect(&m_socket, &QTcpSocket::bytesWritten, this, [this] {
+        if (!m_writing)
+            emit bytesLeft();
     });
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &TcpTransport::fail);
     m_telling.setSingleShot(true);
@@ -55,6 +60,7 @@ bool TcpTransport::isConnected() const
 
 void TcpTransport::write(const QByteArray &bytes)
 {
+    const QScopedValueRollback writing(m_writing, true); // an unbuffered write emits bytesWritten()
     // Copied as far as it has to wait: the queue would otherwise share the array and keep its spare
     // capacity.
     if (isConnected() && m_socket.write(bytes.constData(), bytes.size()) != bytes.size())

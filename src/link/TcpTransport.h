@@ -31,6 +31,7 @@ private:
     QTimer m_telling;      // of a failure
     qint64 m_taken = 0;    // bytes, since the last notification
     bool m_failed = false; // since it was last opened
+    bool m_writing = false;
 };
 
 } // namespace vantrel

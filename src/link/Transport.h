@@ -45,12 +45,24 @@ public:
     /// no limit to it here: see VornComm::UnsentLimit.
     virtual qint64 unsent() const = 0;
 
+    /// How many bytes that left this program still wait in the queue of the system's driver, as far
+    /// as the system reports it.
+    virtual qint64 queuedInSystem() const { return 0; }
+
     /// Takes up to `capacity` of the bytes that are waiting; returns how many were taken.
     virtual qint64 read(char *buffer, qint64 capacity) = 0;
 
 signals:
     /// Whoever listens takes all that waits: calls read() until it returns 0.
     void bytesArrived();
+
+    /// unsent() has decreased. Emitted by the event loop, never inside a call. Nothing is emitted
+    /// when queuedInSystem() decreases.
+    void bytesLeft();
+
+    /// The device of a serial port has vanished and the port is closed. Emitted by the event loop,
+    /// not after close(). A socket emits failed() instead.
+    void vanished();
 
     /// The connection failed or was closed by the other side; all that it had sent has been told by
     /// bytesArrived() before, unless a write came upon a reset connection first. Told by the event

@@ -110,15 +110,14 @@ qint32 TickWrap(qint64 value)
     return static_cast<qint32>(value % TickModulus);
 }
 
+qint32 ticksBetween(qint32 from, qint32 to)
+{
+    return TickWrap(qint64{to} - from + TickModulus);
+}
+
 qint32 deadlineIn(const Session &session, qint32 ticks)
 {
     return TickWrap(qint64{session.TickCount} + ticks);
-}
-
-qint32 ticksSince(const Session &session, qint32 tick)
-{
-    const qint32 ticks = session.TickCount - tick;
-    return ticks >= 0 ? ticks : ticks + TickModulus;
 }
 
 void InitLink(Session &session)

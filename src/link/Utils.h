@@ -15,11 +15,11 @@ struct Session;
 /// deadlines.
 qint32 TickWrap(qint64 value);
 
+/// Ticks from one value of the tick counter to a later one, across the wrap.
+qint32 ticksBetween(qint32 from, qint32 to);
+
 /// The tick count n ticks (of 100 ms) from now.
 qint32 deadlineIn(const Session &session, qint32 ticks);
-
-/// How many ticks ago the tick count was `tick`.
-qint32 ticksSince(const Session &session, qint32 tick);
 
 /// Builds the framing constants and the rate table; zeroes BaudIndex and RxState.
 void InitLink(Session &session);

@@ -5,11 +5,17 @@
 #include "link/Utils.h"
 #include "link/publicvars.h"
 
+#include <algorithm>
+
 namespace vantrel {
 
 namespace {
 constexpr qint16 LastSearchedRate = 3;
 constexpr qsizetype ReadSize = 65'536;
+constexpr qint64 BitsPerByte = 10; // 8N1: start bit, 8 data bits, stop bit
+constexpr qint64 TicksPerSecond = 10;
+constexpr qint32 SerialMarginTicks = 20;
+constexpr qint32 TcpProgressTicks = 50;
 } // namespace
 
 QByteArray StuffEscapes(QByteArray &body)
@@ -24,6 +30,9 @@ VornComm::VornComm(Session &session, std::unique_ptr<Transport> serial,
 {
     connect(MSComm1.get(), &Transport::bytesArrived, this, &VornComm::ReceiveBytes);
     connect(tcpClient.get(), &Transport::bytesArrived, this, &VornComm::ReceiveBytes);
+    for (const Transport *transport : {MSComm1.get(), tcpClient.get()})
+        connect(transport, &Transport::bytesLeft, this, [this] { m_session.waits.check(); });
+    connect(MSComm1.get(), &Transport::vanished, this, &VornComm::serialVanished);
     connect(tcpClient.get(), &Transport::failed, this, &VornComm::socketError);
 }
 
@@ -45,6 +54,8 @@ std::optional<QString> VornComm::OpenLink()
     m_holds = 0;
     ++m_openings;
     m_session.connection.cancel();
+    m_onLine = 0;
+    m_stallTick.reset();
     if (m_session.NetworkMode)
         return tcpClient->open({m_remoteHost, m_remotePort, {}});
     const QString &device = m_serialDevices.at(static_cast<size_t>(m_serialPortNumber - 1));
@@ -91,7 +102,7 @@ bool VornComm::SendPacket(const QByteArray &packet)
     if (m_holds > 0)
         m_held.append(packet);
     else
-        current().write(packet);
+        write(packet);
     return true;
 }
 
@@ -99,8 +110,90 @@ void VornComm::releaseHeld()
 {
     const QByteArray held = std::exchange(m_held, {});
     if (!held.isEmpty() && isConnected())
-        current().write(held);
+        write(held);
     emit holdEnded();
+}
+
+void VornComm::write(const QByteArray &bytes)
+{
+    m_onLine = bytesOnLine() + bytes.size();
+    m_onLineTick = m_session.TickCount;
+    current().write(bytes);
+}
+
+qint64 VornComm::bytesPerTick() const
+{
+    const qint64 rate = m_session.BaudTable.at(static_cast<size_t>(m_session.BaudIndex));
+    return std::max<qint64>(1, rate / BitsPerByte / TicksPerSecond);
+}
+
+qint64 VornComm::bytesOnLine() const
+{
+    if (m_session.NetworkMode)
+        return 0;
+    const qint64 ticks = ticksBetween(m_onLineTick, m_session.TickCount);
+    return std::max<qint64>(0, m_onLine - ticks * bytesPerTick());
+}
+
+/// Less than what the line transmits in one tick counts as transmitted.
+qint64 VornComm::bytesLeaving() const
+{
+    const qint64 queued = current().unsent() + current().queuedInSystem();
+    const qint64 onLine = bytesOnLine();
+    return onLine < bytesPerTick() ? queued : std::max(queued, onLine);
+}
+
+qint32 VornComm::ticksToLeave(qint64 bytes) const
+{
+    if (m_session.NetworkMode)
+        return TcpProgressTicks;
+    const qint64 perTick = bytesPerTick();
+    return static_cast<qint32>((bytes + perTick - 1) / perTick) + SerialMarginTicks;
+}
+
+QCoro::Task<bool> VornComm::bytesAccepted()
+{
+    if (m_session.NetworkMode)
+        return decreasesToZero([] { return qint64{0}; }, [] { return false; });
+    return decreasesToZero([this] { return current().unsent(); }, [] { return false; });
+}
+
+QCoro::Task<bool> VornComm::bytesSent(std::function<bool()> answered)
+{
+    const bool sent = co_await decreasesToZero([this] { return bytesLeaving(); }, answered);
+    if (isConnected() && answered())
+        m_onLine = 0;
+    co_return sent;
+}
+
+QCoro::Task<bool> VornComm::decreasesToZero(std::function<qint64()> count,
+                                            std::function<bool()> ended)
+{
+    if (m_stallTick == m_session.TickCount)
+        co_return false; // the exchange that has just failed is being ended
+    while (isConnected() && !ended()) {
+        const qint64 before = count();
+        if (before == 0)
+            break;
+        const auto changed = [&] { return !isConnected() || ended() || count() < before; };
+        const WaitEnd end =
+            co_await m_session.waits.until(changed, deadlineIn(m_session, ticksToLeave(before)));
+        if (end == WaitEnd::TimedOut) {
+            m_stallTick = m_session.TickCount;
+            ShowStatusLine(m_session,
+                           QStringLiteral("The tester takes no bytes: the download has ended"));
+        }
+        if (end != WaitEnd::Answered)
+            co_return false;
+    }
+    co_return isConnected();
+}
+
+void VornComm::serialVanished()
+{
+    if (m_session.ScriptBusy)
+        ShowStatusLine(m_session, QStringLiteral("The serial port has been lost"));
+    m_session.waits.check();
 }
 
 PacketHold::~PacketHold()

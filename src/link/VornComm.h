@@ -4,6 +4,7 @@
 #include "link/Transport.h"
 
 #include <QByteArray>
+#include <QCoroTask>
 #include <QObject>
 #include <QScopeGuard>
 
@@ -72,6 +73,20 @@ public:
     /// UnsentLimit bytes unread, nothing is sent: it says so in the command pane and returns false.
     bool SendPacket(const QByteArray &packet);
 
+    /// Waits until a serial port has accepted all bytes written so far, so that a download is at
+    /// most the port's own buffer ahead of the line. True at once on TCP, where nothing is gained
+    /// by that. False when nothing was accepted within the time that the line needs plus a margin
+    /// of 20 ticks (the command pane reports it), the link was lost or the program closes.
+    QCoro::Task<bool> bytesAccepted();
+
+    /// Waits until all bytes written so far have left, before the deadline of their answer starts:
+    /// the queues of program and system are empty and, on a serial line, the time has passed that
+    /// the line needs at its rate, because not every system reports its queue. Ends early, and
+    /// returns true, when `answered` holds, which means that the tester has received everything.
+    /// False when nothing left within the time that the line needs plus 20 ticks, or 50 ticks on
+    /// TCP (the command pane reports it), the link was lost or the program closes.
+    QCoro::Task<bool> bytesSent(std::function<bool()> answered);
+
     /// The longest body that is waited for, in bytes: a hundred times what any tester sends.
     static constexpr qsizetype BodyLimit = 1 << 24;
 
@@ -96,6 +111,13 @@ private:
     Transport &current() const;
     void giveUpEndlessBody();
     void releaseHeld();
+    void write(const QByteArray &bytes);
+    void serialVanished();
+    qint64 bytesPerTick() const;
+    qint64 bytesOnLine() const;
+    qint64 bytesLeaving() const;
+    qint32 ticksToLeave(qint64 bytes) const;
+    QCoro::Task<bool> decreasesToZero(std::function<qint64()> count, std::function<bool()> ended);
 
     Session &m_session;
     std::unique_ptr<Transport> MSComm1;   // serial port
@@ -109,6 +131,10 @@ private:
     QByteArray m_held; // packets that leave once nothing holds them
     int m_holds = 0;
     quint32 m_openings = 0; // of the link
+    // Bytes that the serial line has not transmitted at this tick, calculated from its rate
+    qint64 m_onLine = 0;
+    qint32 m_onLineTick = 0;
+    std::optional<qint32> m_stallTick; // when a wait for bytes to leave last ended in vain
 };
 
 /// Keeps back what others send while a script is downloaded in pieces: it would become a step of

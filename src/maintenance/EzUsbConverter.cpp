@@ -154,11 +154,11 @@ QCoro::Task<bool> EzUsbConverter::download(TextLines &lines, LinkLease &lease,
     showProgress(lines);
 
     Ending ending = Ending::Stopped;
+    std::optional<RuntimeError> failure;
     try {
         ending = co_await sendFirmware(lines, others, token);
-    } catch (const RuntimeError &) {
-        endDownload(others, token);
-        throw;
+    } catch (const RuntimeError &error) {
+        failure = error;
     }
 
     if (ending == Ending::Complete) {
@@ -171,7 +171,9 @@ QCoro::Task<bool> EzUsbConverter::download(TextLines &lines, LinkLease &lease,
                                  : QStringLiteral("Premature End of Firmware File");
         co_await showMessage(text, QStringLiteral("Line ") + numberText(m_line));
     }
-    endDownload(others, token);
+    co_await endDownload(others, token);
+    if (failure)
+        throw RuntimeError(*failure);
     co_return false;
 }
 
@@ -205,10 +207,14 @@ bool EzUsbConverter::goesOn(const CancelToken &token) const
 }
 
 /// The tester keeps what it has as a script that ends here.
-void EzUsbConverter::endDownload(PacketHold &others, const CancelToken &token)
+QCoro::Task<> EzUsbConverter::endDownload(PacketHold &others, const CancelToken &token)
 {
-    if (token.isLinkKept() && m_link.isConnected())
-        others.own([this] { m_commands.SendScriptDownloadEnd(); });
+    if (!token.isLinkKept() || !m_link.isConnected())
+        co_return;
+    others.own([this] { m_commands.SendScriptDownloadEnd(); });
+    // Probing would change the baud rate while the line transmits.
+    const auto reported = [this] { return m_session.ScriptDone; };
+    co_await m_link.bytesSent(reported);
 }
 
 void EzUsbConverter::send(PacketHold &others, quint16 address, QByteArrayView data)
@@ -252,7 +258,8 @@ EzUsbConverter::sendRecords(TextLines &lines, PacketHold &others, const CancelTo
         send(others, record.address(), record.data());
 
         const WaitEnd turn = co_await m_session.waits.oneTurn();
-        if (m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(token))
+        const bool accepted = co_await m_link.bytesAccepted();
+        if (!accepted || m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(token))
             co_return Ending::Stopped;
         m_controls.Loaded.setText(numberText(m_line));
         showProgress(lines);
@@ -270,7 +277,10 @@ void EzUsbConverter::showProgress(const TextLines &lines)
 QCoro::Task<bool> EzUsbConverter::awaitEnd(const CancelToken &token)
 {
     const auto ended = [this, &token] { return m_session.ScriptDone || !goesOn(token); };
-    const WaitEnd end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    const bool sent = co_await m_link.bytesSent(ended);
+    WaitEnd end = WaitEnd::TimedOut;
+    if (sent)
+        end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
     const bool reported = end == WaitEnd::Answered && goesOn(token);
     m_session.ScriptDone = true;
     co_return reported;

@@ -90,7 +90,7 @@ private:
     void showFile(const QString &path);
     void beginDownload(PacketHold &others);
     bool goesOn(const CancelToken &token) const;
-    void endDownload(PacketHold &others, const CancelToken &token);
+    QCoro::Task<> endDownload(PacketHold &others, const CancelToken &token);
     void send(PacketHold &others, quint16 address, QByteArrayView data);
     void holdCpu(PacketHold &others, bool hold);
     void showProgress(const TextLines &lines);

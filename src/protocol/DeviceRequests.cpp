@@ -188,7 +188,7 @@ DeviceRequests::Route DeviceRequests::deliverUnrequested(QByteArrayView payload)
 void DeviceRequests::expire()
 {
     const auto isExpired = [this](const Outstanding &request) {
-        return ticksSince(m_session, request.sentAt) >= ReplyTicks;
+        return ticksBetween(request.sentAt, m_session.TickCount) >= ReplyTicks;
     };
     while (!m_outstanding.empty() && isExpired(m_outstanding.front()))
         m_outstanding.pop_front();

@@ -131,7 +131,8 @@ QCoro::Task<bool> VornScript::sendScript(QByteArray script, PacketHold &others, 
         if (chunk.size() < ChunkSize)
             co_return true;
         const WaitEnd end = co_await m_session.waits.oneTurn();
-        if (!token.isLinkKept() || !m_link.isConnected() || end == WaitEnd::Closed)
+        const bool accepted = co_await m_link.bytesAccepted();
+        if (!accepted || !token.isLinkKept() || !m_link.isConnected() || end == WaitEnd::Closed)
             co_return false;
         if (m_session.ScriptError)
             co_return true; // refused; the tester may still report the end
@@ -141,8 +142,12 @@ QCoro::Task<bool> VornScript::sendScript(QByteArray script, PacketHold &others, 
 
 QCoro::Task<> VornScript::awaitEnd(CancelToken token)
 {
-    const auto ended = [this, token] { return m_session.ScriptDone || !token.isLinkKept(); };
-    co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    const auto ended = [this, &token] {
+        return m_session.ScriptDone || !token.isLinkKept() || !m_link.isConnected();
+    };
+    const bool sent = co_await m_link.bytesSent(ended);
+    if (sent)
+        co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
 }
 
 } // namespace vantrel

@@ -6,6 +6,7 @@
 #include "simulator/UsbPort.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vantrel::simulator {
 
@@ -50,6 +51,13 @@ bool AutomaticMode::Known::isStill(const VirtualDevice &present) const
     return device == &present && reconnections == present.reconnections();
 }
 
+void AutomaticMode::setOn(bool on)
+{
+    m_on = on;
+    if (on && std::exchange(m_announcePending, false))
+        m_announcing = true;
+}
+
 QList<QByteArray> AutomaticMode::follow(const UsbPort &port)
 {
     if (!m_on) {
@@ -57,6 +65,7 @@ QList<QByteArray> AutomaticMode::follow(const UsbPort &port)
         return {};
     }
 
+    const bool announcing = std::exchange(m_announcing, false);
     QList<QByteArray> reports;
     const std::vector<VirtualDevice *> present = presentDevices(port);
     for (const Known &known : m_known) {
@@ -70,10 +79,10 @@ QList<QByteArray> AutomaticMode::follow(const UsbPort &port)
         const bool isNew =
             std::none_of(m_known.begin(), m_known.end(),
                          [device](const Known &known) { return known.isStill(*device); });
-        if (isNew) {
+        if (isNew)
             device->configure();
+        if (isNew || announcing)
             reports.append(connectReport(*device));
-        }
     }
 
     m_known.clear();

@@ -21,8 +21,12 @@ QByteArray disconnectReport(quint8 address);
 class AutomaticMode
 {
 public:
-    void setOn(bool on) { m_on = on; }
+    void setOn(bool on);
     bool isOn() const { return m_on; }
+
+    /// A console has connected: when it switches the mode on, every device is reported, even if the
+    /// mode was on and the device has been reported before.
+    void announceAnew() { m_announcePending = true; }
 
     /// Looks at the port and returns the bodies of the reports due since the last look. A device
     /// counts as present while Vbus is on. While the mode is off nothing is reported and everything
@@ -40,6 +44,8 @@ private:
     };
 
     bool m_on = false;
+    bool m_announcePending = false; // at the next switching on
+    bool m_announcing = false;      // at the next look
     std::vector<Known> m_known;
 };
 

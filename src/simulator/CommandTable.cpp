@@ -146,6 +146,7 @@ Reply versionQuery(TesterState &state, const ByteReader &command)
     const Settings &settings = state.settings;
     if (!settings.knowsVersionQuery())
         return CommandError;
+    state.automaticMode.announceAnew(); // asked by a console that connects, on any kind of link
     ByteWriter version{settings.versionKind(), settings.major, settings.minor};
     return reply(command, version.word(settings.ramK).take());
 }

@@ -59,7 +59,9 @@ PtyEnd::PtyEnd(Tester &tester, int baud) : m_tester(tester), m_baud(baud)
     m_hangUpPoll.setInterval(HangUpPollInterval);
     connect(&m_hangUpPoll, &QTimer::timeout, this, &PtyEnd::lookForConsole);
     connect(&tester, &Tester::bytesReady, this, &PtyEnd::write);
-    connect(&tester, &Tester::connectionDropped, this, &PtyEnd::unplug);
+    m_replug.setSingleShot(true);
+    connect(&m_replug, &QTimer::timeout, this, &PtyEnd::plug);
+    connect(&tester, &Tester::connectionDropped, this, &PtyEnd::dropConnection);
 }
 
 PtyEnd::~PtyEnd()
@@ -153,8 +155,18 @@ QString PtyEnd::path() const
     return m_link.isEmpty() ? m_device : m_link;
 }
 
+/// The event loop plugs in again: this function may have been called while the device is in use.
+void PtyEnd::dropConnection()
+{
+    if (!isPlugged())
+        return;
+    unplug();
+    m_replug.start();
+}
+
 void PtyEnd::unplug()
 {
+    m_replug.stop();
     if (!isPlugged())
         return;
     m_hangUpPoll.stop();

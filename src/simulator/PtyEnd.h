@@ -38,6 +38,9 @@ public:
     void unplug();
     /// It is back, under the same symbolic link. Returns as open() does.
     bool plug();
+    /// The console's connection ends. The device is gone and back at once, under the same symbolic
+    /// link, as when an adapter restarts.
+    void dropConnection();
     bool isPlugged() const { return m_master.isOpen(); }
     bool isConsoleConnected() const { return isPlugged() && !m_hangUpPoll.isActive(); }
 
@@ -71,6 +74,7 @@ private:
     // Both live for as long as m_master is open.
     QSocketNotifier *m_readable = nullptr;
     QSocketNotifier *m_writable = nullptr;
+    QTimer m_replug;     // runs from a dropped connection to the return of the device
     QTimer m_hangUpPoll; // runs while no console has the device open
 };
 

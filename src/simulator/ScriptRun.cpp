@@ -48,11 +48,13 @@ void ScriptRun::step()
     }
     const QByteArray command = m_script.steps()[m_next];
     const QByteArray inner = innerResponse(command);
-    if (inner.isEmpty())
+    if (inner.isEmpty() && ByteReader(command).at(1) == wire::Command::DeviceRequest)
         return; // the device never ends the request: only a stop ends the run
     // The console may answer from inside the report, and so end this run or begin another.
     const auto index = static_cast<quint16>(m_next++);
     takeTime();
+    if (inner.isEmpty())
+        return; // a command without a reply
     ByteWriter report{wire::Report::Script};
     m_report(report.word(index).bytes(inner).take());
 }
@@ -65,12 +67,7 @@ QByteArray ScriptRun::innerResponse(const QByteArray &command) const
         return ByteWriter{wire::Report::Message}.doubleWord(timer).bytes(reader.from(2)).take();
     }
     const auto reply = m_carryOut(command);
-    if (!reply)
-        return ByteWriter{wire::Report::CommandError}.take();
-    if (reply->isEmpty() && reader.at(1) == wire::Command::DeviceRequest)
-        return {};
-    const auto code = static_cast<quint8>(reader.at(1).value_or(0) | wire::ReplyFlag);
-    return reply->isEmpty() ? ByteWriter{code}.take() : *reply;
+    return reply ? *reply : ByteWriter{wire::Report::CommandError}.take();
 }
 
 } // namespace vantrel::simulator

@@ -13,7 +13,7 @@ class Clock;
 class ScriptMemory;
 
 /// Runs the working script: one step after the other, a step's time apart. Each step is carried out
-/// like a command from the console and its reply reported inside a script report.
+/// like a command from the console and its reply, if it has one, reported inside a script report.
 class ScriptRun
 {
 public:

@@ -67,6 +67,7 @@ void Tester::startConversation()
     m_state.script.endDownload();
     m_state.firmware.forgetDownload();
     m_run.abandon();
+    m_state.automaticMode.announceAnew();
 }
 
 void Tester::handle(const QByteArray &command)

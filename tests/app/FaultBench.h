@@ -44,6 +44,7 @@ public:
     bool connectNow();
     /// Presses Connect or Disconnect; false when there is nobody at the far end.
     bool pressConnect();
+    void pullAdapter() { m_line->unplug(); }
     /// The serial adapter is back, if it has been pulled.
     void plugIn();
 

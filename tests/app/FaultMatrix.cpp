@@ -74,8 +74,10 @@ void spoil(FaultBench &bench, const Operation &operation, Fault fault)
         bench.flood();
         break;
     case Fault::Dropped:
-    case Fault::Pulled:
         bench.tester->dropConnection();
+        break;
+    case Fault::Pulled:
+        bench.pullAdapter();
         break;
     case Fault::WindowClosed:
         bench.close(operation.window);

@@ -22,6 +22,9 @@ private slots:
     void missingDevice();
     void silenceMovesOn();
     void pulledAdapterComesBack();
+    void droppedConnectionComesBack();
+    void reconnectListsDevices_data();
+    void reconnectListsDevices();
     void stuffedBytesBothWays();
 };
 
@@ -103,6 +106,7 @@ void tst_serial::pulledAdapterComesBack()
     bench.second();
     QCOMPARE(bench.main().CmdWin.text(), paneBefore); // probing in vain, without a word
     QVERIFY(bench.dialogs.messages.isEmpty());
+    QVERIFY(!bench.commandLineSeen("has been lost")); // nothing was under way
 
     QVERIFY(bench.end.plug());
     bench.second();
@@ -112,6 +116,53 @@ void tst_serial::pulledAdapterComesBack()
     QVERIFY(bench.dialogs.messages.isEmpty());
     bench.second();
     QTRY_COMPARE(bench.main().power.text(), QStringLiteral("On"));
+}
+
+/// The device and its symbolic link are back by themselves.
+void tst_serial::droppedConnectionComesBack()
+{
+    SerialBench bench(19200);
+    bench.console.connectClicked();
+    QCOMPARE(bench.stepsToAnswer(1), 1);
+    bench.tester->dropConnection();
+    QVERIFY(turnsUntil([&] { return !bench.console.link().isConnected(); }, OneSecond));
+    QTRY_VERIFY(bench.end.isPlugged());
+    bench.second();
+    bench.second();
+    QCOMPARE(bench.session().LinkState, LinkStates::Probing);
+    bench.second();
+    QVERIFY(bench.console.link().isConnected());
+    QVERIFY(turnsUntil([&] { return bench.end.isConsoleConnected(); }, OneSecond));
+    QVERIFY(bench.stepsToAnswer(4) > 0);
+    QVERIFY(bench.dialogs.messages.isEmpty());
+}
+
+void tst_serial::reconnectListsDevices_data()
+{
+    QTest::addColumn<bool>("byUser");
+    QTest::newRow("Disconnect and Connect") << true;
+    QTest::newRow("after a silence") << false;
+}
+
+/// The tester has been in automatic mode all the time.
+void tst_serial::reconnectListsDevices()
+{
+    QFETCH(bool, byUser);
+    SerialBench bench(19200);
+    bench.console.connectClicked();
+    QCOMPARE(bench.stepsToAnswer(1), 1);
+    QTRY_VERIFY(bench.responses().contains("Product ID: 0x0166"));
+    bench.session().RespText.clear();
+    if (byUser) {
+        bench.console.connectClicked();
+        bench.console.connectClicked();
+    } else {
+        bench.session().LinkState = LinkStates::Opened; // as after a restart of the tester
+    }
+    QCOMPARE(bench.stepsToAnswer(1), 1);
+    QTRY_COMPARE(bench.responses().count("*** Connect "), 2);
+    QVERIFY(bench.responses().contains("Product ID: 0x0166"));
+    QVERIFY(bench.tester->state().automaticMode.isOn());
 }
 
 void tst_serial::stuffedBytesBothWays()

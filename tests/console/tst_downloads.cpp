@@ -32,6 +32,13 @@ private slots:
     void refusedWithoutAutomaticMode();
     void refusalShowsNothing();
     void timeCountsFromTheLastChunk();
+    void lineTimeComesFirst();
+    void queuesComeFirst_data();
+    void queuesComeFirst();
+    void answerNeedsNoLineTime();
+    void chunkWaitsForThePort();
+    void portTakesNothing();
+    void socketTakesNothing();
     void endReportedWhileSending();
     void turnAfterEachChunk();
     void othersComeAfterIt();
@@ -56,7 +63,7 @@ void tst_downloads::chunks()
     QFETCH(int, size);
     QFETCH(int, whole);
     QFETCH(int, rest);
-    ScriptBench bench;
+    ScriptBench bench(true);
     const QByteArray script = pattern(size);
     bench.load(script);
 
@@ -128,7 +135,7 @@ void tst_downloads::noEndReport()
 
 void tst_downloads::refusedAfterFirstChunk()
 {
-    ScriptBench bench;
+    ScriptBench bench(true);
     bench.begin(pattern(2000));
     QCOMPARE(bench.chunks().size(), 1);
     bench.answer("97"_hex);
@@ -270,8 +277,8 @@ void tst_downloads::refusedBeforeTheRest_data()
 void tst_downloads::refusedBeforeTheRest()
 {
     QFETCH(int, size);
-    ScriptBench bench;
-    bench.serial->onWrite = [&](const QByteArray &) {
+    ScriptBench bench(true);
+    bench.tcp->onWrite = [&](const QByteArray &) {
         if (bench.chunks().size() == 2)
             bench.answer("97"_hex);
     };
@@ -309,7 +316,7 @@ void tst_downloads::refusalShowsNothing()
 
 void tst_downloads::timeCountsFromTheLastChunk()
 {
-    ScriptBench bench;
+    ScriptBench bench(true);
     bench.begin(pattern(2000));
     bench.tick(60);
     QVERIFY(bench.session.ScriptBusy);
@@ -319,6 +326,115 @@ void tst_downloads::timeCountsFromTheLastChunk()
     QVERIFY(bench.session.ScriptBusy);
     bench.tick();
     QVERIFY(!bench.session.ScriptBusy);
+}
+
+/// 2,000 bytes and the packets before them are 10 ticks of 192 bytes on the line at 19200 baud. The
+/// system has taken them at once, as that of a pseudo-terminal does.
+void tst_downloads::lineTimeComesFirst()
+{
+    ScriptBench bench;
+    bench.load(pattern(2000));
+    bench.tick(59);
+    QVERIFY(bench.session.ScriptBusy);
+    bench.tick();
+    QVERIFY(!bench.session.ScriptBusy);
+    QCOMPARE(bench.main.ScriptIdx.text(), QStringLiteral("Load Error"));
+}
+
+void tst_downloads::queuesComeFirst_data()
+{
+    QTest::addColumn<bool>("network");
+    QTest::addColumn<bool>("inSystem");
+    QTest::newRow("serial, program") << false << false;
+    QTest::newRow("serial, system") << false << true;
+    QTest::newRow("network") << true << false;
+}
+
+/// The deadline of the end report starts when the last byte has left.
+void tst_downloads::queuesComeFirst()
+{
+    QFETCH(bool, network);
+    QFETCH(bool, inSystem);
+    ScriptBench bench(network);
+    MemoryTransport &transport = bench.transport();
+    qint64 &queue = inSystem ? transport.heldUpInSystem : transport.heldUp;
+    queue = 1000;
+    bench.load("1b53 21 1b45"_hex);
+    for (queue = 1000; queue > 0; queue -= 100)
+        bench.tick(10); // slower than the line, but within the margin
+    transport.drain();
+    bench.tick(49);
+    QVERIFY(bench.session.ScriptBusy);
+    bench.tick();
+    QVERIFY(!bench.session.ScriptBusy);
+    QVERIFY(!bench.main.CmdWin.text().contains(QLatin1String("takes no bytes")));
+}
+
+void tst_downloads::answerNeedsNoLineTime()
+{
+    ScriptBench bench;
+    bench.load(pattern(2000));
+    bench.answer("a0 00 01 21"_hex); // no tick is needed
+    QVERIFY(!bench.session.ScriptBusy);
+    QVERIFY(!bench.session.ScriptError);
+
+    bench.main.ScriptIdx.setText({});
+    bench.load("1b53 08 1b45"_hex); // what has been received is not on the line any more
+    bench.tick(50);
+    QCOMPARE(bench.main.ScriptIdx.text(), QStringLiteral("Load Error"));
+}
+
+void tst_downloads::chunkWaitsForThePort()
+{
+    ScriptBench bench;
+    bench.serial->heldUp = 512;
+    bench.begin(pattern(1600));
+    bench.settle();
+    QCOMPARE(bench.chunks().size(), 1);
+    bench.tick(3);
+    QCOMPARE(bench.chunks().size(), 1);
+    bench.serial->heldUp = 0;
+    QCOMPARE(bench.chunks().size(), 1);
+    bench.serial->drain(); // goes on at once, without a tick
+    QTRY_COMPARE(bench.session.DownloadSent, 1600);
+    QCOMPARE(bench.chunks().size(), 4);
+}
+
+/// The first chunk is 3 ticks on the line; 20 more are the margin. The download then ends at once.
+void tst_downloads::portTakesNothing()
+{
+    ScriptBench bench;
+    bench.serial->heldUp = 512;
+    bench.begin(pattern(1600));
+    bench.settle();
+    bench.tick(22);
+    QVERIFY(bench.session.ScriptBusy);
+    bench.tick();
+    QVERIFY(!bench.session.ScriptBusy);
+    QCOMPARE(bench.chunks().size(), 2);
+    QCOMPARE(bench.chunks().last(), AutoModeOn);
+    QCOMPARE(bench.main.ScriptIdx.text(), QStringLiteral("Load Error"));
+    QVERIFY(bench.main.Window.isEnabled());
+    QVERIFY(bench.main.CmdWin.text().endsWith(
+        QLatin1String("\r\nThe tester takes no bytes: the download has ended")));
+    QCOMPARE(bench.session.waits.pendingCount(), 0);
+}
+
+/// All chunks are in the program's memory; the download ends when none leaves for 50 ticks.
+void tst_downloads::socketTakesNothing()
+{
+    ScriptBench bench(true);
+    bench.tcp->heldUp = 1600;
+    bench.load(pattern(1600));
+    QCOMPARE(bench.chunks().size(), 4);
+    bench.tick(49);
+    bench.tcp->heldUp = 1599;
+    bench.tick(50);
+    QVERIFY(bench.session.ScriptBusy);
+    bench.tick();
+    QVERIFY(!bench.session.ScriptBusy);
+    QCOMPARE(bench.main.ScriptIdx.text(), QStringLiteral("Load Error"));
+    QCOMPARE(bench.main.CmdWin.text().count(QLatin1String("takes no bytes")), 1);
 }
 
 void tst_downloads::endReportedWhileSending()

@@ -10,13 +10,35 @@
 #include <QTest>
 
 #include <cerrno>
+#include <cstdarg>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace vantrel;
 using namespace vantrel::test;
+
+namespace {
+
+std::optional<int> systemQueue; // what the system reports instead of the queue's true length
+
+} // namespace
+
+/// A pseudo-terminal has no output queue that the system could report.
+extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, request);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    if (request == TIOCOUTQ && systemQueue) {
+        *static_cast<int *>(argument) = *systemQueue;
+        return 0;
+    }
+    return static_cast<int>(::syscall(SYS_ioctl, descriptor, request, argument));
+}
 
 namespace {
 
@@ -79,6 +101,8 @@ private slots:
     void deviceComesBack();
     void unconnected();
     void heldUp();
+    void queuedInSystem();
+    void tellsWhatHasLeft();
     void heldUpIsForgotten_data();
     void heldUpIsForgotten();
 
@@ -263,10 +287,12 @@ void TestSerialTransport::vanishedDevice()
     m_far->send("last");
     QTRY_COMPARE(near.received, QByteArray("last"));
 
+    QSignalSpy vanished(&near.transport, &Transport::vanished);
     m_far->pull();
 
     QVERIFY(turnsUntil([&] { return !near.transport.isConnected(); }, OneSecond));
     QCOMPARE(near.failures, 0);
+    QCOMPARE(vanished.size(), 1);
     near.transport.write("into nothing");
     near.transport.setLineSettings(" 38400,n,8,1");
     near.transport.close();
@@ -332,6 +358,29 @@ void TestSerialTransport::heldUp()
     QVERIFY(near.transport.unsent() > 100'000);
     QVERIFY(near.transport.isConnected());
     QVERIFY(turnsUntil([&] { return m_far->received().size() == all.size(); }));
+    QCOMPARE(near.transport.unsent(), qint64{0});
+}
+
+void TestSerialTransport::queuedInSystem()
+{
+    Near near;
+    systemQueue = 123;
+    QCOMPARE(near.transport.queuedInSystem(), qint64{0}); // closed
+    QVERIFY(!near.open(m_far->device()));
+    QCOMPARE(near.transport.queuedInSystem(), qint64{123});
+    QCOMPARE(near.transport.unsent(), qint64{0});
+    systemQueue.reset();
+    QCOMPARE(near.transport.queuedInSystem(), qint64{0});
+}
+
+void TestSerialTransport::tellsWhatHasLeft()
+{
+    Near near;
+    QVERIFY(!near.open(m_far->device()));
+    QSignalSpy left(&near.transport, &Transport::bytesLeft);
+    near.transport.write("some");
+    QCOMPARE(left.size(), 0); // not inside the call
+    QTRY_COMPARE(left.size(), 1);
     QCOMPARE(near.transport.unsent(), qint64{0});
 }
 

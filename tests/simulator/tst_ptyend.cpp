@@ -68,7 +68,8 @@ private slots:
     void staleLinkIsReplaced();
     void otherFilesAreLeftAlone();
     void unplugAndPlug();
-    void dropUnplugs();
+    void dropBringsTheDeviceBack();
+    void unplugAfterADrop();
     void restartKeepsTheLine();
     void unknownRate();
     void slowReader();
@@ -291,17 +292,33 @@ void tst_ptyend::unplugAndPlug()
     QTRY_COMPARE(port.received, packet("8b 44"_hex));
 }
 
-void tst_ptyend::dropUnplugs()
+void tst_ptyend::dropBringsTheDeviceBack()
 {
-    Port port(m_end->path(), 57600);
-    m_tester->faults().dropAfter = 4;
-    port.send(packet("0b"_hex) + packet("0b"_hex));
-    QTRY_VERIFY(port.hasHungUp());
-    QVERIFY(!m_end->isPlugged());
-    QVERIFY(m_end->plug());
-    Port again(m_end->path(), 57600);
+    const QTemporaryDir directory;
+    const QString link = directory.filePath(QStringLiteral("tester"));
+    PtyEnd end(*m_tester, 57600);
+    QVERIFY(end.open(link));
+    {
+        Port port(link, 57600);
+        m_tester->faults().dropAfter = 4;
+        port.send(packet("0b"_hex) + packet("0b"_hex));
+        QTRY_VERIFY(port.hasHungUp());
+    }
+    QTRY_VERIFY(end.isPlugged());
+    QCOMPARE(end.path(), link);
+    Port again(link, 57600);
     again.send(packet("0b"_hex));
     QTRY_COMPARE(again.received, packet("8b 44"_hex));
+}
+
+void tst_ptyend::unplugAfterADrop()
+{
+    m_tester->dropConnection();
+    QVERIFY(!m_end->isPlugged());
+    m_end->unplug();
+    m_tester->dropConnection(); // no connection is left to drop
+    QTest::qWait(0);
+    QVERIFY(!m_end->isPlugged());
 }
 
 void tst_ptyend::restartKeepsTheLine()

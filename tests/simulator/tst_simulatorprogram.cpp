@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/FileDescriptor.h"
 #include "simulator/Talk.h"
 #include "support/TestProgram.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHostAddress>
 #include <QProcess>
@@ -9,6 +11,8 @@
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <fcntl.h>
 
 using namespace vantrel::test;
 
@@ -208,6 +212,11 @@ void tst_simulatorprogram::serialDevice()
     QVERIFY(
         program.says(QStringLiteral("Serial device ") + link + QStringLiteral(" at 38400 baud")));
     QVERIFY(QFileInfo(link).isSymLink());
+    const QString device = QFileInfo(link).symLinkTarget();
+    const vantrel::simulator::FileDescriptor nearEnd(
+        ::open(QFile::encodeName(device).constData(), O_RDWR | O_NOCTTY));
+    program.type("drop\n"); // the device that is open has hung up; the link leads to another one
+    QTRY_VERIFY(QFileInfo(link).isSymLink() && QFileInfo(link).symLinkTarget() != device);
     program.type("unplug\n");
     QTRY_VERIFY(!QFileInfo(link).isSymLink());
     program.type("plug\n");

@@ -18,7 +18,8 @@ public:
     std::optional<QString> openError; ///< refuses to open with this reason
     bool connectsAtOnce = true;       ///< false: the connect stays pending until connectNow()
 
-    qint64 heldUp = 0; ///< bytes that have not left, for all that the console is told
+    qint64 heldUp = 0;         ///< bytes that have not left, for all that the console is told
+    qint64 heldUpInSystem = 0; ///< the same of bytes in the queue of the system
 
     // What the console did
     QList<Endpoint> opened;
@@ -50,6 +51,7 @@ public:
             onWrite(bytes);
     }
     qint64 unsent() const override { return heldUp; }
+    qint64 queuedInSystem() const override { return heldUpInSystem; }
     qint64 read(char *buffer, qint64 capacity) override
     {
         const qint64 count = std::min<qint64>(capacity, m_waiting.size());
@@ -72,6 +74,13 @@ public:
     {
         m_connected = false;
         emit failed(description);
+    }
+    /// Everything has left.
+    void drain()
+    {
+        heldUp = 0;
+        heldUpInSystem = 0;
+        emit bytesLeft();
     }
     QByteArray writtenBytes() const { return written.join(); }
     QByteArray takeWritten()
