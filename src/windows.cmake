@@ -2,6 +2,7 @@ add_library(vantrel_windows STATIC
   windows/Binder.cpp
   windows/DialogBoxes.cpp
   windows/ElidedLabel.cpp
+  windows/EntryNotes.cpp
   windows/FieldFocus.cpp
   windows/FileDialog.cpp
   windows/FindBar.cpp

@@ -23,6 +23,13 @@ void Control::set(Value &member, const Value &value, Aspect aspect)
 void Control::setText(const QString &text)
 {
     set(m_text, text, Aspect::Text);
+    clearEntryNote();
+}
+
+void Control::adoptText(const QString &text)
+{
+    m_text = text;
+    clearEntryNote();
 }
 void Control::setToolTip(const QString &toolTip)
 {
@@ -61,6 +68,17 @@ void Control::setProgress(Progress progress)
 void Control::setLocked(bool locked)
 {
     set(m_locked, locked, Aspect::Locked);
+}
+
+void Control::setEntryNote(const QString &note)
+{
+    set(m_entryNote, note, Aspect::EntryNote);
+}
+
+void Control::clearEntryNote()
+{
+    if (!m_entryNote.isEmpty())
+        setEntryNote({});
 }
 
 void Control::insertItem(int position, const QString &item)

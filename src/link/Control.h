@@ -58,6 +58,7 @@ public:
         Index = 0x80,     ///< chosen entry of a drop-down list, -1 for none
         Progress = 0x100, ///< of a progress bar
         Locked = 0x200,   ///< an entry field that only shows
+        EntryNote = 0x400,
     };
     Q_DECLARE_FLAGS(Aspects, Aspect)
 
@@ -82,7 +83,11 @@ public:
     int index() const { return m_index; }
     Progress progress() const { return m_progress; }
     Pace pace() const { return m_pace; }
+    /// What was typed into an entry field and what it was taken as, when the two differ; else
+    /// empty.
+    const QString &entryNote() const { return m_entryNote; }
 
+    /// Clears the entry note: it is about the text before.
     void setText(const QString &text);
     void setToolTip(const QString &toolTip);
     void setEnabled(bool enabled);
@@ -94,6 +99,7 @@ public:
     void setIndex(int index);
     void setProgress(Progress progress);
     void setLocked(bool locked);
+    void setEntryNote(const QString &note);
 
     /// Adds to the end of the text; told by appended() instead of changed(), so that a long pane
     /// need not be handed over whole.
@@ -102,8 +108,9 @@ public:
     /// Aspects that core has set at least once.
     Aspects ownedAspects() const { return m_owned; }
 
-    /// Takes over what the form shows or what the user has just done, without a notice.
-    void adoptText(const QString &text) { m_text = text; }
+    /// Takes over what the form shows or what the user has just done, without a notice. A new text
+    /// clears the entry note as setText() does.
+    void adoptText(const QString &text);
     void adoptToolTip(const QString &toolTip) { m_toolTip = toolTip; }
     void adoptChecked(bool checked) { m_checked = checked; }
     void adoptIndex(int index) { m_index = index; }
@@ -115,9 +122,11 @@ signals:
 private:
     template <typename Value>
     void set(Value &member, const Value &value, Aspect aspect);
+    void clearEntryNote();
 
     QString m_text;
     QString m_toolTip;
+    QString m_entryNote;
     QStringList m_items;
     std::optional<Colour> m_colour;
     int m_index = -1;

@@ -17,11 +17,11 @@ namespace vantrel {
 
 namespace {
 
-constexpr std::array AllAspects{Control::Aspect::Text,     Control::Aspect::ToolTip,
-                                Control::Aspect::Enabled,  Control::Aspect::Visible,
-                                Control::Aspect::Checked,  Control::Aspect::Colour,
-                                Control::Aspect::Items,    Control::Aspect::Index,
-                                Control::Aspect::Progress, Control::Aspect::Locked};
+constexpr std::array AllAspects{
+    Control::Aspect::Text,    Control::Aspect::ToolTip,  Control::Aspect::Enabled,
+    Control::Aspect::Visible, Control::Aspect::Checked,  Control::Aspect::Colour,
+    Control::Aspect::Items,   Control::Aspect::Index,    Control::Aspect::Progress,
+    Control::Aspect::Locked,  Control::Aspect::EntryNote};
 
 /// The window itself, or the widget or action in it; other windows that belong to it do not count.
 QObject *faceOf(QWidget &window, const QString &name)
@@ -140,7 +140,8 @@ void adoptUserActions(Control &control, QObject &face)
 
 } // namespace
 
-Binder::Binder(const QList<Control *> &controls, QWidget &window) : m_window(window)
+Binder::Binder(const QList<Control *> &controls, QWidget &window)
+    : m_window(window), m_notes(window)
 {
     m_turn.setSingleShot(true);
     m_turn.callOnTimeout(this, &Binder::showWaitingTexts);
@@ -182,7 +183,7 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
         showText(control, face);
         break;
     case Control::Aspect::ToolTip:
-        set(face, "toolTip", control.toolTip());
+        set(face, "toolTip", EntryNotes::toolTip(control.entryNote(), control.toolTip()));
         break;
     case Control::Aspect::Enabled:
         setEnabled(face, control.isEnabled());
@@ -211,7 +212,19 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
     case Control::Aspect::Locked:
         set(face, "readOnly", control.isLocked());
         break;
+    case Control::Aspect::EntryNote:
+        showEntryNote(control, face);
+        break;
     }
+}
+
+void Binder::showEntryNote(const Control &control, QObject &face)
+{
+    auto *field = qobject_cast<QLineEdit *>(&face);
+    if (!field)
+        return;
+    m_notes.show(*field, control.entryNote());
+    show(control, face, Control::Aspect::ToolTip);
 }
 
 void Binder::showText(const Control &control, QObject &face)
