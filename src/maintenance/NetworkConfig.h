@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/Control.h"
+#include "link/NumberEntry.h"
 #include "maintenance/NetworkRecord.h"
 
 #include <QByteArray>
@@ -68,14 +69,13 @@ public:
     /// The user has changed a box: the hint follows.
     void edited();
     /// Part `index` of the tester's address, or of the gateway's: limited to 0 to 255.
-    void ipLeft(int index);
-    void gatewayLeft(int index);
+    /// False when the text was rejected, as for the others.
+    bool ipLeft(int index);
+    bool gatewayLeft(int index);
+    /// Part `index` of the net mask: converted when the record is written, only noted here.
+    void maskLeft(int index);
     /// A byte of the MAC address: limited to FF.
-    void macLeft(int index);
-
-    /// How many fields could not be taken when they were left: a press of a button that left such a
-    /// field does not count.
-    int refusals() const { return m_refusals; }
+    bool macLeft(int index);
 
 signals:
     void closeWanted();
@@ -87,8 +87,7 @@ private:
     void showRecord(const QByteArray &bytes);
     void showHint();
     void setMacEnabled(bool enabled);
-    void limitOctet(Control &box);
-    void leave(const std::function<void()> &check);
+    bool leave(Control &box, const NumberFormat &format);
 
     Session &m_session;
     VornCommands &m_commands;
@@ -97,7 +96,6 @@ private:
     NetworkControls m_controls;
     QByteArray m_readBuffer; // filled by a read that may end after its window has closed
     quint32 m_openings = 0;  // changes when the window opens or closes
-    int m_refusals = 0;
     bool m_open = false;
 };
 

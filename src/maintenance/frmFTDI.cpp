@@ -10,12 +10,7 @@ namespace vantrel {
 template <auto Handler>
 void frmFTDI::onPressed(QAbstractButton &button)
 {
-    connect(&button, &QAbstractButton::clicked, this, [this] {
-        const int refusals = m_ftdi.refusals();
-        m_fields.commit();
-        if (m_ftdi.refusals() == refusals)
-            (m_ftdi.*Handler)();
-    });
+    m_fields.onClicked(button, [this] { (m_ftdi.*Handler)(); });
 }
 
 template <auto Handler>
@@ -27,7 +22,7 @@ void frmFTDI::onTicked(QAbstractButton &box)
 template <auto Handler>
 void frmFTDI::onLeft(QLineEdit &field)
 {
-    m_fields.onLeft(field, [this] { (m_ftdi.*Handler)(); });
+    m_fields.onLeft(field, [this] { return (m_ftdi.*Handler)(); });
 }
 
 frmFTDI::frmFTDI(FtdiUtility &ftdi, QWidget *parent)
