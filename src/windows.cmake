@@ -3,6 +3,7 @@ add_library(vantrel_windows STATIC
   windows/DialogBoxes.cpp
   windows/DropDownList.cpp
   windows/ElidedLabel.cpp
+  windows/EntryNotes.cpp
   windows/FieldFocus.cpp
   windows/FileDialog.cpp
   windows/FindBar.cpp

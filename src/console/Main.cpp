@@ -7,6 +7,7 @@
 #include "protocol/FlashForm.h"
 #include "ui_Main.h"
 #include "windows/Binder.h"
+#include "windows/FieldFocus.h"
 #include "windows/LegiblePane.h"
 #include "windows/ReadOnlyFields.h"
 
@@ -45,7 +46,8 @@ void reserve(QLineEdit &field, const QString &widest)
 } // namespace
 
 Main::Main(Console &console)
-    : m_console(console), m_ui(std::make_unique<Ui::Main>()), m_Timer1(new QTimer(this))
+    : m_console(console), m_ui(std::make_unique<Ui::Main>()), m_fields(new FieldFocus(*this)),
+      m_Timer1(new QTimer(this))
 {
     m_ui->setupUi(this);
     setWindowTitle(QStringLiteral("Vantrel v%1.%2.%3")
@@ -88,9 +90,8 @@ void Main::connectPortControls()
 {
     connect(m_ui->VoltWin, &QLineEdit::textEdited, this,
             [this] { m_console.act([this] { m_console.ports().voltWinChanged(); }); });
-    connect(m_ui->VoltWin, &QLineEdit::returnPressed, this,
-            [this] { m_console.act([this] { m_console.ports().voltWinLostFocus(); }); });
-    connect(m_ui->VoltWin, &QLineEdit::editingFinished, this, &Main::voltWinLeft);
+    m_fields->onLeft(*m_ui->VoltWin,
+                     [this] { m_console.act([this] { m_console.ports().voltWinLostFocus(); }); });
     onClick(m_ui->VoltEnable, &PortControls::voltEnableClicked);
     onClick(m_ui->VoltDisable, &PortControls::voltDisableClicked);
     onClick(m_ui->Vcc_AR, &PortControls::vccAutoRecoveryClicked);
@@ -98,21 +99,6 @@ void Main::connectPortControls()
     onClick(m_ui->USBReset, &PortControls::usbResetClicked);
     onClick(m_ui->Suspend, &PortControls::suspendClicked);
     onClick(m_ui->USBResume, &PortControls::usbResumeClicked);
-}
-
-void Main::voltWinLeft()
-{
-    // The user went to another program, perhaps in the middle of a number: the field keeps its
-    // place in the window.
-    if (focusWidget() == m_ui->VoltWin && !m_ui->VoltWin->hasFocus())
-        return;
-    const bool setPressed =
-        m_ui->VoltSet->hasFocus() && QGuiApplication::mouseButtons() != Qt::NoButton;
-    m_console.act([this] { m_console.ports().voltWinLostFocus(); });
-    // Sending disables the button under the mouse. The button next to it, which may be VoltDisable,
-    // is no place for the focus then.
-    if (setPressed && !m_ui->VoltSet->isEnabled())
-        m_ui->VoltWin->setFocus();
 }
 
 void Main::connectMenus()

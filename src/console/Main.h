@@ -12,6 +12,7 @@ namespace vantrel {
 
 class Binder;
 class Console;
+class FieldFocus;
 class FlashForm;
 class PortControls;
 class frmNewIP;
@@ -44,7 +45,6 @@ private:
     void connectScripts();
     void onClick(QAbstractButton *button, void (PortControls::*handler)());
     void openFlashForm();
-    void voltWinLeft();
     void arrange();
     void shutDown();
     void closeOtherWindows();
@@ -52,6 +52,7 @@ private:
     Console &m_console;
     std::unique_ptr<Ui::Main> m_ui;
     std::unique_ptr<Binder> m_binder;
+    FieldFocus *m_fields;
     FlashForm *m_FlashForm = nullptr; // made when it is first wanted
     frmNewIP *m_frmNewIP;
     QTimer *m_Timer1;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "console/PortControls.h"
 
+#include "link/NumberEntry.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
 #include "protocol/VornCommands.h"
@@ -14,11 +15,20 @@ void PortControls::voltWinChanged()
 
 void PortControls::voltWinLostFocus()
 {
-    const QString &text = m_session.Main.VoltWin.text();
-    if (text == m_session.VbusText)
+    Control &field = m_session.Main.VoltWin;
+    const QString typed = field.text();
+    if (typed == m_session.VbusText)
         return;
-    m_session.VbusVolts = static_cast<float>(numericValue(text));
+    const auto requested = static_cast<float>(numericValue(typed));
+    m_session.VbusVolts = requested;
     m_commands.SendVbusVoltage();
+
+    QString limit;
+    if (m_session.VbusVolts > requested)
+        limit = limitText(Limit::Lowest, m_session.VbusText);
+    else if (m_session.VbusVolts < requested)
+        limit = limitText(Limit::Highest, m_session.VbusText);
+    noteEntry(field, typed, Notation::Decimal, limit);
 }
 
 void PortControls::voltEnableClicked()

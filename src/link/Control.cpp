@@ -37,6 +37,13 @@ void Control::setText(const QString &text)
     const bool first = !m_owned.testFlag(Aspect::Text);
     if (first || this->text() != text)
         redrawText(text);
+    clearEntryNote();
+}
+
+void Control::adoptText(const QString &text)
+{
+    storeText(text);
+    clearEntryNote();
 }
 
 void Control::redrawText(const QString &text)
@@ -98,6 +105,17 @@ void Control::setProgress(Progress progress)
 void Control::setLocked(bool locked)
 {
     set(m_locked, locked, Aspect::Locked);
+}
+
+void Control::setEntryNote(const QString &note)
+{
+    set(m_entryNote, note, Aspect::EntryNote);
+}
+
+void Control::clearEntryNote()
+{
+    if (!m_entryNote.isEmpty())
+        setEntryNote({});
 }
 
 void Control::insertItem(int position, const QString &item)

@@ -60,6 +60,7 @@ public:
         Progress = 0x100, ///< of a progress bar
         Locked = 0x200,   ///< an entry field that only shows
         Stale = 0x400,    ///< of a label or a read-only field, see setStale()
+        EntryNote = 0x800,
     };
     Q_DECLARE_FLAGS(Aspects, Aspect)
 
@@ -90,7 +91,11 @@ public:
     bool isStale() const { return m_stale; }
     /// Time of the last setFresh().
     std::optional<QTime> freshAt() const { return m_freshAt; }
+    /// What was typed into an entry field and what it was taken as, when the two differ; else
+    /// empty.
+    const QString &entryNote() const { return m_entryNote; }
 
+    /// Clears the entry note: it is about the text before.
     void setText(const QString &text);
     void setToolTip(const QString &toolTip);
     void setEnabled(bool enabled);
@@ -102,6 +107,7 @@ public:
     void setIndex(int index);
     void setProgress(Progress progress);
     void setLocked(bool locked);
+    void setEntryNote(const QString &note);
 
     /// Appends to the text; emits appended() instead of changed(), so that a long pane need not be
     /// passed whole. Lines beyond the limit are removed now and then, so that the average cost is
@@ -121,8 +127,9 @@ public:
     /// Aspects that core has set at least once.
     Aspects ownedAspects() const { return m_owned; }
 
-    /// Takes over what the form shows or what the user has just done, without a notice.
-    void adoptText(const QString &text) { storeText(text); }
+    /// Takes over what the form shows or what the user has just done, without a notice. A new text
+    /// clears the entry note as setText() does.
+    void adoptText(const QString &text);
     void adoptToolTip(const QString &toolTip) { m_toolTip = toolTip; }
     void adoptChecked(bool checked) { m_checked = checked; }
     void adoptIndex(int index) { m_index = index; }
@@ -136,10 +143,12 @@ private:
     void set(Value &member, const Value &value, Aspect aspect);
     void storeText(const QString &text);
     void removeExcessLines() const;
+    void clearEntryNote();
 
     mutable QString m_text;           // at most twice the limit; text() removes the excess
     mutable qsizetype m_lineEnds = 0; // in m_text; counted only if there is a limit
     QString m_toolTip;
+    QString m_entryNote;
     QStringList m_items;
     std::optional<Colour> m_colour;
     std::optional<QTime> m_freshAt;

@@ -62,6 +62,14 @@ double prefixedValue(QStringView text, int base)
     return value;
 }
 
+bool isDigits(QStringView text, int base)
+{
+    return !text.isEmpty() && std::all_of(text.begin(), text.end(), [base](QChar character) {
+        const int digit = hexDigit(character);
+        return digit >= 0 && digit < base;
+    });
+}
+
 qsizetype skipDigits(QStringView text, qsizetype position)
 {
     while (position < text.size() && text[position] >= u'0' && text[position] <= u'9')
@@ -212,6 +220,23 @@ double numericValue(QStringView text)
     if (number.startsWith(QLatin1String("&o"), Qt::CaseInsensitive))
         return prefixedValue(QStringView(number).sliced(2), 8);
     return QLocale::c().toDouble(QStringView(number).first(decimalLength(number)));
+}
+
+bool isPlainNumber(QStringView text)
+{
+    const QStringView number = text.trimmed();
+    if (withoutWhiteSpace(text) != number)
+        return false;
+    if (number.startsWith(QLatin1String("&h"), Qt::CaseInsensitive))
+        return isPlainHex(number.sliced(2));
+    if (number.startsWith(QLatin1String("&o"), Qt::CaseInsensitive))
+        return isDigits(number.sliced(2), 8);
+    return !number.isEmpty() && decimalLength(number) == number.size();
+}
+
+bool isPlainHex(QStringView text)
+{
+    return isDigits(text, 16);
 }
 
 qint32 roundToLong(double value)

@@ -57,6 +57,13 @@ qint32 HexToLong(QStringView text);
 /// skipped wherever they stand; a point, an exponent and the prefixes &H and &O are understood.
 double numericValue(QStringView text);
 
+/// Whether the whole text, apart from white space around it, is one number as numericValue() reads
+/// it.
+bool isPlainNumber(QStringView text);
+
+/// Whether the text consists of hexadecimal digits, at least one.
+bool isPlainHex(QStringView text);
+
 /// Rounds to the nearest integer, halves to even. Throws RuntimeError "Overflow" outside 32 bits.
 qint32 roundToLong(double value);
 

@@ -15,11 +15,8 @@ EZUSBForm::EZUSBForm(EzUsbConverter &converter, QWidget *parent)
     new ReadOnlyFields(*this);
     keepRoomForHiddenRows();
     m_binder = std::make_unique<Binder>(converter.controls().all, *this);
-    m_focus.onLeft(*m_ui->Address, [this] { m_converter.addressLeft(); });
-    connect(m_ui->LoadFW, &QPushButton::clicked, this, [this] {
-        m_focus.commit();
-        m_converter.loadClicked();
-    });
+    m_focus.onLeft(*m_ui->Address, [this] { return m_converter.addressLeft(); });
+    m_focus.onClicked(*m_ui->LoadFW, [this] { m_converter.loadClicked(); });
     connect(&converter, &EzUsbConverter::closeWanted, this, &QWidget::close);
 }
 

@@ -4,6 +4,7 @@
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
 #include "link/Files.h"
+#include "link/NumberEntry.h"
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/VornComm.h"
@@ -15,8 +16,6 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
-#include <limits>
 #include <optional>
 #include <utility>
 
@@ -24,7 +23,9 @@ namespace vantrel {
 
 namespace {
 
-constexpr qint32 HighestAddress = 127; // of a USB device
+/// A negative number stays negative, and no device has such an address.
+constexpr NumberFormat AddressFormat{Notation::Prefixed, NumberFormat::NoLimit, 0x7F,
+                                     prefixedByteText};
 constexpr qint32 EndTicks = 50;
 
 constexpr quint8 VendorOut = 0x40;
@@ -74,15 +75,9 @@ void EzUsbConverter::closed()
     m_session.waits.check();
 }
 
-void EzUsbConverter::addressLeft()
+bool EzUsbConverter::addressLeft()
 {
-    m_errors.runNow([this] {
-        QString text = m_controls.Address.text();
-        const qint32 address = std::min(ParseNumber(text), HighestAddress);
-        if (address < std::numeric_limits<qint16>::min())
-            throw RuntimeError::overflow();
-        m_controls.Address.setText(QStringLiteral("0x") + Hex2(static_cast<qint16>(address)));
-    });
+    return m_errors.runNow([this] { commitNumber(m_controls.Address, AddressFormat); });
 }
 
 void EzUsbConverter::loadClicked()

@@ -68,8 +68,8 @@ public:
     void closed();
 
     /// Rewrites `Address`: "0x" and two digits, 0x7F at most. A negative number stays negative
-    /// (four digits), and no device has such an address.
-    void addressLeft();
+    /// (four digits), and no device has such an address. False when the text was rejected.
+    bool addressLeft();
     void loadClicked();
 
 signals:

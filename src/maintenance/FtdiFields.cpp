@@ -2,96 +2,74 @@
 
 // What becomes of the entry fields when the user leaves them.
 #include "link/ErrorBoundary.h"
-#include "link/Utils.h"
-#include "link/Words.h"
 #include "maintenance/FtdiUtility.h"
-
-#include <algorithm>
-#include <limits>
 
 namespace vantrel {
 
 namespace {
 
-constexpr qint32 HighestAddress = 127;
-constexpr qint32 HighestId = 0xFFFF;
-constexpr qint32 HighestRevision = 255;
-constexpr qint32 HighestPower = 500; // mA
+/// A negative number stays, and cannot be programmed.
+constexpr NumberFormat MajorRevision{Notation::Prefixed, NumberFormat::NoLimit, 255, decimalText};
+constexpr NumberFormat MinorRevision{Notation::Prefixed, 0, 255, decimalText};
 
-qint32 number(const Control &box)
+/// The EEPROM holds units of 2 mA.
+QString powerText(qint32 milliamperes)
 {
-    QString text = box.text();
-    return ParseNumber(text);
+    return decimalText(milliamperes / 2 * 2);
 }
+
+constexpr NumberFormat MaximumPower{Notation::Decimal, 0, 500, powerText};
 
 } // namespace
 
-void FtdiUtility::devAddrLeft()
+bool FtdiUtility::devAddrLeft()
 {
-    leave([this] {
-        const qint32 address = std::min(number(m_controls.DevAddr), HighestAddress);
-        if (address < std::numeric_limits<qint16>::min())
-            throw RuntimeError::overflow();
-        m_controls.DevAddr.setText(QStringLiteral("0x") + Hex2(static_cast<qint16>(address)));
+    return leave(m_controls.DevAddr, NumberFormats::DeviceAddress);
+}
+
+bool FtdiUtility::majRevLeft()
+{
+    return leave(m_controls.tbMajRev, MajorRevision);
+}
+
+bool FtdiUtility::minRevLeft()
+{
+    return leave(m_controls.tbMinRev, MinorRevision);
+}
+
+bool FtdiUtility::maxPowerLeft()
+{
+    return leave([this] {
+        const qint32 power = commitNumber(m_controls.tbMaxPower, MaximumPower);
+        m_image.setByte(FtdiByte::MaxPower, static_cast<quint8>(power / 2));
     });
 }
 
-void FtdiUtility::idLeft(Control &box)
+bool FtdiUtility::textLeft(Control &box)
 {
-    leave([&box] { box.setText(QStringLiteral("0x") + Hex4(std::min(number(box), HighestId))); });
-}
-
-/// A negative number stays, and cannot be programmed.
-void FtdiUtility::majRevLeft()
-{
-    leave([this] {
-        const qint32 revision = std::min(number(m_controls.tbMajRev), HighestRevision);
-        m_controls.tbMajRev.setText(QString::number(revision));
-    });
-}
-
-void FtdiUtility::minRevLeft()
-{
-    leave([this] {
-        const qint32 revision = std::clamp(number(m_controls.tbMinRev), 0, HighestRevision);
-        m_controls.tbMinRev.setText(QString::number(revision));
-    });
-}
-
-void FtdiUtility::maxPowerLeft()
-{
-    leave([this] {
-        const qint32 entered = roundToLong(numericValue(m_controls.tbMaxPower.text()));
-        const qint32 units = std::clamp(entered, 0, HighestPower) / 2;
-        m_controls.tbMaxPower.setText(QString::number(2 * units));
-        m_image.setByte(FtdiByte::MaxPower, static_cast<quint8>(units));
-    });
-}
-
-void FtdiUtility::textLeft(Control &box)
-{
-    leave([this, &box] {
+    bool storable = true;
+    const bool checked = leave([this, &box, &storable] {
         const QString refusal = textRefusal(box.text());
-        if (refusal.isEmpty()) {
+        storable = refusal.isEmpty();
+        if (storable) {
             m_accepted[&box] = box.text();
             return;
         }
-        ++m_refusals;
         box.setText(m_accepted.value(&box));
         m_errors.run([this, refusal] { return tell(refusal); });
     });
+    return checked && storable;
 }
 
 /// A window that goes leaves its field too; there is nothing to correct any more.
-void FtdiUtility::leave(const std::function<void()> &check)
+bool FtdiUtility::leave(const std::function<void()> &check)
 {
-    if (!m_open || m_running)
-        return;
-    m_errors.runNow([this, &check] {
-        ++m_refusals;
-        check();
-        --m_refusals;
-    });
+    return !m_open || m_running || m_errors.runNow(check);
+}
+
+bool FtdiUtility::leave(Control &box, const NumberFormat &format)
+{
+    return leave([&] { commitNumber(box, format); });
 }
 
 } // namespace vantrel

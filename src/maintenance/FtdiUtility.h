@@ -3,6 +3,7 @@
 
 #include "link/Control.h"
 #include "link/LinkLease.h"
+#include "link/NumberEntry.h"
 #include "maintenance/FtdiEeprom.h"
 #include "maintenance/FtdiExchange.h"
 #include "maintenance/FtdiSteps.h"
@@ -79,20 +80,17 @@ public:
     void selfPowerClicked();
     void serialClicked();
 
-    void devAddrLeft();
-    void vidLeft() { idLeft(m_controls.tbVID); }
-    void pidLeft() { idLeft(m_controls.tbPID); }
-    void majRevLeft();
-    void minRevLeft();
-    void maxPowerLeft();
+    // False when the text was rejected.
+    bool devAddrLeft();
+    bool vidLeft() { return leave(m_controls.tbVID, NumberFormats::Word); }
+    bool pidLeft() { return leave(m_controls.tbPID, NumberFormats::Word); }
+    bool majRevLeft();
+    bool minRevLeft();
+    bool maxPowerLeft();
     // A string with a character that cannot be stored goes back to what it was.
-    void mfrLeft() { textLeft(m_controls.tbMfr); }
-    void productLeft() { textLeft(m_controls.tbProduct); }
-    void serialLeft() { textLeft(m_controls.tbSerial); }
-
-    /// How many fields could not be taken when they were left: a press of a button that left such a
-    /// field does not count.
-    int refusals() const { return m_refusals; }
+    bool mfrLeft() { return textLeft(m_controls.tbMfr); }
+    bool productLeft() { return textLeft(m_controls.tbProduct); }
+    bool serialLeft() { return textLeft(m_controls.tbSerial); }
 
 private:
     using TakeWord = std::function<void(int word, const QByteArray &data)>;
@@ -132,9 +130,9 @@ private:
     /// Why the text cannot be stored; empty when it can.
     static QString textRefusal(const QString &text);
 
-    void idLeft(Control &box);
-    void textLeft(Control &box);
-    void leave(const std::function<void()> &check);
+    bool textLeft(Control &box);
+    bool leave(const std::function<void()> &check);
+    bool leave(Control &box, const NumberFormat &format);
 
     Session &m_session;
     Dialogs &m_dialogs;
@@ -146,8 +144,7 @@ private:
     FtdiEeprom m_image;
     std::optional<FtdiEeprom> m_asRead;         // the device's, once all words have been read
     QHash<const Control *, QString> m_accepted; // texts of the string boxes, as last taken
-    int m_refusals = 0;
-    CancelSource m_opening; // cancelled when the window opens or closes
+    CancelSource m_opening;                     // cancelled when the window opens or closes
     bool m_open = false;
     bool m_running = false;
     bool m_otherLayout = false; // of m_asRead, which is then present

@@ -9,21 +9,13 @@
 #include "protocol/VornCommands.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace vantrel {
 
 namespace {
 
-constexpr qint32 LargestByte = 255;
-
-qint16 rounded(const QString &text)
-{
-    const qint32 value = roundToLong(numericValue(text));
-    if (value < std::numeric_limits<qint16>::min() || value > std::numeric_limits<qint16>::max())
-        throw RuntimeError::overflow();
-    return static_cast<qint16>(value);
-}
+constexpr NumberFormat AddressPart{Notation::Decimal, 0, 255, decimalText, true};
+constexpr NumberFormat MacByte{Notation::Hexadecimal, 0, 0xFF, plainByteText};
 
 } // namespace
 
@@ -74,23 +66,25 @@ void NetworkConfig::edited()
     showHint();
 }
 
-void NetworkConfig::ipLeft(int index)
+bool NetworkConfig::ipLeft(int index)
 {
-    leave([this, index] { limitOctet(m_controls.tbIP.at(static_cast<std::size_t>(index))); });
+    return leave(m_controls.tbIP.at(static_cast<std::size_t>(index)), AddressPart);
 }
 
-void NetworkConfig::gatewayLeft(int index)
+bool NetworkConfig::gatewayLeft(int index)
 {
-    leave([this, index] { limitOctet(m_controls.tbGWIP.at(static_cast<std::size_t>(index))); });
+    return leave(m_controls.tbGWIP.at(static_cast<std::size_t>(index)), AddressPart);
 }
 
-void NetworkConfig::macLeft(int index)
+void NetworkConfig::maskLeft(int index)
 {
-    leave([this, index] {
-        Control &box = m_controls.tbMAC.at(static_cast<std::size_t>(index));
-        const qint32 value = std::min(HexToLong(box.text()), LargestByte);
-        box.setText(Hex2(static_cast<qint16>(value)));
-    });
+    if (m_open)
+        noteNumber(m_controls.tbMask.at(static_cast<std::size_t>(index)), AddressPart);
+}
+
+bool NetworkConfig::macLeft(int index)
+{
+    return leave(m_controls.tbMAC.at(static_cast<std::size_t>(index)), MacByte);
 }
 
 QCoro::Task<> NetworkConfig::read()
@@ -184,23 +178,14 @@ void NetworkConfig::showHint()
     m_controls.lblHint.setText(hint);
 }
 
-void NetworkConfig::limitOctet(Control &box)
-{
-    const qint32 value = std::clamp<qint32>(rounded(box.text()), 0, LargestByte);
-    box.setText(QString::number(value));
-}
-
 /// A window that goes leaves its field too; there is nothing to correct any more.
-void NetworkConfig::leave(const std::function<void()> &check)
+bool NetworkConfig::leave(Control &box, const NumberFormat &format)
 {
     if (!m_open)
-        return;
-    m_errors.runNow([this, &check] {
-        ++m_refusals;
-        check();
-        --m_refusals;
-    });
+        return true;
+    const bool accepted = m_errors.runNow([&] { commitNumber(box, format); });
     showHint();
+    return accepted;
 }
 
 } // namespace vantrel

@@ -3,6 +3,7 @@
 
 #include "link/CancelToken.h"
 #include "link/Control.h"
+#include "link/NumberEntry.h"
 #include "link/TesterIdentity.h"
 #include "maintenance/NetworkRecord.h"
 
@@ -72,14 +73,13 @@ public:
     /// The user has changed a box: the hint follows.
     void edited();
     /// Part `index` of the tester's address, or of the gateway's: limited to 0 to 255.
-    void ipLeft(int index);
-    void gatewayLeft(int index);
+    /// False when the text was rejected, as for the others.
+    bool ipLeft(int index);
+    bool gatewayLeft(int index);
+    /// Part `index` of the net mask: converted when the record is written, only noted here.
+    void maskLeft(int index);
     /// A byte of the MAC address: limited to FF.
-    void macLeft(int index);
-
-    /// How many fields could not be taken when they were left: a press of a button that left such a
-    /// field does not count.
-    int refusals() const { return m_refusals; }
+    bool macLeft(int index);
 
 signals:
     void closeWanted();
@@ -92,8 +92,7 @@ private:
     void showRecord(const QByteArray &bytes);
     void showHint();
     void setMacEnabled(bool enabled);
-    void limitOctet(Control &box);
-    void leave(const std::function<void()> &check);
+    bool leave(Control &box, const NumberFormat &format);
 
     Session &m_session;
     VornCommands &m_commands;
@@ -103,7 +102,6 @@ private:
     QByteArray m_readBuffer; // filled by a read that may end after its window has closed
     CancelSource m_opening;  // cancelled when the window opens or closes
     TesterIdentity m_source; // the tester that was asked for the settings
-    int m_refusals = 0;
     bool m_open = false;
 };
 

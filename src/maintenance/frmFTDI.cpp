@@ -24,12 +24,7 @@ void retainSize(QWidget &widget)
 template <auto Handler>
 void frmFTDI::onPressed(QAbstractButton &button)
 {
-    connect(&button, &QAbstractButton::clicked, this, [this] {
-        const int refusals = m_ftdi.refusals();
-        m_fields.commit();
-        if (m_ftdi.refusals() == refusals)
-            (m_ftdi.*Handler)();
-    });
+    m_fields.onClicked(button, [this] { (m_ftdi.*Handler)(); });
 }
 
 template <auto Handler>
@@ -41,7 +36,7 @@ void frmFTDI::onTicked(QAbstractButton &box)
 template <auto Handler>
 void frmFTDI::onLeft(QLineEdit &field)
 {
-    m_fields.onLeft(field, [this] { (m_ftdi.*Handler)(); });
+    m_fields.onLeft(field, [this] { return (m_ftdi.*Handler)(); });
 }
 
 frmFTDI::frmFTDI(FtdiUtility &ftdi, QWidget *parent)

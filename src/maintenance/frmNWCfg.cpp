@@ -18,12 +18,7 @@ frmNWCfg::frmNWCfg(NetworkConfig &config, QWidget *parent)
     m_binder = std::make_unique<Binder>(config.controls().all, *this);
     connectBoxes();
     connect(m_ui->cbMACEnbl, &QCheckBox::clicked, this, [this] { m_config.macEnableClicked(); });
-    connect(m_ui->btUpdate, &QPushButton::clicked, this, [this] {
-        const int refusals = m_config.refusals();
-        m_fields.commit();
-        if (m_config.refusals() == refusals)
-            m_config.updateClicked();
-    });
+    m_fields.onClicked(*m_ui->btUpdate, [this] { m_config.updateClicked(); });
     connect(m_ui->btCancel, &QPushButton::clicked, &config, &NetworkConfig::cancelClicked);
     connect(&config, &NetworkConfig::closeWanted, this, &frmNWCfg::close);
 }
@@ -34,11 +29,12 @@ void frmNWCfg::connectBoxes()
 {
     const NetworkControls &controls = m_config.controls();
     for (int i = 0; i < static_cast<int>(controls.tbIP.size()); ++i) {
-        m_fields.onLeft(box("tbIP", i), [this, i] { m_config.ipLeft(i); });
-        m_fields.onLeft(box("tbGWIP", i), [this, i] { m_config.gatewayLeft(i); });
+        m_fields.onLeft(box("tbIP", i), [this, i] { return m_config.ipLeft(i); });
+        m_fields.onLeft(box("tbGWIP", i), [this, i] { return m_config.gatewayLeft(i); });
+        m_fields.onLeft(box("tbMask", i), [this, i] { m_config.maskLeft(i); });
     }
     for (int i = 0; i < static_cast<int>(controls.tbMAC.size()); ++i)
-        m_fields.onLeft(box("tbMAC", i), [this, i] { m_config.macLeft(i); });
+        m_fields.onLeft(box("tbMAC", i), [this, i] { return m_config.macLeft(i); });
 
     for (QLineEdit *field : findChildren<QLineEdit *>()) {
         connect(field, &QLineEdit::textEdited, this, [this] { m_config.edited(); });

@@ -4,6 +4,7 @@
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
 #include "link/Files.h"
+#include "link/NumberEntry.h"
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
@@ -12,17 +13,9 @@
 
 #include <QScopeGuard>
 
-#include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace vantrel {
-
-namespace {
-
-constexpr qint32 HighestAddress = 0x7F;
-
-} // namespace
 
 DescriptorViewer::DescriptorViewer(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                                    ErrorBoundary &errors)
@@ -63,13 +56,8 @@ void DescriptorViewer::getDescClicked()
 
 bool DescriptorViewer::devAddrLeft()
 {
-    return m_errors.runNow([this] {
-        QString text = m_controls.DevAddr.text();
-        const qint32 address = std::min(ParseNumber(text), HighestAddress);
-        if (address < std::numeric_limits<qint16>::min())
-            throw RuntimeError::overflow();
-        m_controls.DevAddr.setText(QStringLiteral("0x") + Hex2(static_cast<qint16>(address)));
-    });
+    return m_errors.runNow(
+        [this] { commitNumber(m_controls.DevAddr, NumberFormats::DeviceAddress); });
 }
 
 void DescriptorViewer::saveClicked()

@@ -61,16 +61,8 @@ void DevRqstForm::connectDataFields()
     for (int index = 0; index < RequestControls::DataFieldCount; ++index) {
         QLineEdit &field = dataField(index);
         m_focus->onEntered(field, [this, index] { m_builder.dataEntered(index); });
-        m_focus->onLeft(field, [this, &field, index] { return dataLeft(field, index); });
+        m_focus->onLeft(field, [this, index] { return m_builder.dataLeft(index); });
     }
-}
-
-bool DevRqstForm::dataLeft(const QLineEdit &field, int index)
-{
-    const bool taken = m_builder.dataLeft(index);
-    if (field.hasFocus()) // Enter or a button's key: the user is in the field anew
-        m_builder.dataEntered(index);
-    return taken;
 }
 
 QLineEdit &DevRqstForm::dataField(int index) const
@@ -91,15 +83,9 @@ void DevRqstForm::connectManualMode()
 
 void DevRqstForm::connectButtons()
 {
-    connect(m_ui->Send, &QPushButton::clicked, this, [this] {
-        if (m_focus->commit())
-            m_builder.sendClicked();
-    });
-    connect(m_ui->Save, &QPushButton::clicked, this, [this] {
-        if (m_focus->commit())
-            m_builder.saveClicked();
-    });
-    connect(m_ui->Open, &QPushButton::clicked, this, &DevRqstForm::openClicked);
+    m_focus->onClicked(*m_ui->Send, [this] { m_builder.sendClicked(); });
+    m_focus->onClicked(*m_ui->Save, [this] { m_builder.saveClicked(); });
+    m_focus->onClicked(*m_ui->Open, [this] { openClicked(); });
     const auto shortcut = [this](const QKeySequence &keys, QPushButton *button) {
         connect(new QShortcut(keys, this), &QShortcut::activated, button, &QPushButton::click);
     };

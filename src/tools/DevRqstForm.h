@@ -37,7 +37,6 @@ private:
     void connectManualMode();
     void connectButtons();
     void connectField(QLineEdit *field, bool (RequestBuilder::*left)());
-    bool dataLeft(const QLineEdit &field, int index);
     void openClicked();
     void arrange();
     void colourDisabledFields();

@@ -29,18 +29,13 @@ GetDescForm::GetDescForm(DescriptorViewer &viewer, QWidget *parent)
 {
     m_ui->setupUi(this);
     m_binder = std::make_unique<Binder>(viewer.controls().all, *this);
-    m_ui->rows->addWidget(new FindBar(*m_ui->DescInfo, m_ui->content));
+    m_ui->rows->insertWidget(m_ui->rows->indexOf(m_ui->StatusLine),
+                             new FindBar(*m_ui->DescInfo, m_ui->content));
     arrange();
 
     m_focus->onLeft(*m_ui->DevAddr, [this] { return m_viewer.devAddrLeft(); });
-    connect(m_ui->GetDesc, &QPushButton::clicked, this, [this] {
-        if (m_focus->commit())
-            m_viewer.getDescClicked();
-    });
-    connect(m_ui->Save, &QPushButton::clicked, this, [this] {
-        if (m_focus->commit())
-            m_viewer.saveClicked();
-    });
+    m_focus->onClicked(*m_ui->GetDesc, [this] { m_viewer.getDescClicked(); });
+    m_focus->onClicked(*m_ui->Save, [this] { m_viewer.saveClicked(); });
 
     auto *copy = new QShortcut(QKeySequence::Copy, this);
     connect(copy, &QShortcut::activated, this, &GetDescForm::copyReport);

@@ -4,6 +4,7 @@
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
 #include "link/Files.h"
+#include "link/NumberEntry.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
 #include "protocol/DeviceRequests.h"
@@ -12,34 +13,16 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
 #include <array>
-#include <limits>
 
 namespace vantrel {
 
 namespace {
 
-constexpr qint32 HighestAddress = 127;
-constexpr qint32 HighestByte = 0xFF;
-constexpr qint32 HighestWord = 0xFFFF;
 constexpr qint16 MostEntered = RequestControls::DataFieldCount - 1;
 
 constexpr qint32 ManualModeAddress = 0x80; // marks the address of a manual-mode request
 constexpr qint32 FullSpeedFlag = 4;
-
-/// Four digits for a number below zero, which no field limits.
-QString byteText(qint32 value)
-{
-    if (value < std::numeric_limits<qint16>::min())
-        throw RuntimeError::overflow();
-    return QStringLiteral("0x") + Hex2(static_cast<qint16>(value));
-}
-
-QString wordText(qint32 value)
-{
-    return QStringLiteral("0x") + Hex4(value);
-}
 
 qint32 numberIn(const Control &field)
 {
@@ -55,19 +38,6 @@ quint8 byteIn(const Control &field)
 quint16 wordIn(const Control &field)
 {
     return checked<quint16>(numberIn(field));
-}
-
-/// Limits what was entered and shows it as the window shows numbers.
-qint32 settleByte(Control &field, qint32 highest = HighestByte)
-{
-    const qint32 value = std::min(numberIn(field), highest);
-    field.setText(byteText(value));
-    return value;
-}
-
-void settleWord(Control &field)
-{
-    field.setText(wordText(std::min(numberIn(field), HighestWord)));
 }
 
 FileChoice requestFileChoice(FileChoice::Kind kind, const QString &title)
@@ -92,9 +62,9 @@ RequestBuilder::RequestBuilder(Session &session, DeviceRequests &requests, Dialo
     : m_session(session), m_requests(requests), m_dialogs(dialogs), m_errors(errors)
 {
     for (Control *field : {&m_controls.Address, &m_controls.bmReqType, &m_controls.bReq})
-        field->setText(byteText(0));
+        field->setText(prefixedByteText(0));
     for (Control *field : {&m_controls.wValue, &m_controls.windex, &m_controls.wLength})
-        field->setText(wordText(0));
+        field->setText(prefixedWordText(0));
     for (Control &field : m_controls.Data0)
         field.setText({});
     enableDataEntry(true);
@@ -126,32 +96,35 @@ bool RequestBuilder::act(const std::function<void()> &handler)
 
 bool RequestBuilder::addressLeft()
 {
-    return act([this] { settleByte(m_controls.Address, HighestAddress); });
+    return act([this] { commitNumber(m_controls.Address, NumberFormats::DeviceAddress); });
 }
 
 bool RequestBuilder::bmReqTypeLeft()
 {
-    return act([this] { enableDataEntry(settleByte(m_controls.bmReqType) < DeviceToHost); });
+    return act([this] {
+        const qint32 type = commitNumber(m_controls.bmReqType, NumberFormats::Byte);
+        enableDataEntry(type < DeviceToHost);
+    });
 }
 
 bool RequestBuilder::bReqLeft()
 {
-    return act([this] { settleByte(m_controls.bReq); });
+    return act([this] { commitNumber(m_controls.bReq, NumberFormats::Byte); });
 }
 
 bool RequestBuilder::wValueLeft()
 {
-    return act([this] { settleWord(m_controls.wValue); });
+    return act([this] { commitNumber(m_controls.wValue, NumberFormats::Word); });
 }
 
 bool RequestBuilder::windexLeft()
 {
-    return act([this] { settleWord(m_controls.windex); });
+    return act([this] { commitNumber(m_controls.windex, NumberFormats::Word); });
 }
 
 bool RequestBuilder::wLengthLeft()
 {
-    return act([this] { settleWord(m_controls.wLength); });
+    return act([this] { commitNumber(m_controls.wLength, NumberFormats::Word); });
 }
 
 void RequestBuilder::fieldEdited()
@@ -181,15 +154,18 @@ bool RequestBuilder::dataLeft(int index)
 
 void RequestBuilder::enterData(int index)
 {
-    settleByte(m_controls.dataField(index));
+    commitNumber(m_controls.dataField(index), NumberFormats::Byte);
     if (index == m_dataCount && m_dataCount < MostEntered)
         ++m_dataCount;
 }
 
 void RequestBuilder::removeData(int index)
 {
-    for (int place = index; place < RequestControls::DataFieldCount - 1; ++place)
-        m_controls.dataField(place).setText(m_controls.dataField(place + 1).text());
+    for (int place = index; place < RequestControls::DataFieldCount - 1; ++place) {
+        const Control &next = m_controls.dataField(place + 1);
+        m_controls.dataField(place).setText(next.text());
+        m_controls.dataField(place).setEntryNote(next.entryNote());
+    }
     if (index < m_dataCount)
         --m_dataCount;
 }
@@ -203,7 +179,7 @@ void RequestBuilder::enableDataEntry(bool enabled)
 
 void RequestBuilder::showDataSize()
 {
-    m_controls.dsize.setText(byteText(m_dataCount) + QStringLiteral(" bytes"));
+    m_controls.dsize.setText(prefixedByteText(m_dataCount) + QStringLiteral(" bytes"));
 }
 
 /// Empty while a field holds no number that fits it: the user may be about to type the rest.
@@ -336,21 +312,21 @@ QCoro::Task<> RequestBuilder::open()
 void RequestBuilder::load(const QString &path)
 {
     const RequestFileReader file(m_session, readWholeFile(path));
-    m_controls.Address.setText(byteText(file.address()));
-    m_controls.bmReqType.setText(byteText(file.bmRequestType()));
-    m_controls.bReq.setText(byteText(file.bRequest()));
-    m_controls.wValue.setText(wordText(file.wValue()));
-    m_controls.windex.setText(wordText(file.wIndex()));
-    m_controls.wLength.setText(wordText(file.wLength()));
+    m_controls.Address.setText(prefixedByteText(file.address()));
+    m_controls.bmReqType.setText(prefixedByteText(file.bmRequestType()));
+    m_controls.bReq.setText(prefixedByteText(file.bRequest()));
+    m_controls.wValue.setText(prefixedWordText(file.wValue()));
+    m_controls.windex.setText(prefixedWordText(file.wIndex()));
+    m_controls.wLength.setText(prefixedWordText(file.wLength()));
 
     const QByteArray data = file.data();
     for (int index = 0; index < RequestControls::DataFieldCount; ++index) {
         const bool present = index < data.size();
-        m_controls.dataField(index).setText(present ? byteText(static_cast<quint8>(data[index]))
-                                                    : QString());
+        m_controls.dataField(index).setText(
+            present ? prefixedByteText(static_cast<quint8>(data[index])) : QString());
     }
     m_dataCount = static_cast<qint16>(data.size());
-    m_controls.dsize.setText(byteText(m_dataCount));
+    m_controls.dsize.setText(prefixedByteText(m_dataCount));
     enableDataEntry(file.bmRequestType() < DeviceToHost);
     showFileName(path);
 }

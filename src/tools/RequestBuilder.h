@@ -48,7 +48,7 @@ struct RequestControls
 /// What the window `DevRqstForm` does: composes one device request, sends it, saves and loads it.
 /// The answer to a request comes to the response pane; nothing here waits for it.
 ///
-/// A number that is entered is limited at its top when its field is left, never refused. What
+/// A number that is entered is limited when its field is left, never refused. What
 /// counts is the text that a field holds when the request is sent or saved; a number that does not
 /// fit its byte or word by then is a run-time error. Each handler runs inside the error boundary
 /// and returns at once.

@@ -23,7 +23,7 @@ constexpr std::array AllAspects{
     Control::Aspect::Text,    Control::Aspect::ToolTip, Control::Aspect::Enabled,
     Control::Aspect::Visible, Control::Aspect::Checked, Control::Aspect::Colour,
     Control::Aspect::Items,   Control::Aspect::Index,   Control::Aspect::Progress,
-    Control::Aspect::Locked,  Control::Aspect::Stale};
+    Control::Aspect::Locked,  Control::Aspect::Stale,   Control::Aspect::EntryNote};
 
 /// The window itself, or the widget or action in it; other windows that belong to it do not count.
 QObject *faceOf(QWidget &window, const QString &name)
@@ -136,7 +136,8 @@ void adoptUserActions(Control &control, QObject &face)
 
 } // namespace
 
-Binder::Binder(const QList<Control *> &controls, QWidget &window) : m_window(window)
+Binder::Binder(const QList<Control *> &controls, QWidget &window)
+    : m_window(window), m_notes(window)
 {
     m_turn.setSingleShot(true);
     m_turn.callOnTimeout(this, &Binder::showWaitingTexts);
@@ -190,7 +191,7 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
         showText(control, face);
         break;
     case Control::Aspect::ToolTip:
-        set(face, "toolTip", shownToolTip(control));
+        set(face, "toolTip", EntryNotes::toolTip(control.entryNote(), shownToolTip(control)));
         break;
     case Control::Aspect::Enabled:
         setEnabled(face, control.isEnabled());
@@ -222,6 +223,9 @@ void Binder::show(const Control &control, QObject &face, Control::Aspect aspect)
     case Control::Aspect::Stale:
         showStale(control, face);
         break;
+    case Control::Aspect::EntryNote:
+        showEntryNote(control, face);
+        break;
     }
 }
 
@@ -237,6 +241,15 @@ void Binder::showStale(const Control &control, QObject &face)
     else
         m_stale.remove(&control);
     showColours(*widget, control);
+}
+
+void Binder::showEntryNote(const Control &control, QObject &face)
+{
+    auto *field = qobject_cast<QLineEdit *>(&face);
+    if (!field)
+        return;
+    m_notes.show(*field, control.entryNote());
+    show(control, face, Control::Aspect::ToolTip);
 }
 
 void Binder::showText(const Control &control, QObject &face)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/Control.h"
+#include "windows/EntryNotes.h"
 
 #include <QHash>
 #include <QList>
@@ -21,6 +22,8 @@ namespace vantrel {
 /// in the value before any handler that is connected to the same widget later than the binder.
 /// Values that core sets never look like user actions: handlers belong on clicked(), textEdited(),
 /// activated() and triggered().
+///
+/// The window's EntryNotes show the entry notes of its fields.
 ///
 /// A focused widget that core disables for a while has the focus back once it is enabled again,
 /// unless the user went elsewhere.
@@ -53,8 +56,10 @@ private:
     void showWaitingTexts();
     void showStale(const Control &control, QObject &face);
     void setEnabled(QObject &face, bool enabled);
+    void showEntryNote(const Control &control, QObject &face);
 
     QWidget &m_window;
+    EntryNotes m_notes;
     QPointer<QWidget> m_displaced; // had the focus when it was disabled
     QPointer<QWidget> m_standIn;   // has had the focus since
     QTimer m_turn;

@@ -106,7 +106,7 @@ void TestStaleStatus::silentTester()
     bench.second(); // asks
     bench.compareStale(false);
     bench.second(); // no answer: probing
-    QCOMPARE(int{bench.session.LinkState}, 2);
+    QCOMPARE(int(bench.session.LinkState), 2);
     bench.compareStale(true);
     bench.compareTexts();
 }

@@ -103,8 +103,8 @@ void TestScriptReports::stoppedWithoutIndex()
     for (const QByteArray &packet : {"a0 00 07 a1"_hex, "a0 00 07 a1 00"_hex}) {
         ScriptBench bench("Running");
         MainControls &main = bench.session.Main;
-        bench.session.ScriptBusy = true;
-        main.ScriptRun.setText(QStringLiteral("Stop"));
+        bench.session.leases.beginRun();
+        setScriptState(bench.session, ScriptState::Running);
         main.ScriptLoad.setEnabled(false);
 
         bench.dispatch(packet);

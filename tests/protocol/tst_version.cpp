@@ -330,7 +330,7 @@ void TestVersion::shortReply()
     bench.dispatch("8f"_hex + fields);
     QCOMPARE(bench.commandPane(), pane);
     QVERIFY(bench.session.StatusSeen);
-    QCOMPARE(int{bench.session.LinkState}, 3);
+    QCOMPARE(int(bench.session.LinkState), 3);
     QCOMPARE(int{bench.session.TesterModel}, model);
     QCOMPARE(int{bench.session.FirmwareMajor}, major);
     QCOMPARE(int{bench.session.FirmwareMinor}, minor);

@@ -96,13 +96,13 @@ void tst_descriptoraddress::leavingTheAddress_data()
                           << "0x02"
                           << "";
     QTest::newRow("negative") << "-1"
-                              << "0xFFFF"
+                              << "0x00"
                               << "";
-    QTest::newRow("lowest") << "-32768"
-                            << "0x8000"
-                            << "";
-    QTest::newRow("too low") << "-32769"
-                             << "-32769"
+    QTest::newRow("far below") << "-32769"
+                               << "0x00"
+                               << "";
+    QTest::newRow("too low") << "-2147483649"
+                             << "-2147483649"
                              << "Overflow";
     QTest::newRow("too large") << "0x80000000"
                                << "0x80000000"

@@ -93,6 +93,7 @@ constexpr auto Rows = std::to_array<Row>({
     {"Main", "HelpTopics", "QAction", "&Topics"},
 
     {"Main", "DownloadProgress", "QProgressBar", "", "Progress of the script download"},
+    {"Main", "StatusLine", "QLabel", ""},
 
     {"FlashForm", "Frame1", "QGroupBox", ""},
     {"FlashForm", "Label1", "QLabel", "Current Script Name"},

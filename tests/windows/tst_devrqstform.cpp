@@ -121,7 +121,7 @@ void TestDevRqstForm::dataFields()
 void TestDevRqstForm::nothingElse()
 {
     RequestFormBench bench;
-    QStringList expected{QStringLiteral("content")};
+    QStringList expected{QStringLiteral("content"), QStringLiteral("StatusLine")};
     for (const Row &row : Rows)
         expected += QString::fromLatin1(row.name);
     for (int index = 0; index < 32; ++index)

@@ -4,6 +4,7 @@
 #include "windows/ToolWindow.h"
 #include "windows/WindowBench.h"
 
+#include <QDialog>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QStringList>
@@ -26,6 +27,7 @@ public:
         for (QWidget *each : std::initializer_list<QWidget *>{first, second, button})
             rows->addWidget(each);
         setCentralWidget(content);
+        focus.onClicked(*button, [this] { events.append(QStringLiteral("clicked")); });
         for (QLineEdit *field : {first, second}) {
             const QString name =
                 field == first ? QStringLiteral("first") : QStringLiteral("second");
@@ -83,9 +85,17 @@ private slots:
     void goingFromFieldToField();
     void enterLeavesAndStays();
     void commitLeavesTheFieldOfTheUser();
-    void commitTellsOfARefusal();
+    void rejectedFieldIsCommittedAgain();
+    void correctedFieldIsNotCommittedAgain();
+    void rejectionStopsTheClick();
+    void rejectionStopsOneClickOnly();
     void handlerThatDoesNotTell();
-    void anotherWindowLeavesNothing();
+    void anotherWindowLeavesTheField();
+    void anotherWindowAfterAnotherProgram();
+    void boxLeavesNothing();
+    void closedWindowLeavesNothing();
+    void disabledTargetGivesTheFocusBack();
+    void disabledTargetIsNotLeft();
     void contextMenuLeavesNothing();
     void comesToTheFront();
 };
@@ -135,7 +145,8 @@ void TestFieldFocus::enterLeavesAndStays()
     Bench bench;
     bench.window.take();
     QTest::keyClick(bench.window.first, Qt::Key_Return);
-    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    QCOMPARE(bench.window.take(),
+             QStringList({QStringLiteral("first left"), QStringLiteral("first entered")}));
     QVERIFY(bench.window.first->hasFocus());
 }
 
@@ -144,20 +155,77 @@ void TestFieldFocus::commitLeavesTheFieldOfTheUser()
     Bench bench;
     bench.window.take();
     QVERIFY(bench.window.focus.commit());
-    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    QCOMPARE(bench.window.take(),
+             QStringList({QStringLiteral("first left"), QStringLiteral("first entered")}));
     bench.window.button->setFocus();
     bench.window.take();
     QVERIFY(bench.window.focus.commit());
     QCOMPARE(bench.window.take(), QStringList());
 }
 
-void TestFieldFocus::commitTellsOfARefusal()
+void TestFieldFocus::rejectedFieldIsCommittedAgain()
 {
     Bench bench;
     bench.window.takes = false;
     QVERIFY(!bench.window.focus.commit());
     bench.window.button->setFocus();
-    QVERIFY(bench.window.focus.commit()); // the field was left before
+    bench.window.take();
+    QVERIFY(!bench.window.focus.commit());
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    bench.window.takes = true;
+    QVERIFY(bench.window.focus.commit());
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    QVERIFY(bench.window.focus.commit());
+    QCOMPARE(bench.window.take(), QStringList());
+}
+
+void TestFieldFocus::correctedFieldIsNotCommittedAgain()
+{
+    Bench bench;
+    bench.window.takes = false;
+    QVERIFY(!bench.window.focus.commit());
+    bench.window.button->setFocus();
+    bench.window.take();
+    bench.window.first->setText(QStringLiteral("another"));
+    QVERIFY(bench.window.focus.commit());
+    QCOMPARE(bench.window.take(), QStringList());
+}
+
+/// The press leaves the field, so that the rejection comes before the click.
+void TestFieldFocus::rejectionStopsTheClick()
+{
+    Bench bench;
+    bench.window.takes = false;
+    bench.window.take();
+    QTest::mouseClick(bench.window.button, Qt::LeftButton);
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    QTest::mouseClick(bench.window.button, Qt::LeftButton);
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("first left")));
+    bench.window.takes = true;
+    QTest::mouseClick(bench.window.button, Qt::LeftButton);
+    QCOMPARE(bench.window.take(),
+             QStringList({QStringLiteral("first left"), QStringLiteral("clicked")}));
+}
+
+/// A box that opens at the press gets the release, and there is no click to stop.
+void TestFieldFocus::rejectionStopsOneClickOnly()
+{
+    Bench bench;
+    bench.window.takes = false;
+    QTest::mousePress(bench.window.button, Qt::LeftButton);
+    QDialog box(&bench.window);
+    box.setModal(true);
+    box.show();
+    box.activateWindow();
+    waitUntilActive(box);
+    box.close();
+    bench.window.activateWindow();
+    waitUntilActive(bench.window);
+    bench.window.button->setDown(false);
+    bench.window.takes = true;
+    bench.window.take();
+    QTest::mouseClick(bench.window.button, Qt::LeftButton);
+    QVERIFY(bench.window.take().contains(QStringLiteral("clicked")));
 }
 
 void TestFieldFocus::handlerThatDoesNotTell()
@@ -169,7 +237,7 @@ void TestFieldFocus::handlerThatDoesNotTell()
     QCOMPARE(leavings, 1);
 }
 
-void TestFieldFocus::anotherWindowLeavesNothing()
+void TestFieldFocus::anotherWindowLeavesTheField()
 {
     Bench bench;
     bench.window.take();
@@ -177,9 +245,78 @@ void TestFieldFocus::anotherWindowLeavesNothing()
     other.show();
     other.activateWindow();
     waitUntilActive(other);
+    QCOMPARE(bench.window.take(), // it is the field of its window still
+             QStringList({QStringLiteral("first left"), QStringLiteral("first entered")}));
     bench.window.activateWindow();
     waitUntilActive(bench.window);
     QCOMPARE(bench.window.take(), QStringList(QStringLiteral("activated")));
+}
+
+void TestFieldFocus::anotherWindowAfterAnotherProgram()
+{
+    Bench bench;
+    bench.window.take();
+    QFocusEvent event(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    QApplication::sendEvent(bench.window.first, &event);
+    QCOMPARE(bench.window.take(), QStringList());
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    waitUntilActive(other);
+    QVERIFY(bench.window.take().contains(QStringLiteral("first left")));
+}
+
+void TestFieldFocus::boxLeavesNothing()
+{
+    Bench bench;
+    bench.window.take();
+    QDialog box(&bench.window);
+    box.setModal(true);
+    box.show();
+    box.activateWindow();
+    waitUntilActive(box);
+    box.close();
+    bench.window.activateWindow();
+    waitUntilActive(bench.window);
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("activated")));
+}
+
+void TestFieldFocus::closedWindowLeavesNothing()
+{
+    Bench bench;
+    bench.parent.activateWindow();
+    waitUntilActive(bench.parent);
+    bench.window.present();
+    waitUntilActive(bench.window);
+    bench.window.take();
+    bench.window.close();
+    bench.parent.activateWindow();
+    waitUntilActive(bench.parent);
+    QCOMPARE(bench.window.take(), QStringList(QStringLiteral("closed")));
+}
+
+void TestFieldFocus::disabledTargetGivesTheFocusBack()
+{
+    Bench bench;
+    bench.window.focus.onLeft(*bench.window.first,
+                              [&bench] { bench.window.second->setEnabled(false); });
+    QTest::mouseClick(bench.window.second, Qt::LeftButton);
+    QVERIFY(bench.window.first->hasFocus());
+
+    bench.window.second->setEnabled(true);
+    QTest::keyClick(bench.window.first, Qt::Key_Tab); // must not hold the focus for good
+    QVERIFY(bench.window.button->hasFocus());
+}
+
+void TestFieldFocus::disabledTargetIsNotLeft()
+{
+    Bench bench;
+    bench.window.focus.onLeft(*bench.window.first,
+                              [&bench] { bench.window.second->setEnabled(false); });
+    bench.window.take();
+    QTest::keyClick(bench.window.first, Qt::Key_Tab);
+    QVERIFY(bench.window.button->hasFocus());
+    QCOMPARE(bench.window.take(), QStringList()); // the second field was never entered
 }
 
 void TestFieldFocus::contextMenuLeavesNothing()

@@ -10,6 +10,7 @@
 #include <QClipboard>
 #include <QFontInfo>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -187,7 +188,9 @@ void tst_getdescform::walk()
 void tst_getdescform::scrollStaysAtTheEnd()
 {
     ViewerFormBench bench;
-    bench.form.resize(300, 200);
+    const QLayout &rows = *bench.form.centralWidget()->layout();
+    const int statusLine = child<QLabel>(bench.form, "StatusLine").height() + rows.spacing();
+    bench.form.resize(300, 200 + statusLine);
     bench.pressPart("GetDesc");
     const QScrollBar &scroll = *bench.pane.verticalScrollBar();
     for (const QByteArray &reply :
