@@ -127,7 +127,7 @@ struct LineBench : Bench
 
     std::unique_ptr<simulator::Tester> tester;
     std::unique_ptr<PseudoTerminal> line = std::make_unique<PseudoTerminal>();
-    Tools tools{console, dialogs, directory.path()};
+    Tools tools{console, directory.path()};
 
 private:
     QObject m_receiver;

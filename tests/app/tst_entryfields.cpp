@@ -57,7 +57,7 @@ struct FieldBench : NetworkBench
         QTest::keyClicks(&field, text);
     }
 
-    Tools tools{console, dialogs, directory.path()};
+    Tools tools{console, directory.path()};
     Main window{console};
 };
 
