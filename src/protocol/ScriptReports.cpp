@@ -41,9 +41,10 @@ void RecvDecode::DecodeScriptMessage(const ByteReader &packet)
 
 void RecvDecode::scriptStopped(const ByteReader &packet)
 {
-    if (const auto index = packet.word(5))
+    if (const auto index = packet.word(5)) {
         m_session.Main.ScriptIdx.setText(QStringLiteral("Stopped @") + numberText(*index));
-    m_session.Steps = StepReports::Stored;
+        m_session.Steps = StepReports::Stored;
+    }
     m_session.ScriptDone = true;
     scriptComplete();
 }

@@ -82,6 +82,10 @@ const auto Failure = "Failure code = 05";
 const auto NotResponding = "Vorn Tester not Responding";
 const auto NotRead = "Error Reading EEPROM word 9";
 const auto NotWritten = "Error Writing EEPROM word 9";
+const auto GoneAndNotResponding = "Network Error Detected: The remote host closed the connection|"
+                                  "Vorn Tester not Responding";
+const auto GoneAndNotWritten = "Network Error Detected: The remote host closed the connection|"
+                               "Error Writing EEPROM word 9";
 const auto Read = "read: 0x0403";
 const auto Active = "FtdiActive";
 
@@ -114,8 +118,7 @@ void tst_faultsofdevices::matrix_data()
              {Fault::Dropped, "Timeout", Gone},
              {Fault::Pulled, "Timeout"},
              {Fault::WindowClosed, "Successful"},
-             {Fault::OtherOperation, "Successful",
-              "Subscript out of range|Vorn Tester not Responding", Active, Active},
+             {Fault::OtherOperation, "Successful"},
              {Fault::Reconnected, "Timeout"},
              {Fault::MainClosed, "", "", "DescActive", "DescActive"},
          }},
@@ -130,12 +133,11 @@ void tst_faultsofdevices::matrix_data()
              {Fault::DoubledReply, Read},
              {Fault::Garbage, Read},
              {Fault::Flood, Read},
-             {Fault::Dropped, "not read", Gone},
+             {Fault::Dropped, "not read", GoneAndNotResponding},
              {Fault::Pulled, "not read", NotResponding, Active, Active},
              {Fault::WindowClosed, "not read"},
-             {Fault::OtherOperation, "not read; walk: Successful",
-              "Subscript out of range|Vorn Tester not Responding", Active, Active},
-             {Fault::Reconnected, "not read"},
+             {Fault::OtherOperation, "read: 0x0403; walk: Successful"},
+             {Fault::Reconnected, "not read", NotResponding},
              {Fault::MainClosed, "not read", "", Active, Active},
          }},
         {programmingEeprom(),
@@ -149,12 +151,11 @@ void tst_faultsofdevices::matrix_data()
              {Fault::DoubledReply, "programmed"},
              {Fault::Garbage, "programmed"},
              {Fault::Flood, "programmed"},
-             {Fault::Dropped, "partly written", Gone},
+             {Fault::Dropped, "partly written", GoneAndNotWritten},
              {Fault::Pulled, "partly written", NotWritten, Active, Active},
              {Fault::WindowClosed, "partly written"},
-             {Fault::OtherOperation, "partly written; walk: Successful",
-              "Subscript out of range|Error Writing EEPROM word 9", Active, Active},
-             {Fault::Reconnected, "partly written"},
+             {Fault::OtherOperation, "programmed; walk: Successful"},
+             {Fault::Reconnected, "partly written", NotWritten},
              {Fault::MainClosed, "partly written", "", Active, Active},
          }},
     });

@@ -181,7 +181,7 @@ void tst_maintenancefirmware::wrongCheckValue()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-/// The button stays enabled by the image chosen before; the tester is the last to look.
+/// The button stays enabled by the image chosen before; the image is checked again.
 void tst_maintenancefirmware::imageOfAnotherModel()
 {
     OverTcp bench;
@@ -192,10 +192,8 @@ void tst_maintenancefirmware::imageOfAnotherModel()
     bench.tools.loader.fileSelectClicked();
     QCOMPARE(bench.onlyMessage(), QStringLiteral("Vantrel: Selected File is Not a Firmware Image"));
     bench.tools.loader.programClicked();
-    QVERIFY(bench.sees("*** Command Error"));
-    QVERIFY(bench.pause());
-    QVERIFY(bench.answeredAgain());
-    QCOMPARE(bench.commandLineCount("** Vorn 2 Firmware Revision  3 . 12"), 2);
+    QCOMPARE(bench.onlyMessage(), QStringLiteral("Vantrel: Selected File is Not a Firmware Image"));
+    QVERIFY(!bench.session().ScriptBusy);
     QVERIFY(bench.tester->state().firmware.programmed().isEmpty());
 }
 

@@ -189,12 +189,15 @@ void tst_maintenanceftdi::alwaysLate()
     bench.tick(10);
     QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Vorn Tester not Responding"));
 
-    QVERIFY(request());
+    bench.tester->clearCommandsSeen();
+    bench.tools.ftdi.readClicked(); // waits for the reply to the first request
+    QVERIFY(bench.tester->commandsSeen().isEmpty());
     bench.tick(2);                                        // the first is answered
     emit bench.tester->bytesReady("1b53 a8 55 1b45"_hex); // right behind it on the line
     QVERIFY(bench.sees("*** Message -- \r\n 55 \r\n"));
     QVERIFY(!bench.controls.btRead.isEnabled());
-    bench.tick(8);
+    QVERIFY(turnsUntil([&] { return !bench.tester->commandsSeen().isEmpty(); }));
+    bench.tick(10);
     QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Vorn Tester not Responding"));
     QCOMPARE(bench.tools.ftdi.image(), FtdiEeprom());
 
@@ -206,7 +209,7 @@ void tst_maintenanceftdi::alwaysLate()
     QVERIFY(bench.dialogs.messages.isEmpty());
 }
 
-/// A read that the user disconnects under ends at once.
+/// A read ends at once when the user disconnects.
 void tst_maintenanceftdi::disconnectedMeanwhile()
 {
     EepromBench bench;
@@ -215,7 +218,7 @@ void tst_maintenanceftdi::disconnectedMeanwhile()
     bench.console.connectClicked();
     QVERIFY(bench.controls.btRead.isEnabled());
     QVERIFY(!bench.session().FtdiActive);
-    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.onlyMessage(), Title + QStringLiteral("Vorn Tester not Responding"));
     QCOMPARE(bench.session().waits.pendingCount(), 0);
 }
 
