@@ -138,6 +138,7 @@ QCoro::Task<> FtdiUtility::read()
     lease->release();
     if (end.completed) {
         m_asRead = m_image;
+        m_source = {currentTester(m_session), address};
         setOtherLayout(hasOtherLayout(m_image));
         showImage();
     } else {
@@ -156,6 +157,9 @@ QCoro::Task<> FtdiUtility::program()
         co_return;
     const quint8 address = deviceAddress();
     const bool keeps = keepsLayout();
+    const bool isOwnImage = !m_asRead || m_source == Source{currentTester(m_session), address};
+    if (!isOwnImage && !co_await mayProgramAnotherDevice())
+        co_return;
     if (m_otherLayout && !keeps && !co_await mayChangeLayout(*image))
         co_return;
     if (m_running || !m_open)
@@ -385,6 +389,16 @@ QCoro::Task<bool> FtdiUtility::mayChangeLayout(FtdiEeprom image)
                        "\"Keep layout\" keeps them. Program nevertheless?")
             .arg(FtdiByte::Strings)
             .arg(lost.isEmpty() ? QStringLiteral("none") : positionRanges(lost));
+    const Message message{question, boxTitle(), Message::Buttons::YesNo, true};
+    co_return co_await m_dialogs.messageBox(message) == Answer::Yes;
+}
+
+/// The image that was read is no backup of the device that is addressed now.
+QCoro::Task<bool> FtdiUtility::mayProgramAnotherDevice()
+{
+    const QString question = QStringLiteral(
+        "The EEPROM was read from another device address or over an earlier connection: there is "
+        "no backup of the device that is addressed now.\r\n\r\nProgram nevertheless?");
     const Message message{question, boxTitle(), Message::Buttons::YesNo, true};
     co_return co_await m_dialogs.messageBox(message) == Answer::Yes;
 }

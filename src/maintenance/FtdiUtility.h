@@ -4,6 +4,7 @@
 #include "link/Control.h"
 #include "link/LinkLease.h"
 #include "link/NumberEntry.h"
+#include "link/TesterIdentity.h"
 #include "maintenance/FtdiEeprom.h"
 #include "maintenance/FtdiExchange.h"
 #include "maintenance/FtdiSteps.h"
@@ -93,6 +94,15 @@ public:
     bool serialLeft() { return textLeft(m_controls.tbSerial); }
 
 private:
+    /// The device that was read.
+    struct Source
+    {
+        TesterIdentity tester;
+        quint8 address = 0; ///< on the USB
+
+        bool operator==(const Source &) const = default;
+    };
+
     using TakeWord = std::function<void(int word, const QByteArray &data)>;
 
     /// How a run of steps ended.
@@ -125,6 +135,7 @@ private:
     /// What Program would write; nothing when that is not possible, after a box with the reason.
     QCoro::Task<std::optional<FtdiEeprom>> imageToWrite();
     QCoro::Task<bool> mayChangeLayout(FtdiEeprom image);
+    QCoro::Task<bool> mayProgramAnotherDevice();
     FtdiEeprom editedFields() const;
     void saveBackup();
     /// Why the text cannot be stored; empty when it can.
@@ -143,6 +154,7 @@ private:
     FtdiControls m_controls;
     FtdiEeprom m_image;
     std::optional<FtdiEeprom> m_asRead;         // the device's, once all words have been read
+    Source m_source;                            // of m_asRead
     QHash<const Control *, QString> m_accepted; // texts of the string boxes, as last taken
     CancelSource m_opening;                     // cancelled when the window opens or closes
     bool m_open = false;

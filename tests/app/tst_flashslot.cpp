@@ -87,7 +87,37 @@ private slots:
     void refusedDownload();
     void shortReply();
     void doubleReply();
+    void controlsAreDisabledDuringAWait();
 };
+
+/// A second command during the wait for a reply would take that reply for its own.
+void tst_flashslot::controlsAreDisabledDuringAWait()
+{
+    FlashBench bench;
+    QVERIFY(bench.readyWithScript());
+    const auto noneEnabled = [&] {
+        return !bench.controls.ScriptEnable.isEnabled() && !bench.controls.Burn.isEnabled() &&
+               !bench.controls.BtnProgram.isEnabled();
+    };
+    bench.flash.scriptEnableClicked();
+    QVERIFY(noneEnabled());
+    QTRY_VERIFY(bench.controls.ScriptEnable.isEnabled());
+    QVERIFY(bench.controls.Burn.isEnabled());
+    QCOMPARE(bench.controls.Status.text(), QStringLiteral("Disabled"));
+
+    bench.dialogs.paths.append(example("suspend-and-resume"));
+    QVERIFY(bench.download());
+    bench.flash.programClicked();
+    QVERIFY(noneEnabled());
+    QTRY_VERIFY(bench.controls.Burn.isEnabled());
+
+    bench.faults().silence.all = true;
+    bench.flash.scriptEnableClicked();
+    QVERIFY(noneEnabled());
+    QCOMPARE(bench.failure(), ChangeFailure);
+    QVERIFY(bench.controls.ScriptEnable.isEnabled()); // as before
+    QVERIFY(bench.controls.Burn.isEnabled());
+}
 
 void tst_flashslot::keepsAScript()
 {
