@@ -219,7 +219,8 @@ void TestOneSecond::testerAt115200()
             probes.append(bench.serial->settings.last());
     };
     bench.connect();
-    for (int seconds = 0; seconds < 10 && bench.session.LinkState != LinkStates::Running; ++seconds) {
+    for (int seconds = 0; seconds < 10 && bench.session.LinkState != LinkStates::Running;
+         ++seconds) {
         bench.second();
         if (bench.serial->settings.last() == " 115200,n,8,1")
             bench.answer(Vorn2Answer);

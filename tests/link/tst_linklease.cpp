@@ -75,9 +75,8 @@ void TestLinkLease::refusalNamesTheExchange()
 
     const Message box = refusalBox(exchange);
     QCOMPARE(box.title, QStringLiteral("Vantrel - Illegal Operation"));
-    QCOMPARE(box.text,
-             name + QStringLiteral(
-                        " is under way. Nothing was sent: try again when it has ended."));
+    QCOMPARE(box.text, name + QStringLiteral(
+                                  " is under way. Nothing was sent: try again when it has ended."));
     QCOMPARE(box.buttons, Message::Buttons::Ok);
 }
 

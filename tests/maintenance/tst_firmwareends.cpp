@@ -214,7 +214,8 @@ void tst_firmwareends::tryingAgain()
     bench.run();
     bench.loader.programClicked();
     QCOMPARE(bench.serial->takeWritten(), QByteArray());
-    QCOMPARE(bench.dialogs.messages.takeLast().title, QStringLiteral("Vantrel - Illegal Operation"));
+    QCOMPARE(bench.dialogs.messages.takeLast().title,
+             QStringLiteral("Vantrel - Illegal Operation"));
     QVERIFY(!bench.session.ScriptBusy);
 
     bench.choose("NVxxxxxx");
@@ -230,7 +231,8 @@ void tst_firmwareends::withoutConnection()
     bench.console.connectClicked();
     bench.loader.programClicked();
     QVERIFY(bench.serial->written.isEmpty());
-    QCOMPARE(bench.dialogs.messages.takeLast().title, QStringLiteral("Vantrel - Illegal Operation"));
+    QCOMPARE(bench.dialogs.messages.takeLast().title,
+             QStringLiteral("Vantrel - Illegal Operation"));
     QVERIFY(!bench.session.ScriptBusy);
     QVERIFY(bench.buttonsEnabled());
     QCOMPARE(bench.session.waits.pendingCount(), 0);

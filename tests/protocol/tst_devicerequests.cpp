@@ -13,8 +13,7 @@ namespace {
 
 using Client = DeviceRequests::Client;
 
-constexpr auto WaitingLine =
-    "\r\nThe device request waits until an earlier exchange has ended";
+constexpr auto WaitingLine = "\r\nThe device request waits until an earlier exchange has ended";
 constexpr auto PaneLine = "-- Device Request Response: Status = 00\r\n ";
 
 /// A recording client for the viewer and one for the FTDI utility. A request is one byte of

@@ -107,8 +107,8 @@ void TestVersion::identity()
     QFETCH(int, minor);
     QFETCH(int, ram);
 
-    for (const LinkStates before : {LinkStates::Opened, LinkStates::Probing, LinkStates::Running,
-                                    LinkStates::Bootstrap}) {
+    for (const LinkStates before :
+         {LinkStates::Opened, LinkStates::Probing, LinkStates::Running, LinkStates::Bootstrap}) {
         ProtocolBench bench;
         bench.session.LinkState = before;
         bench.dispatch("8f"_hex + fields);
