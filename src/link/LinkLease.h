@@ -64,7 +64,7 @@ public:
     std::optional<LinkLease> acquire(LongExchange exchange);
 
     /// The exchange that prevents `exchange`, if any. A script that runs prevents the exchanges
-    /// with an FTDI device, whose replies cannot be told from those to the script's requests; a
+    /// with an FTDI device, whose replies cannot be distinguished from those to the script's requests; a
     /// download replaces it.
     std::optional<LongExchange> conflict(LongExchange exchange) const;
 
