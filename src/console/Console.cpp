@@ -190,7 +190,7 @@ void Console::scriptLoadClicked()
 
 void Console::scriptRunClicked()
 {
-    act([this] { m_scripts.scriptRunClicked(); });
+    m_errors.run([this] { return m_scripts.scriptRunClicked(); });
 }
 
 QCoro::Task<> Console::refuseDescriptorViewer()

@@ -70,11 +70,18 @@ QCoro::Task<> ScriptControls::load(QString path, CancelToken token)
     }
 }
 
-void ScriptControls::scriptRunClicked()
+QCoro::Task<> ScriptControls::scriptRunClicked()
 {
+    const bool starts = m_session.Script == ScriptState::Idle;
+    if (const auto underWay = m_session.leases.conflict(LongExchange::ScriptRun);
+        underWay && starts) {
+        const Message refusal = refusalBox(*underWay);
+        co_await m_dialogs.messageBox(refusal);
+        co_return;
+    }
     MainControls &main = m_session.Main;
     main.ScriptRun.setEnabled(false);
-    if (m_session.Script == ScriptState::Idle) {
+    if (starts) {
         setScriptState(m_session, ScriptState::Running);
         m_session.Steps = StepReports::Executed;
         main.ScriptIdx.setText(QStringLiteral("Running"));

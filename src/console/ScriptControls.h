@@ -26,8 +26,8 @@ public:
     QCoro::Task<> scriptLoadClicked();
 
     /// Runs or stops, whichever the caption says. The caption turns back to "Run" when the tester
-    /// reports that the script has stopped.
-    void scriptRunClicked();
+    /// reports that the script has stopped. A run is refused while another exchange has the lease.
+    QCoro::Task<> scriptRunClicked();
 
 private:
     QCoro::Task<> load(QString path, CancelToken token);
