@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
+#include <QTextStream>
 
 namespace vantrel {
 
@@ -25,6 +26,19 @@ Program::Program(Options options)
             number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
     }
     m_console.session().UnsignedWords = m_options.unsignedWords;
+    QObject::connect(&m_console.closeGuard(), &CloseGuard::interrupted, [](const QString &line) {
+        QTextStream(stderr) << "vantrel: " << line << Qt::endl;
+    });
+    QObject::connect(&m_stopSignals, &simulator::StopSignals::stopRequested, &m_main,
+                     [this] { stop(); });
+}
+
+/// A tour that is stopped has not shown everything.
+void Program::stop()
+{
+    m_console.shutDown();
+    m_main.close();
+    QApplication::exit(m_options.tourDirectory.isEmpty() ? 0 : 1);
 }
 
 std::optional<QString> Program::start()

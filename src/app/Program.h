@@ -5,6 +5,7 @@
 #include "app/ToolWindows.h"
 #include "console/Console.h"
 #include "console/Main.h"
+#include "simulator/StopSignals.h"
 #include "simulator/TcpEnd.h"
 #include "simulator/Tester.h"
 #include "windows/DialogBoxes.h"
@@ -16,7 +17,8 @@
 
 namespace vantrel {
 
-/// The parts of the running program, joined.
+/// The parts of the running program, joined. SIGINT and SIGTERM end it without a question. What it
+/// was writing when it ended, and had to leave undone, is reported on standard error.
 class Program
 {
 public:
@@ -26,6 +28,7 @@ public:
     std::optional<QString> start();
 
 private:
+    void stop();
     std::optional<QString> startSimulator();
     QString dataFolder() const;
     StartDirectories startDirectories() const;
@@ -39,6 +42,7 @@ private:
     Console m_console;
     Tools m_tools;
     Main m_main;
+    simulator::StopSignals m_stopSignals;
     std::unique_ptr<simulator::Tester> m_tester;
     std::unique_ptr<simulator::TcpEnd> m_testerEnd;
 };

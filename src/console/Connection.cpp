@@ -86,6 +86,7 @@ QCoro::Task<> Connection::ConnectStuff()
 
 void Connection::DoDisconnect()
 {
+    m_session.writes.interrupt(AllWrites);
     m_session.LinkState = LinkStates::Closed;
     m_session.connection.cancel();
     m_link.CloseLink();

@@ -136,6 +136,7 @@ void Console::countDown()
 
 void Console::shutDown()
 {
+    m_closeGuard.interruptWrites();
     m_flash.closed();
     m_session.waits.closeAll();
     m_link.CloseLink();

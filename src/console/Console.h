@@ -6,6 +6,7 @@
 #include "console/PortControls.h"
 #include "console/ScriptControls.h"
 #include "console/SessionLog.h"
+#include "link/CloseGuard.h"
 #include "link/VornComm.h"
 #include "link/WindowDialogs.h"
 #include "link/publicvars.h"
@@ -47,7 +48,8 @@ public:
     /// One tick of the main timer, 100 ms.
     void Timer1();
 
-    /// Ends every wait; nothing that is waiting goes on working afterwards.
+    /// Interrupts what is being written and ends every wait; nothing that is waiting goes on
+    /// working afterwards.
     void shutDown();
 
     // Handlers, by control
@@ -86,6 +88,9 @@ public:
     /// The same for the flash window.
     void setFlashWindow(QObject *window) { m_flashBoundary.dialogs.setWindow(window); }
     WindowDialogs &dialogs() { return m_dialogs; }
+    /// Asks before the main window is closed, and reports what was left undone when the program
+    /// ends.
+    CloseGuard &closeGuard() { return m_closeGuard; }
 
 signals:
     /// "<New>" was chosen: the dialog `frmNewIP` is to be shown.
@@ -103,6 +108,7 @@ private:
 
     WindowDialogs m_dialogs;
     Session m_session;
+    CloseGuard m_closeGuard{m_session, m_dialogs, AllWrites};
     ErrorBoundary m_errors;
     WindowBoundary m_flashBoundary{m_dialogs};
     VornComm m_link;

@@ -3,6 +3,7 @@
 
 #include "console/Console.h"
 #include "console/frmNewIP.h"
+#include "link/CloseGuard.h"
 #include "link/Version.h"
 #include "protocol/FlashForm.h"
 #include "ui_Main.h"
@@ -11,9 +12,11 @@
 #include "windows/LegiblePane.h"
 #include "windows/ReadOnlyFields.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QFontDatabase>
 #include <QScreen>
+#include <QSessionManager>
 
 #include <algorithm>
 
@@ -62,6 +65,7 @@ Main::Main(Console &console)
     connectPortControls();
     connectMenus();
     connectScripts();
+    connect(qApp, &QGuiApplication::commitDataRequest, this, &Main::endSession);
 
     m_frmNewIP = new frmNewIP(console, this);
     connect(&console, &Console::newNetworkNameWanted, m_frmNewIP, &frmNewIP::ask);
@@ -105,10 +109,7 @@ void Main::connectMenus()
 {
     connect(m_ui->FileNew, &QAction::triggered, &m_console, &Console::fileNewClicked);
     connect(m_ui->FileClose, &QAction::triggered, &m_console, &Console::fileCloseClicked);
-    connect(m_ui->Exit, &QAction::triggered, this, [this] {
-        m_console.exitClicked();
-        close();
-    });
+    connect(m_ui->Exit, &QAction::triggered, this, &Main::exit);
     connect(m_ui->UtilDV, &QAction::triggered, &m_console, &Console::descriptorViewerClicked);
 }
 
@@ -179,8 +180,30 @@ void Main::arrange()
 
 void Main::closeEvent(QCloseEvent *event)
 {
+    if (!m_console.closeGuard().mayClose([this] { close(); })) {
+        event->ignore();
+        return;
+    }
     shutDown();
     QMainWindow::closeEvent(event);
+}
+
+/// An open log gets its footer once it is certain that the window closes.
+void Main::exit()
+{
+    const auto exitNow = [this] {
+        m_console.exitClicked();
+        close();
+    };
+    if (m_console.closeGuard().mayClose(exitNow))
+        exitNow();
+}
+
+/// The end of the session is cancelled while the question is open; the user can repeat it.
+void Main::endSession(QSessionManager &manager)
+{
+    if (!m_console.closeGuard().mayClose([this] { close(); }))
+        manager.cancel();
 }
 
 void Main::shutDown()

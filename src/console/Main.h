@@ -7,6 +7,7 @@
 #include <memory>
 
 class QAbstractButton;
+class QSessionManager;
 
 namespace vantrel {
 
@@ -23,6 +24,8 @@ class Main;
 
 /// The main window. It shows the console's control values and hands each action of the user to the
 /// console's handler. From its making on, its timer (the child "Timer1") ticks the console.
+///
+/// Closing it while something is being written asks first: see CloseGuard.
 ///
 /// Closing it closes every other window of the program and shuts the console down. It leaves an
 /// open log without its footer, unless it is closed through the menu item `Exit`.
@@ -46,6 +49,8 @@ private:
     void onClick(QAbstractButton *button, void (PortControls::*handler)());
     void openFlashForm();
     void arrange();
+    void exit();
+    void endSession(QSessionManager &manager);
     void shutDown();
     void closeOtherWindows();
 

@@ -18,6 +18,8 @@ struct Message
     Buttons buttons = Buttons::Ok;
     bool noIsDefault = false;      ///< of a question: Enter answers No, not Yes
     QPointer<QObject> window = {}; ///< the window that the box belongs to; set by WindowDialogs
+    /// The box is closed, as by its frame, when this object is destroyed.
+    QPointer<QObject> closedWith = {};
 };
 
 /// How a message box ended. A box closed by its frame, or by the program's end, is No to a question

@@ -7,6 +7,7 @@
 #include "link/LinkLease.h"
 #include "link/LogFile.h"
 #include "link/OwnedValue.h"
+#include "link/PendingWrites.h"
 #include "link/Waits.h"
 
 #include <QByteArray>
@@ -149,6 +150,7 @@ struct Session
     /// A long exchange owns the link: no probing, no polling.
     OwnedValue<bool, LinkLeases> ScriptBusy;
     LinkLeases leases{*this};
+    PendingWrites writes{*this};
     ScriptState Script = ScriptState::Idle; ///< set by setScriptState()
     StepReports Steps = StepReports::Stored;
     bool ScriptDone = false;

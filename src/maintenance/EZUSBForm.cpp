@@ -14,6 +14,7 @@ EZUSBForm::EZUSBForm(EzUsbConverter &converter, QWidget *parent)
     m_ui->setupUi(this);
     new ReadOnlyFields(*this);
     keepRoomForHiddenRows();
+    setCloseGuard(converter.closeGuard());
     m_binder = std::make_unique<Binder>(converter.controls().all, *this);
     m_focus.onLeft(*m_ui->Address, [this] { return m_converter.addressLeft(); });
     m_focus.onClicked(*m_ui->LoadFW, [this] { m_converter.loadClicked(); });

@@ -53,7 +53,8 @@ QByteArray ezUsbWriteRequest(qint32 device, quint16 address, QByteArrayView data
 
 EzUsbConverter::EzUsbConverter(Session &session, VornComm &link, VornCommands &commands,
                                Dialogs &dialogs, ErrorBoundary &errors)
-    : m_session(session), m_link(link), m_commands(commands), m_dialogs(dialogs), m_errors(errors)
+    : m_session(session), m_link(link), m_commands(commands), m_dialogs(dialogs), m_errors(errors),
+      m_closeGuard(session, dialogs, WriteKind::EzUsbLoad)
 {
 }
 
@@ -146,12 +147,13 @@ QCoro::Task<bool> EzUsbConverter::download(TextLines &lines, LinkLease &lease,
     PacketHold others(m_link);
     lease.setBusy();
     beginDownload(others);
-    showProgress(lines);
+    std::optional<PendingWrite> write(std::in_place, m_session, WriteKind::EzUsbLoad, lines.size());
+    showProgress(lines, *write);
 
     Ending ending = Ending::Stopped;
     std::optional<RuntimeError> failure;
     try {
-        ending = co_await sendFirmware(lines, others, token);
+        ending = co_await sendFirmware(lines, others, *write, token);
     } catch (const RuntimeError &error) {
         failure = error;
     }
@@ -160,6 +162,7 @@ QCoro::Task<bool> EzUsbConverter::download(TextLines &lines, LinkLease &lease,
         const bool reported = co_await awaitEnd(token);
         co_return reported;
     }
+    write.reset();
     if (ending != Ending::Stopped) {
         const QString text = ending == Ending::NoRecord
                                  ? QStringLiteral("Error in Firmware File")
@@ -226,11 +229,13 @@ void EzUsbConverter::holdCpu(PacketHold &others, bool hold)
     send(others, fx2 ? CpuControl::Fx2 : CpuControl::EzUsb, QByteArrayView(&data, 1));
 }
 
-QCoro::Task<EzUsbConverter::Ending>
-EzUsbConverter::sendFirmware(TextLines &lines, PacketHold &others, const CancelToken &token)
+QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendFirmware(TextLines &lines,
+                                                                 PacketHold &others,
+                                                                 PendingWrite &write,
+                                                                 const CancelToken &token)
 {
     holdCpu(others, true);
-    const Ending ending = co_await sendRecords(lines, others, token);
+    const Ending ending = co_await sendRecords(lines, others, write, token);
     if (ending == Ending::Complete) {
         holdCpu(others, false);
         others.own([this] { m_commands.SendScriptDownloadEnd(); });
@@ -238,8 +243,10 @@ EzUsbConverter::sendFirmware(TextLines &lines, PacketHold &others, const CancelT
     co_return ending;
 }
 
-QCoro::Task<EzUsbConverter::Ending>
-EzUsbConverter::sendRecords(TextLines &lines, PacketHold &others, const CancelToken &token)
+QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendRecords(TextLines &lines,
+                                                                PacketHold &others,
+                                                                PendingWrite &write,
+                                                                const CancelToken &token)
 {
     for (;;) {
         if (lines.atEnd())
@@ -257,12 +264,13 @@ EzUsbConverter::sendRecords(TextLines &lines, PacketHold &others, const CancelTo
         if (!accepted || m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(token))
             co_return Ending::Stopped;
         m_controls.Loaded.setText(numberText(m_line));
-        showProgress(lines);
+        showProgress(lines, write);
     }
 }
 
-void EzUsbConverter::showProgress(const TextLines &lines)
+void EzUsbConverter::showProgress(const TextLines &lines, PendingWrite &write)
 {
+    write.setDone(lines.position());
     m_controls.ConvertProgress.setProgress(
         {static_cast<int>(lines.position()), static_cast<int>(lines.size())});
     m_controls.ConvertProgress.setText(

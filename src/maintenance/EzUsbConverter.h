@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/CancelToken.h"
+#include "link/CloseGuard.h"
 #include "link/Control.h"
 #include "link/LinkLease.h"
 
@@ -63,6 +64,7 @@ public:
                    ErrorBoundary &errors);
 
     EzUsbControls &controls() { return m_controls; }
+    CloseGuard &closeGuard() { return m_closeGuard; }
 
     void opened();
     void closed();
@@ -81,9 +83,10 @@ private:
     QCoro::Task<> load();
     QCoro::Task<> convert(QString path, LinkLease lease);
     QCoro::Task<bool> download(TextLines &lines, LinkLease &lease, const CancelToken &token);
-    QCoro::Task<Ending> sendFirmware(TextLines &lines, PacketHold &others,
+    QCoro::Task<Ending> sendFirmware(TextLines &lines, PacketHold &others, PendingWrite &write,
                                      const CancelToken &token);
-    QCoro::Task<Ending> sendRecords(TextLines &lines, PacketHold &others, const CancelToken &token);
+    QCoro::Task<Ending> sendRecords(TextLines &lines, PacketHold &others, PendingWrite &write,
+                                    const CancelToken &token);
     QCoro::Task<bool> awaitEnd(const CancelToken &token);
     QCoro::Task<> showComplete(QString path);
     QCoro::Task<> showMessage(QString text, QString title);
@@ -93,13 +96,14 @@ private:
     QCoro::Task<> endDownload(PacketHold &others, const CancelToken &token);
     void send(PacketHold &others, quint16 address, QByteArrayView data);
     void holdCpu(PacketHold &others, bool hold);
-    void showProgress(const TextLines &lines);
+    void showProgress(const TextLines &lines, PendingWrite &write);
 
     Session &m_session;
     VornComm &m_link;
     VornCommands &m_commands;
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
+    CloseGuard m_closeGuard;
     EzUsbControls m_controls;
     CancelSource m_opening; // cancelled when the window opens or closes
     qint16 m_line = 0;      // last line read, counted from 1

@@ -22,6 +22,7 @@ FWLoad::FWLoad(FirmwareLoader &loader, QWidget *parent)
     bar.setRetainSizeWhenHidden(true);
     m_ui->BlockProgress->setSizePolicy(bar);
 
+    setCloseGuard(loader.closeGuard());
     m_binder = std::make_unique<Binder>(loader.controls().all, *this);
     connect(m_ui->fileselect, &QPushButton::clicked, this,
             [this] { m_loader.fileSelectClicked(); });

@@ -22,11 +22,18 @@ namespace vantrel {
 namespace {
 constexpr qint32 BlockTicks = 50; // to the size of a block, not to the tick counter
 constexpr qint32 RestartTicks = 50;
+
+int blocksOf(qsizetype bytes)
+{
+    return static_cast<int>((bytes + wire::FirmwareBlockLimit - 1) / wire::FirmwareBlockLimit);
+}
+
 } // namespace
 
 FirmwareLoader::FirmwareLoader(Session &session, VornComm &link, VornCommands &commands,
                                Dialogs &dialogs, ErrorBoundary &errors, QString crcDirectory)
     : m_session(session), m_link(link), m_commands(commands), m_dialogs(dialogs), m_errors(errors),
+      m_closeGuard(session, dialogs, {WriteKind::FirmwareDownload, WriteKind::FirmwareProgram}),
       m_crcDirectory(std::move(crcDirectory))
 {
 }
@@ -182,6 +189,7 @@ QCoro::Task<bool> FirmwareLoader::imageFitsTester()
 QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const CancelToken &token)
 {
     const auto ended = [this, &token] { return m_session.FwBlockAck || !goesOn(token); };
+    PendingWrite write(m_session, WriteKind::FirmwareDownload, blocksOf(m_image.size()));
     for (qsizetype offset = 0; offset < m_image.size();) {
         const QByteArray block = m_image.mid(offset, wire::FirmwareBlockLimit);
         m_session.FwBlockAck = false;
@@ -195,6 +203,7 @@ QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const CancelToken
             co_return Ending::TimedOut;
         if (end == WaitEnd::Closed || !goesOn(token))
             co_return Ending::Interrupted;
+        write.setDone(blocksOf(offset));
     }
     co_return Ending::Sent;
 }
@@ -208,10 +217,12 @@ bool FirmwareLoader::goesOn(const CancelToken &token) const
 QCoro::Task<> FirmwareLoader::restartTester(const CancelToken &token)
 {
     m_session.RestartExpected = true;
+    std::optional<PendingWrite> write(std::in_place, m_session, WriteKind::FirmwareProgram);
     m_commands.SendFirmwareProgram(m_imageCrc);
     const auto over = [&token] { return !token.isActive(); };
     const WaitEnd end = co_await m_session.waits.until(over, deadlineIn(m_session, RestartTicks));
 
+    write.reset();
     const bool kept = end != WaitEnd::Closed && token.isLinkKept();
     const bool reopened = !kept || reconnect();
     m_session.RestartExpected = false;
@@ -257,12 +268,10 @@ void FirmwareLoader::setButtonsEnabled(bool enabled)
 /// `sent` in bytes; shown in blocks.
 void FirmwareLoader::showProgress(qsizetype sent)
 {
-    const auto blocks = [](qsizetype bytes) {
-        return static_cast<int>((bytes + wire::FirmwareBlockLimit - 1) / wire::FirmwareBlockLimit);
-    };
-    m_controls.BlockProgress.setProgress({blocks(sent), blocks(m_image.size())});
+    const int blocks = blocksOf(m_image.size());
+    m_controls.BlockProgress.setProgress({blocksOf(sent), blocks});
     m_controls.BlockProgress.setText(
-        QStringLiteral("%1 of %2 blocks sent").arg(blocks(sent)).arg(blocks(m_image.size())));
+        QStringLiteral("%1 of %2 blocks sent").arg(blocksOf(sent)).arg(blocks));
 }
 
 } // namespace vantrel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/CancelToken.h"
+#include "link/CloseGuard.h"
 #include "link/Control.h"
 #include "link/LinkLease.h"
 #include "link/TesterIdentity.h"
@@ -65,6 +66,7 @@ public:
                    ErrorBoundary &errors);
 
     FirmwareControls &controls() { return m_controls; }
+    CloseGuard &closeGuard() { return m_closeGuard; }
 
     void opened();
     void closed();
@@ -98,6 +100,7 @@ private:
     VornCommands &m_commands;
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
+    CloseGuard m_closeGuard;
     QString m_crcDirectory;
     std::optional<Crc> m_crc; // once the window has been open
     FirmwareControls m_controls;

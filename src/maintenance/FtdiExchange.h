@@ -31,7 +31,7 @@ public:
     };
 
     FtdiExchange(Session &session, DeviceRequests &requests);
-    ~FtdiExchange();
+    virtual ~FtdiExchange();
     FtdiExchange(const FtdiExchange &) = delete;
     FtdiExchange &operator=(const FtdiExchange &) = delete;
 

@@ -35,7 +35,8 @@ quint8 decimalByte(const Control &box)
 FtdiUtility::FtdiUtility(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                          ErrorBoundary &errors, QString backupFolder,
                          std::function<QDateTime()> now)
-    : m_session(session), m_dialogs(dialogs), m_errors(errors), m_exchange(session, requests),
+    : m_session(session), m_dialogs(dialogs), m_errors(errors),
+      m_closeGuard(session, dialogs, WriteKind::FtdiProgram), m_exchange(session, requests),
       m_backupFolder(std::move(backupFolder)), m_now(std::move(now))
 {
 }
@@ -173,7 +174,10 @@ QCoro::Task<> FtdiUtility::program()
     const QList<FtdiStep> steps = ftdiProgramSteps(m_image);
     const QString progress = QStringLiteral("%v of %m words written");
     const TakeWord nothing;
-    const RunEnd end = co_await run(address, steps, progress, nothing);
+    std::optional<PendingWrite> write(std::in_place, m_session, WriteKind::FtdiProgram,
+                                      FtdiEeprom::WordCount);
+    const RunEnd end = co_await run(address, steps, progress, nothing, &*write);
+    write.reset();
     lease->release();
     if (end.completed) {
         setOtherLayout(m_otherLayout && keeps);
@@ -226,7 +230,8 @@ QCoro::Task<std::optional<LinkLease>> FtdiUtility::acquire(LongExchange exchange
 }
 
 QCoro::Task<FtdiUtility::RunEnd> FtdiUtility::run(quint8 address, QList<FtdiStep> steps,
-                                                  QString progress, TakeWord take)
+                                                  QString progress, TakeWord take,
+                                                  PendingWrite *write)
 {
     const CancelToken opening(m_session, m_opening);
     RunEnd result;
@@ -259,6 +264,8 @@ QCoro::Task<FtdiUtility::RunEnd> FtdiUtility::run(quint8 address, QList<FtdiStep
             if (take)
                 take(step.setup.wIndex, m_exchange.data());
             m_controls.WordProgress.setProgress({++words, FtdiEeprom::WordCount});
+            if (write)
+                write->setDone(words);
         }
     }
     m_controls.WordProgress.setVisible(result.completed);

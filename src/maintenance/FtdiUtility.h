@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/CloseGuard.h"
 #include "link/Control.h"
 #include "link/LinkLease.h"
 #include "link/NumberEntry.h"
@@ -66,6 +67,7 @@ public:
         std::function<QDateTime()> now = [] { return QDateTime::currentDateTime(); });
 
     FtdiControls &controls() { return m_controls; }
+    CloseGuard &closeGuard() { return m_closeGuard; }
     const FtdiEeprom &image() const { return m_image; }
 
     void opened();
@@ -117,7 +119,8 @@ private:
     QCoro::Task<> verify();
     /// `progress` is what the bar says, `take` gets each word's data; it may be empty.
     QCoro::Task<std::optional<LinkLease>> acquire(LongExchange exchange);
-    QCoro::Task<RunEnd> run(quint8 address, QList<FtdiStep> steps, QString progress, TakeWord take);
+    QCoro::Task<RunEnd> run(quint8 address, QList<FtdiStep> steps, QString progress, TakeWord take,
+                            PendingWrite *write = nullptr);
     QCoro::Task<> tell(QString text);
 
     void setRunning(bool running);
@@ -148,6 +151,7 @@ private:
     Session &m_session;
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
+    CloseGuard m_closeGuard;
     FtdiExchange m_exchange;
     QString m_backupFolder;
     std::function<QDateTime()> m_now;

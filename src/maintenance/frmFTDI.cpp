@@ -47,6 +47,7 @@ frmFTDI::frmFTDI(FtdiUtility &ftdi, QWidget *parent)
     retainSize(*m_ui->cbKeepLayout);
     m_ui->ImageNote->setMinimumHeight(LinesOfNote * m_ui->ImageNote->fontMetrics().lineSpacing());
 
+    setCloseGuard(ftdi.closeGuard());
     m_binder = std::make_unique<Binder>(ftdi.controls().all, *this);
     onPressed<&FtdiUtility::readClicked>(*m_ui->btRead);
     onPressed<&FtdiUtility::programClicked>(*m_ui->btProgram);

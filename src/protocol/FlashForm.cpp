@@ -14,6 +14,7 @@ FlashForm::FlashForm(FlashScripts &flash, QWidget *parent)
     m_ui->setupUi(this);
     m_ui->Label1->setMinimumWidth(m_ui->Label1->sizeHint().width()); // of its longer caption
     new ReadOnlyFields(*this);
+    setCloseGuard(flash.closeGuard());
     m_binder = std::make_unique<Binder>(flash.controls().all, *this);
     connect(m_ui->ScriptEnable, &QPushButton::clicked, this,
             [this] { m_flash.scriptEnableClicked(); });

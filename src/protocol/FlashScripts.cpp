@@ -44,7 +44,9 @@ private:
 FlashScripts::FlashScripts(Session &session, VornCommands &commands, VornScript &script,
                            Dialogs &dialogs, ErrorBoundary &errors)
     : m_session(session), m_commands(commands), m_script(script), m_dialogs(dialogs),
-      m_errors(errors)
+      m_errors(errors),
+      m_closeGuard(session, dialogs,
+                   {WriteKind::FlashDownload, WriteKind::FlashProgram, WriteKind::FlashState})
 {
 }
 
@@ -122,13 +124,20 @@ void FlashScripts::setEnables(bool enables)
 
 QCoro::Task<> FlashScripts::changeState()
 {
-    m_commands.SendFlashScriptEnable(Slot, m_enables);
-    const bool changed = co_await awaitReply();
+    const bool changed = co_await sendState();
     if (changed) {
         co_await RefreshScriptInfo();
     } else {
         co_await showFailure(QStringLiteral("Failed to Change Script Status"));
     }
+}
+
+QCoro::Task<bool> FlashScripts::sendState()
+{
+    const PendingWrite write(m_session, WriteKind::FlashState);
+    m_commands.SendFlashScriptEnable(Slot, m_enables);
+    const bool changed = co_await awaitReply();
+    co_return changed;
 }
 
 QCoro::Task<> FlashScripts::burn()
@@ -197,13 +206,20 @@ QCoro::Task<> FlashScripts::program()
         co_return;
     }
     m_session.FlashScriptName = m_controls.ScriptName.text();
-    m_commands.SendFlashScriptProgram(Slot);
-    const bool programmed = co_await awaitReply();
+    const bool programmed = co_await sendProgram();
     if (programmed) {
         co_await RefreshScriptInfo();
     } else {
         co_await showFailure(QStringLiteral("Failed to Program"));
     }
+}
+
+QCoro::Task<bool> FlashScripts::sendProgram()
+{
+    const PendingWrite write(m_session, WriteKind::FlashProgram);
+    m_commands.SendFlashScriptProgram(Slot);
+    const bool programmed = co_await awaitReply();
+    co_return programmed;
 }
 
 QCoro::Task<bool> FlashScripts::awaitReply()

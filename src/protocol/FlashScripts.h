@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/CancelToken.h"
+#include "link/CloseGuard.h"
 #include "link/Control.h"
 #include "link/LinkLease.h"
 #include "link/MainWindowLock.h"
@@ -48,6 +49,7 @@ public:
                  ErrorBoundary &errors);
 
     FlashControls &controls() { return m_controls; }
+    CloseGuard &closeGuard() { return m_closeGuard; }
 
     void opened();
     void closed();
@@ -61,6 +63,8 @@ private:
     QCoro::Task<> changeState();
     QCoro::Task<> burn();
     QCoro::Task<> program();
+    QCoro::Task<bool> sendState();
+    QCoro::Task<bool> sendProgram();
     QCoro::Task<> download(QString path, LinkLease lease);
     /// Waits for the reply to a flash command; true when it reported success. Every control that
     /// sends another command is disabled meanwhile.
@@ -77,6 +81,7 @@ private:
     Dialogs &m_dialogs;
     ErrorBoundary &m_errors;
     FlashControls m_controls;
+    CloseGuard m_closeGuard;
     std::optional<MainWindowLock> m_lock; // while the window is open
     CancelSource m_opening;               // cancelled when the window opens or closes
     bool m_enables = true;                // what ScriptEnable does, and its caption says

@@ -3,6 +3,7 @@
 
 #include "link/Files.h"
 #include "link/MainWindowLock.h"
+#include "link/PendingWrites.h"
 #include "link/Utils.h"
 #include "link/VornComm.h"
 #include "protocol/ScriptFile.h"
@@ -103,7 +104,10 @@ QCoro::Task<> VornScript::download(QByteArray script)
 {
     const CancelToken token(m_session);
     PacketHold others(m_link);
-    const bool sent = co_await sendScript(script, others, token);
+    const bool forFlash = m_session.leases.current() == LongExchange::FlashDownload;
+    PendingWrite write(m_session, forFlash ? WriteKind::FlashDownload : WriteKind::ScriptDownload,
+                       script.size());
+    const bool sent = co_await sendScript(script, others, write, token);
     if (sent)
         co_await awaitEnd(token);
     if (!m_session.ScriptDone) {
@@ -113,7 +117,8 @@ QCoro::Task<> VornScript::download(QByteArray script)
 }
 
 /// False when the link has ended.
-QCoro::Task<bool> VornScript::sendScript(QByteArray script, PacketHold &others, CancelToken token)
+QCoro::Task<bool> VornScript::sendScript(QByteArray script, PacketHold &others, PendingWrite &write,
+                                         CancelToken token)
 {
     others.own([this] {
         m_commands.SendAutoMode(false);
@@ -127,6 +132,7 @@ QCoro::Task<bool> VornScript::sendScript(QByteArray script, PacketHold &others, 
         if (!others.own(send))
             co_return m_link.isConnected();
         m_session.DownloadSent += static_cast<qint32>(chunk.size());
+        write.setDone(m_session.DownloadSent);
         showDownloadProgress(m_session);
         if (chunk.size() < ChunkSize)
             co_return true;

@@ -13,6 +13,7 @@ namespace vantrel {
 struct Session;
 enum class ScriptState : quint8;
 class PacketHold;
+class PendingWrite;
 class VornCommands;
 class VornComm;
 
@@ -35,7 +36,8 @@ public:
 
 private:
     QCoro::Task<> download(QByteArray script);
-    QCoro::Task<bool> sendScript(QByteArray script, PacketHold &others, CancelToken token);
+    QCoro::Task<bool> sendScript(QByteArray script, PacketHold &others, PendingWrite &write,
+                                 CancelToken token);
     QCoro::Task<> awaitEnd(CancelToken token);
 
     Session &m_session;

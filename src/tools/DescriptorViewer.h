@@ -60,7 +60,7 @@ class DescriptorViewer final : private DeviceRequestClient
 public:
     DescriptorViewer(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                      ErrorBoundary &errors);
-    ~DescriptorViewer();
+    virtual ~DescriptorViewer();
     DescriptorViewer(const DescriptorViewer &) = delete;
     DescriptorViewer &operator=(const DescriptorViewer &) = delete;
 

@@ -79,6 +79,8 @@ QCoro::Task<Answer> DialogBoxes::messageBox(Message message)
         answer.resolve(button == QMessageBox::Yes ? Answer::Yes : ifClosed);
     });
     QObject::connect(box, &QObject::destroyed, [answer, ifClosed] { answer.resolve(ifClosed); });
+    if (message.closedWith)
+        QObject::connect(message.closedWith, &QObject::destroyed, box, &QDialog::reject);
     openActive(*box);
     co_return co_await answer;
 }

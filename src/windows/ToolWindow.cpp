@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/ToolWindow.h"
 
+#include "link/CloseGuard.h"
+
 #include <QKeyEvent>
 
 namespace vantrel {
@@ -28,6 +30,10 @@ void ToolWindow::changeEvent(QEvent *event)
 
 void ToolWindow::closeEvent(QCloseEvent *event)
 {
+    if (m_guard && !m_guard->mayClose([this] { close(); })) {
+        event->ignore();
+        return;
+    }
     closed();
     QMainWindow::closeEvent(event);
 }

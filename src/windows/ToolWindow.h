@@ -5,7 +5,10 @@
 
 namespace vantrel {
 
-/// A window beside the main one. Made once; present() opens it, Escape closes it.
+class CloseGuard;
+
+/// A window beside the main one. Made once; present() opens it, Escape closes it. With a
+/// CloseGuard, closing it while something is being written asks first.
 class ToolWindow : public QMainWindow
 {
     Q_OBJECT
@@ -15,6 +18,9 @@ public:
 
     /// Opens the window, or brings it to the front when it is open.
     void present();
+
+    /// From now on the guard decides whether the window closes. It must outlive the window.
+    void setCloseGuard(CloseGuard &guard) { m_guard = &guard; }
 
 protected:
     /// The window has come up.
@@ -27,6 +33,9 @@ protected:
     void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    CloseGuard *m_guard = nullptr; // null: nothing to ask
 };
 
 } // namespace vantrel

@@ -180,7 +180,7 @@ void FaultBench::close(const char *window)
     Tool &closing = tool(window);
     if (m_main) {
         if (isOpen(window))
-            widgetOf(closing)->close();
+            closeConfirmed(*widgetOf(closing));
     } else if (std::exchange(closing.isOpen, false)) {
         closing.closed();
     }
@@ -203,8 +203,19 @@ void FaultBench::closeAll()
 
 void FaultBench::closeMain()
 {
-    m_main->close();
+    closeConfirmed(*m_main);
     m_mainClosed = true;
+}
+
+/// Answers Yes to the question whether what is being written may be interrupted.
+void FaultBench::closeConfirmed(QWidget &widget)
+{
+    const auto answers = std::exchange(dialogs.answers, {Answer::Yes});
+    const qsizetype boxes = dialogs.messages.size();
+    widget.close();
+    dialogs.answers = answers;
+    if (dialogs.messages.size() > boxes && dialogs.messages[boxes].noIsDefault)
+        dialogs.messages.removeAt(boxes);
 }
 
 void FaultBench::startWalk()

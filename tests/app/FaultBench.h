@@ -95,6 +95,7 @@ private:
     Tool &tool(const char *window);
     QWidget *widgetOf(const Tool &tool) const;
     void tick();
+    void closeConfirmed(QWidget &widget);
 
     std::unique_ptr<simulator::PtyEnd> m_line;
     QList<Tool> m_tools;

@@ -214,6 +214,7 @@ void TestFlashForm::escapeDuringADownload()
     bench.answer("b1 ff"_hex + "        ");
     bench.load();
     QVERIFY(!bench.burn.isEnabled());
+    bench.dialogs.answers = {Answer::Yes};
     QTest::keyClick(&bench.form, Qt::Key_Escape);
     QVERIFY(!bench.form.isVisible());
     QVERIFY(!bench.usable()); // until the tester has the whole script

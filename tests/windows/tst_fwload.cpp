@@ -28,7 +28,11 @@ struct FwLoadBench : WindowBench
         form.present();
         waitUntilActive(form);
     }
-    ~FwLoadBench() { window.close(); } // and the form with it, while there is a loader
+    ~FwLoadBench()
+    {
+        console.shutDown(); // nothing to ask
+        window.close();     // and the form with it, while there is a loader
+    }
     FwLoadBench(const FwLoadBench &) = delete;
     FwLoadBench &operator=(const FwLoadBench &) = delete;
 
@@ -218,7 +222,12 @@ void TestFWLoad::escapeEndsTheDownload()
     FwLoadBench bench;
     bench.choose("NV" + QByteArray(5000, 'x'));
     QTest::mouseClick(&bench.program, Qt::LeftButton);
+    bench.dialogs.answers = {Answer::No, Answer::Yes};
     QTest::keyClick(&bench.form, Qt::Key_Escape);
+    QVERIFY(bench.form.isVisible());
+    QVERIFY(bench.session.ScriptBusy);
+    QTest::keyClick(&bench.form, Qt::Key_Escape);
+    QCOMPARE(bench.dialogs.messages.size(), 2);
     QVERIFY(!bench.form.isVisible());
     QVERIFY(!bench.session.ScriptBusy);
     QCOMPARE(bench.session.waits.pendingCount(), 0);
@@ -229,7 +238,9 @@ void TestFWLoad::mainWindowClosesIt()
     FwLoadBench bench;
     bench.choose("NV" + QByteArray(5000, 'x'));
     QTest::mouseClick(&bench.program, Qt::LeftButton);
+    bench.dialogs.answers = {Answer::Yes};
     bench.window.close();
+    QVERIFY(!bench.window.isVisible());
     QVERIFY(!bench.form.isVisible());
     QCOMPARE(bench.session.waits.pendingCount(), 0);
 }
