@@ -269,6 +269,7 @@ private slots:
     void endsDuringTheQuestion();
     void windowClosesItselfDuringTheQuestion();
     void disconnect();
+    void lostConnectionDoesNotAsk();
     void exitKeepsTheLogUntilYes();
     void failedDownloadDoesNotAsk();
     void twoWritesAtOnce();
@@ -456,6 +457,20 @@ void tst_closingwrites::disconnect()
     QVERIFY(!bench.tool("frmFTDI")->isVisible());
     bench.close(Way::MainFrame, nullptr);
     QVERIFY(!bench.window.isVisible());
+}
+
+/// The exchange still waits for the user to read the box that reports the loss.
+void tst_closingwrites::lostConnectionDoesNotAsk()
+{
+    ClosingBench bench;
+    Writes.back().begin(bench);
+    QVERIFY(bench.isHeld());
+    bench.tester->dropConnection();
+    QTRY_COMPARE(ClosingBench::boxCount(), 1);
+    QVERIFY(ClosingBench::box()->text().startsWith(text("Network Error Detected: ")));
+    bench.close(Way::Escape, "frmFTDI");
+    QVERIFY(!bench.tool("frmFTDI")->isVisible());
+    QCOMPARE(ClosingBench::boxCount(), 1);
 }
 
 void tst_closingwrites::exitKeepsTheLogUntilYes()
