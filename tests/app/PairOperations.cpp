@@ -20,9 +20,6 @@ constexpr int RefreshTicks = 20;
 constexpr int DownloadTicks = 10;
 constexpr int HexRecords = 60;
 
-const auto PhoneReply = "-- Device Request Response: Status = 00\r\n"
-                        " 12 01 00 02 00 00 00 40 CE 0F 66 01";
-
 /// Messages and data port writes in turn, then the end. No packet extends beyond the end of a piece
 /// of a download.
 QByteArray steps(int pairs)
@@ -49,8 +46,7 @@ bool hasStored(FaultBench &bench, const QList<QByteArray> &script)
 
 constexpr int ScriptPairs = 600;
 constexpr int FlashPairs = 500;
-constexpr int RunMessages = 25;
-constexpr int RunRequests = 6;
+constexpr int RunPairs = 30;
 
 bool downloadHasEnded(FaultBench &bench)
 {
@@ -82,17 +78,6 @@ PairOperation scriptDownload()
     return operation;
 }
 
-/// Device requests before the moment of the second operation, and one as the last step.
-QByteArray scriptToRun()
-{
-    const QByteArray message = "1b53 28 4869742121 1b45 1b53 0a 81 1b45"_hex;
-    const QByteArray request = "1b53 01 03 8006 0001 0000 1200 1b45"_hex;
-    QByteArray bytes;
-    for (int i = 0; i < RunMessages; ++i)
-        bytes += i < RunRequests - 1 ? message + request : message;
-    return bytes + request + "1b53 21 1b45"_hex;
-}
-
 PairOperation scriptRun()
 {
     PairOperation operation;
@@ -102,7 +87,7 @@ PairOperation scriptRun()
     operation.opens = PairOperation::Opens::First;
     operation.usesMain = true;
     operation.prepare = [](FaultBench &bench) {
-        bench.dialogs.paths = {bench.fileOf("run.vn", scriptToRun())};
+        bench.dialogs.paths = {bench.fileOf("run.vn", steps(RunPairs))};
         bench.console.scriptLoadClicked();
         bench.turn([&] { return downloadHasEnded(bench); }, DownloadTicks);
     };
@@ -118,11 +103,9 @@ PairOperation scriptRun()
     operation.outcome = [](FaultBench &bench) {
         const QByteArray lines = bench.responses();
         const MainControls &main = bench.main();
-        const bool complete =
-            lines.count("*** Message -- Index:") == RunMessages &&
-            lines.count("*** Script Response -- Index:") == RunMessages + RunRequests &&
-            lines.count(PhoneReply) == RunRequests &&
-            main.ScriptIdx.text() == QLatin1String("Stopped @ 56");
+        const bool complete = lines.count("*** Message -- Index:") == RunPairs &&
+                              lines.count("*** Script Response -- Index:") == RunPairs &&
+                              main.ScriptIdx.text() == QLatin1String("Stopped @ 60");
         return described(complete, main.ScriptRun.text() == QLatin1String("Run") &&
                                            main.ScriptLoad.isEnabled()
                                        ? QStringLiteral("replaced")

@@ -53,6 +53,7 @@ class tst_linkowners : public QObject
 
 private slots:
     void sendDuringFtdiRead();
+    void requestsKeepTheirOrder();
     void fileChosenDuringExchange_data();
     void fileChosenDuringExchange();
 };
@@ -79,6 +80,43 @@ void tst_linkowners::sendDuringFtdiRead()
     QCOMPARE(bench.responses().count("-- Device Request Response: Status = 00\r\n 12 01 10 01"), 5);
     QCOMPARE(bench.doneBy(program), QStringLiteral("done"));
     QCOMPARE(bench.takeBoxes(), QString());
+}
+
+/// What waits for the end of a download is sent in the order of the user's actions.
+void tst_linkowners::requestsKeepTheirOrder()
+{
+    LinkBench bench;
+    const PairOperation &download = operation("script download");
+    const PairOperation &request = operation("device request");
+    const PairOperation &walk = operation("descriptor walk");
+    walk.prepare(bench);
+    request.prepare(bench);
+    bench.session().RespText.clear();
+    bench.tester->clearCommandsSeen();
+
+    QObject context;
+    int received = 0;
+    QObject::connect(bench.tester.get(), &simulator::Tester::commandReceived, &context, [&] {
+        if (++received != 100)
+            return;
+        request.press(bench);
+        walk.press(bench);
+        bench.tools.builder.controls().Address.setText(QStringLiteral("0x09"));
+        request.press(bench);
+    });
+    QCOMPARE(bench.doneBy(download), QStringLiteral("done"));
+    QVERIFY(bench.turn([&] { return walk.hasEnded(bench); }, 1));
+    bench.rest();
+    QCOMPARE(walk.outcome(bench), QStringLiteral("done"));
+
+    QByteArray addresses;
+    for (const QByteArray &command : bench.tester->commandsSeen()) {
+        if (command.startsWith('\x01') && !addresses.endsWith(command[1]))
+            addresses += command[1];
+    }
+    QCOMPARE(addresses.toHex(), QByteArray("020309"));
+    QVERIFY(bench.responses().contains("Status = 00\r\n 12 01 10 01 00 00 00 08 F3 05 07 00"));
+    QCOMPARE(bench.responses().count("-- Device Request Response: Status = 00\r\n 12 01"), 2);
 }
 
 void tst_linkowners::fileChosenDuringExchange_data()
