@@ -64,8 +64,8 @@ public:
     std::optional<LinkLease> acquire(LongExchange exchange);
 
     /// The exchange that prevents `exchange`, if any. A script that runs prevents the exchanges
-    /// with an FTDI device, whose replies cannot be distinguished from those to the script's requests; a
-    /// download replaces it.
+    /// with an FTDI device, whose replies cannot be distinguished from those to the script's
+    /// requests; a download replaces it.
     std::optional<LongExchange> conflict(LongExchange exchange) const;
 
     /// The exchange that has the lease.

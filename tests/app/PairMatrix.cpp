@@ -168,6 +168,7 @@ public:
         attachPairDevices(m_bench);
         QVERIFY(m_bench.connectNow());
         prepare(m_bench, m_first, m_second);
+        m_connection = m_bench.session().connection.count();
         for (const auto step :
              {&PairRun::run, &PairRun::compare, &PairRun::tryAgain, &PairRun::recover}) {
             (this->*step)();
@@ -242,8 +243,11 @@ private:
         };
         QVERIFY(m_bench.turn(connected, RestartLimit));
         m_bench.rest();
-        // The script to be run has been replaced, or lost in a restart.
-        if (m_second.opens == PairOperation::Opens::First && m_second.prepare)
+        // The script to be run has been replaced, or lost in a restart. An image that was read over
+        // an earlier connection is programmed only after a question.
+        const bool reconnected = m_bench.session().connection.count() != m_connection;
+        const bool isRun = m_second.opens == PairOperation::Opens::First;
+        if ((isRun || reconnected) && m_second.prepare)
             m_second.prepare(m_bench);
         m_bench.session().RespText.clear();
         pressSecond();
@@ -305,6 +309,7 @@ private:
     const PairOperation &m_first;
     const PairOperation &m_second;
     FaultBench m_bench{FaultBench::Windows::None};
+    quint32 m_connection = 0;     // count of the session's, when both had been prepared
     std::optional<Press> m_press; // of the second; nothing before its moment
 };
 
