@@ -16,7 +16,6 @@
 #include <QCloseEvent>
 #include <QFontDatabase>
 #include <QScreen>
-#include <QSessionManager>
 
 #include <algorithm>
 

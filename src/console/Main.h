@@ -2,12 +2,12 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QSessionManager>
 #include <QTimer>
 
 #include <memory>
 
 class QAbstractButton;
-class QSessionManager;
 
 namespace vantrel {
 

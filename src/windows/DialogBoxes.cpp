@@ -38,12 +38,12 @@ QMessageBox *makeBox(const Message &message, QWidget *parent)
 /// The dialog that was opened last over the window, or the window itself.
 QWidget *topmost(QWidget *window)
 {
-    const auto dialogs = window->findChildren<QDialog *>(QString(), Qt::FindDirectChildrenOnly);
-    for (auto dialog = dialogs.crbegin(); dialog != dialogs.crend(); ++dialog) {
-        if ((*dialog)->isVisible() && (*dialog)->isModal())
-            return topmost(*dialog);
+    QWidget *last = nullptr;
+    for (QDialog *dialog : window->findChildren<QDialog *>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (dialog->isVisible() && dialog->isModal())
+            last = dialog;
     }
-    return window;
+    return last ? topmost(last) : window;
 }
 
 /// The parent of a dialog that belongs to the window. Null when nothing of the program is open.
