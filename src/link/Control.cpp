@@ -131,7 +131,7 @@ void Control::appendText(const QString &text)
     m_text += text;
     if (m_lineLimit > 0) {
         m_lineEnds += text.count(LineFeed);
-        if (m_lineEnds >= 2 * m_lineLimit)
+        if (m_lineEnds >= qsizetype{2} * m_lineLimit)
             removeExcessLines();
     }
     emit appended(text);

@@ -282,8 +282,9 @@ QCoro::Task<bool> EzUsbConverter::awaitEnd(const CancelToken &token)
     const auto ended = [this, &token] { return m_session.ScriptDone || !goesOn(token); };
     const bool sent = co_await m_link.bytesSent(ended);
     WaitEnd end = WaitEnd::TimedOut;
-    if (sent)
+    if (sent) {
         end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    }
     const bool reported = end == WaitEnd::Answered && goesOn(token);
     m_session.ScriptDone = true;
     co_return reported;

@@ -108,8 +108,9 @@ QCoro::Task<> VornScript::download(QByteArray script)
     PendingWrite write(m_session, forFlash ? WriteKind::FlashDownload : WriteKind::ScriptDownload,
                        script.size());
     const bool sent = co_await sendScript(script, others, write, token);
-    if (sent)
+    if (sent) {
         co_await awaitEnd(token);
+    }
     if (!m_session.ScriptDone) {
         m_session.ScriptDone = true;
         m_session.ScriptError = true;
@@ -152,8 +153,9 @@ QCoro::Task<> VornScript::awaitEnd(CancelToken token)
         return m_session.ScriptDone || !token.isLinkKept() || !m_link.isConnected();
     };
     const bool sent = co_await m_link.bytesSent(ended);
-    if (sent)
+    if (sent) {
         co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
+    }
 }
 
 } // namespace vantrel
