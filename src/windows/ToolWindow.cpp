@@ -30,7 +30,7 @@ void ToolWindow::changeEvent(QEvent *event)
 
 void ToolWindow::closeEvent(QCloseEvent *event)
 {
-    if (m_guard && !m_guard->mayClose([this] { close(); })) {
+    if (m_guard != nullptr && !m_guard->mayClose([this] { close(); })) {
         event->ignore();
         return;
     }
