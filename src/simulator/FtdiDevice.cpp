@@ -136,7 +136,8 @@ QByteArray FtdiDevice::plainImage()
 
 QByteArray FtdiDevice::blankImage()
 {
-    return QByteArray(ImageSize, '\xFF');
+    QByteArray image(ImageSize, '\xFF');
+    return image;
 }
 
 quint16 FtdiDevice::checksum(QByteArrayView image)
@@ -221,7 +222,7 @@ std::unique_ptr<VirtualDevice> makeEepromBlank()
 std::unique_ptr<VirtualDevice> makeEepromChecksum()
 {
     QByteArray image = FtdiDevice::plainImage();
-    image.replace(2 * (FtdiDevice::WordCount - 1), 2, QByteArray(2, '\0'));
+    image.replace(ImageSize - 2, 2, QByteArray(2, '\0'));
     return std::make_unique<FtdiDevice>(image);
 }
 
