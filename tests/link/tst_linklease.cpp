@@ -186,6 +186,8 @@ void TestLinkLease::endOfTheConnection()
     session.leases.endConnection();
     QVERIFY(!session.ScriptBusy);
     QVERIFY(!session.leases.current());
+    lease->setBusy(); // no effect any more
+    QVERIFY(!session.ScriptBusy);
 
     std::optional<LinkLease> next = session.leases.acquire(LongExchange::EzUsbLoad);
     next->setBusy();

@@ -71,6 +71,7 @@ private slots:
     void ownRequestsAreNotHeld();
     void othersWaitForTheReply();
     void othersWaitForTheWalk();
+    void othersWaitForAWalkThatStalls();
     void waitingInOrder();
     void walkWaits();
     void walkTimesOut();
@@ -174,6 +175,18 @@ void TestDeviceRequests::othersWaitForTheWalk()
     QCOMPARE(RequestBench::received(bench.viewer), QByteArray("123"));
     QCOMPARE(bench.responses(), QByteArray(PaneLine) + "34 \r\n");
     QCOMPARE(RequestBench::received(bench.ftdi), QByteArray("5"));
+}
+
+/// A reply that raises an error leaves the walk without a request until its time-out.
+void TestDeviceRequests::othersWaitForAWalkThatStalls()
+{
+    RequestBench bench;
+    bench.beginWalk('v');
+    bench.reply('1');
+    bench.send(Client::Builder, 'b');
+    QCOMPARE(bench.sent(), QByteArray("v"));
+    bench.requests.endWalk();
+    QCOMPARE(bench.sent(), QByteArray("b"));
 }
 
 void TestDeviceRequests::waitingInOrder()
