@@ -121,6 +121,7 @@ void TestStaleStatus::lostSocket()
     bench.tick();
     bench.compareStale(true);
     bench.compareTexts();
+    bench.dialogs.answerHeld(Answer::Ok); // a box that stays open keeps its coroutine
 }
 
 void TestStaleStatus::vanishedPort()
