@@ -74,6 +74,13 @@ public:
                       "the strings come back");
     }
 
+    void tick()
+    {
+        m_bench.tick();
+        m_bench.requests.tick();
+        m_bench.session.waits.check();
+    }
+
     /// Each answer is cut from the bytes; a length of 0 is a tick.
     void answerAnyhow(QByteArrayView bytes)
     {
@@ -83,9 +90,9 @@ public:
             const qsizetype length =
                 std::min<qsizetype>(static_cast<quint8>(bytes.front()) % 8, bytes.size() - 1);
             if (length == 0)
-                m_bench.tick();
+                tick();
             else
-                m_bench.session.FTDIResp(bytes.sliced(1, length));
+                m_bench.requests.receive(bytes.sliced(1, length));
             bytes = bytes.sliced(1 + length);
             m_bench.session.waits.check();
             if (m_utility.controls().btRead.isEnabled())
@@ -93,7 +100,7 @@ public:
         }
         // In the end each request is given up, or was answered.
         for (int i = 0; i < 700 && !m_utility.controls().btRead.isEnabled(); ++i)
-            m_bench.tick();
+            tick();
         fuzz::require(m_utility.controls().btRead.isEnabled(), "no wait lasts for ever");
         fuzz::require(m_bench.session.waits.pendingCount() == 0, "nothing is left waiting");
     }
@@ -134,7 +141,7 @@ private:
     QTemporaryDir m_backups;
     test::FakeDialogs m_dialogs;
     ErrorBoundary m_errors{m_dialogs};
-    FtdiUtility m_utility{m_bench.session, m_bench.commands, m_dialogs, m_errors, m_backups.path()};
+    FtdiUtility m_utility{m_bench.session, m_bench.requests, m_dialogs, m_errors, m_backups.path()};
 };
 
 } // namespace

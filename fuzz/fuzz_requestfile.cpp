@@ -88,7 +88,7 @@ private:
     test::ProtocolBench m_bench;
     test::FakeDialogs m_dialogs;
     ErrorBoundary m_errors{m_dialogs};
-    RequestBuilder m_builder{m_bench.session, m_bench.commands, m_dialogs, m_errors};
+    RequestBuilder m_builder{m_bench.session, m_bench.requests, m_dialogs, m_errors};
 };
 
 bool wordsFit(QByteArrayView file, bool unsignedWords)

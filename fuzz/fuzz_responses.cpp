@@ -25,6 +25,14 @@ constexpr quint8 Disconnected = 0x40;
 constexpr quint8 Network = 0x80;
 } // namespace Switch
 
+/// Collects the replies that it receives.
+struct RecordingClient final : DeviceRequestClient
+{
+    void onReply(QByteArrayView payload) override { received += payload; }
+
+    QByteArray received;
+};
+
 class Receiver
 {
 public:
@@ -39,12 +47,14 @@ public:
         if ((switches & (Switch::Vorn1 | Switch::Vorn2)) != 0)
             session.TesterModel = (switches & Switch::Vorn1) != 0 ? 1 : 2;
         session.DataTimeStamps = (switches & Switch::TimeStamps) != 0;
-        session.DescActive = (switches & Switch::DescriptorViewer) != 0;
-        session.FtdiActive = (switches & Switch::FtdiUtility) != 0;
         if ((switches & Switch::ScriptRuns) != 0)
-            session.Main.ScriptIdx.setText(QStringLiteral("Running"));
-        session.descdecode = [this](QByteArrayView payload) { m_toViewer += payload; };
-        session.FTDIResp = [this](QByteArrayView payload) { m_toUtility += payload; };
+            session.Steps = StepReports::Executed;
+        m_requests.setHandler(DeviceRequests::Client::Viewer, &m_viewer);
+        m_requests.setHandler(DeviceRequests::Client::Ftdi, &m_utility);
+        if ((switches & Switch::DescriptorViewer) != 0)
+            m_requests.beginWalk("\x02\x80");
+        if ((switches & Switch::FtdiUtility) != 0)
+            m_requests.send(DeviceRequests::Client::Ftdi, "\x02\xC0");
     }
 
     void receive(QByteArrayView bytes) { m_transport->receive(bytes.toByteArray()); }
@@ -53,8 +63,8 @@ public:
     QByteArray outcome() const
     {
         const Session &session = m_bench.session;
-        QByteArray text = session.RespText.text() + m_toViewer + '|' + m_toUtility + '|' +
-                          m_transport->writtenBytes() + '|' + session.RxPacket + '|' +
+        QByteArray text = session.RespText.text() + m_viewer.received + '|' + m_utility.received +
+                          '|' + m_transport->writtenBytes() + '|' + session.RxPacket + '|' +
                           session.ConfigReadData + '|' + session.FlashScriptName.toUtf8();
         for (const int value :
              {int{session.RxState}, int(session.LinkState), int{session.FirmwareMajor},
@@ -96,8 +106,8 @@ private:
     DeviceRequests m_requests{m_bench.session, m_bench.link, m_commands};
     RecvDecode m_decoder{m_bench.session, m_commands, m_requests};
     test::MemoryTransport *m_transport = nullptr;
-    QByteArray m_toViewer;
-    QByteArray m_toUtility;
+    RecordingClient m_viewer;
+    RecordingClient m_utility;
 };
 
 } // namespace
