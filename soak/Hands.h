@@ -11,7 +11,7 @@ class QWidget;
 namespace vantrel::soak {
 
 /// Uses windows as a person can, by the object names of windows and controls: only what is open,
-/// shown and enabled. Each function tells whether it could be done.
+/// shown and enabled. Each function returns whether it could be done.
 namespace hands {
 
 /// The open window of that name, or nullptr.

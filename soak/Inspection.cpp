@@ -165,7 +165,7 @@ QCoro::Task<> Inspection::end()
 }
 
 /// The order of packets holds: with a last report everything before it has arrived. A connection
-/// that breaks meanwhile, or at whose end a tester restarts, owes nothing.
+/// that breaks meanwhile, or whose tester restarts, need not deliver everything.
 QCoro::Task<> Inspection::receiveEverything()
 {
     co_await QCoro::sleepFor(200ms); // what has been closed or dropped is known at both ends

@@ -29,7 +29,7 @@ public:
     Inspection(Subject &subject, User &user, Operator &tester, Reports &reports, Journal &journal,
                VitalsTable &vitals, QString directory);
 
-    /// Starts a log, connects to a tester in good health, and has it answer a device request.
+    /// Starts a log, connects to a tester without faults, and has it answer a device request.
     QCoro::Task<> begin();
     /// Ends every fault and every window, disconnects, closes the log and reads it.
     QCoro::Task<> end();

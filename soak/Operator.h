@@ -12,7 +12,7 @@ class Reports;
 struct Subject;
 
 /// Whoever stands at the simulated tester: plugs devices in and out, makes it report, and breaks
-/// it for moments. Most of the time the tester is in good health.
+/// it for moments. Most of the time the tester has no fault.
 class Operator
 {
 public:

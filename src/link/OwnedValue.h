@@ -8,7 +8,8 @@ template <typename Value, typename Owner>
 class OwnedValue
 {
 public:
-    operator Value() const { return m_value; } // NOLINT(google-explicit-constructor)
+    /// Implicit: the value is read as if it were a plain member.
+    operator Value() const { return m_value; }
 
 private:
     friend Owner;
