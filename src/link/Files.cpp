@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Files.h"
 
+#include "link/RegularFile.h"
 #include "link/RuntimeError.h"
 
 #include <QFile>
@@ -16,9 +17,9 @@ bool isInstalled(const QString &programDirectory)
 
 QByteArray readWholeFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw RuntimeError::file(file.errorString(), path);
+    QFile file;
+    if (const auto failure = openRegularFile(file, path, QIODevice::ReadOnly))
+        throw RuntimeError::file(*failure, path);
     QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError)
         throw RuntimeError::file(file.errorString(), path);
@@ -27,9 +28,9 @@ QByteArray readWholeFile(const QString &path)
 
 void writeAtStart(const QString &path, QByteArrayView bytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadWrite))
-        throw RuntimeError::file(file.errorString(), path);
+    QFile file;
+    if (const auto failure = openRegularFile(file, path, QIODevice::ReadWrite))
+        throw RuntimeError::file(*failure, path);
     // A full disk may show only when the buffer is written out.
     if (file.write(bytes.data(), bytes.size()) != bytes.size() || !file.flush())
         throw RuntimeError::file(file.errorString(), path);

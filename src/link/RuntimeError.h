@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/FilePath.h"
+
 #include <QString>
 
 #include <exception>
@@ -27,7 +29,7 @@ public:
     /// `reason` as the system words it ("Permission denied", "No such file or directory").
     static RuntimeError file(const QString &reason, const QString &path)
     {
-        return RuntimeError(reason + QStringLiteral(": ") + path);
+        return RuntimeError(reason + QStringLiteral(": ") + shownPath(path));
     }
 
 private:

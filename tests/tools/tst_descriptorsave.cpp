@@ -133,7 +133,7 @@ void tst_descriptorsave::takesTheTextOfTheAnswer()
 void tst_descriptorsave::failures_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("full disk") << QStringLiteral("/dev/full");
+    QTest::newRow("device") << QStringLiteral("/dev/full");
     QTest::newRow("directory") << QDir::tempPath();
     QTest::newRow("missing directory") << QStringLiteral("/nowhere/report.txt");
 }

@@ -166,8 +166,8 @@ void TestRequestSaving::failedSaves_data()
     QTest::addColumn<QString>("reason");
     QTest::newRow("no directory") << "/no/such/place.dr"
                                   << "No such file or directory: ";
-    QTest::newRow("full disk") << "/dev/full"
-                               << "No space left on device: ";
+    QTest::newRow("device") << "/dev/full"
+                            << "Not a regular file: ";
 }
 
 void TestRequestSaving::failedSaves()
