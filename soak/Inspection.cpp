@@ -10,6 +10,7 @@
 #include "Vitals.h"
 
 #include "link/Files.h"
+#include "link/Wire.h"
 
 #include <QCoroTimer>
 #include <QDir>
@@ -17,6 +18,7 @@
 #include <QPixmapCache>
 #include <QWidget>
 
+#include <array>
 #include <chrono>
 
 namespace vantrel::soak {
@@ -26,12 +28,16 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto Glance = 20ms;
-constexpr int Patience = 20'000; // ms: the longest delay of the tester, and a busy machine
-constexpr double AwayTime = 3;   // seconds: a tester that is given new firmware is back by then
+constexpr double AwayTime = 3; // seconds: a tester that is given new firmware is back by then
 
 QString text(const char *latin1)
 {
     return QString::fromLatin1(latin1);
+}
+
+char replyTo(quint8 command)
+{
+    return static_cast<char>(command | wire::ReplyFlag);
 }
 
 const QString &mainWindow()
@@ -57,11 +63,11 @@ QCoro::Task<bool> comesTrue(std::function<bool()> condition, int milliseconds)
 Inspection::Inspection(Subject &subject, User &user, Operator &tester, Reports &reports,
                        Journal &journal, VitalsTable &vitals, QString directory)
     : m_subject(subject), m_user(user), m_tester(tester), m_reports(reports), m_journal(journal),
-      m_vitals(vitals), m_directory(std::move(directory))
+      m_vitals(vitals), m_directory(std::move(directory)), m_saves(subject, m_directory)
 {
 }
 
-QCoro::Task<> Inspection::require(QString what, std::function<bool()> condition, int milliseconds)
+QCoro::Task<> require(QString what, std::function<bool()> condition, int milliseconds)
 {
     const bool came = co_await comesTrue(condition, milliseconds);
     if (!came)
@@ -70,9 +76,15 @@ QCoro::Task<> Inspection::require(QString what, std::function<bool()> condition,
 
 QCoro::Task<> Inspection::begin()
 {
+    m_subject.select(nextKind());
+    m_journal.note(Journal::Group::Event, m_subject.target->description());
+    m_reports.follow();
     co_await startLog();
+    co_await m_saves.saveName();
     co_await connectAgain();
+    co_await fillCommandPane();
     co_await askDevice();
+    co_await m_saves.saveFiles();
     const Session &session = m_subject.console.session();
     if (session.ScriptBusy || session.DescActive || session.FtdiActive || session.RestartExpected)
         throw SoakFailure(text("an exchange is still under way after Connect"));
@@ -88,10 +100,10 @@ QCoro::Task<> Inspection::startLog()
     if (!hands::choose(mainWindow(), text("FileNew")))
         throw SoakFailure(text("no log can be started"));
     const auto asked = [] { return hands::fileDialog() != nullptr; };
-    co_await require(text("the file dialog of the log"), asked, Patience);
+    co_await require(text("the file dialog of the log"), asked);
     hands::answer(*hands::fileDialog(), logPath());
     const auto logging = [this] { return m_subject.console.session().Logging; };
-    co_await require(text("the log is open"), logging, Patience);
+    co_await require(text("the log is open"), logging);
 }
 
 QCoro::Task<> Inspection::connectAgain()
@@ -99,10 +111,44 @@ QCoro::Task<> Inspection::connectAgain()
     if (!hands::press(mainWindow(), text("Connect")))
         throw SoakFailure(text("Connect cannot be pressed"));
     const auto known = [this] {
-        const QString line = text("** Vorn 2 Firmware Revision  3 . 12");
-        return m_subject.console.session().Main.CmdWin.text().contains(line);
+        const Session &session = m_subject.console.session();
+        return session.LinkState == LinkStates::Running &&
+               session.Main.CmdWin.text().contains(m_subject.target->versionLine());
     };
-    co_await require(text("the tester's version in the command pane"), known, Patience);
+    co_await require(text("the tester's version in the command pane"), known);
+}
+
+/// Both models, both kinds of connection, each searched rate, in turn.
+Target::Kind Inspection::nextKind()
+{
+    constexpr std::array Rates{38'400, 57'600, 115'200, 19'200};
+    const std::size_t round = m_rounds++;
+    const bool serial = round % 2 != 0;
+    const int model = round % 4 < 2 ? 2 : 1;
+    return {model, serial ? Rates.at(round / 2 % Rates.size()) : 0};
+}
+
+/// The command pane grows until it holds as many lines as it keeps, which takes an hour of use. It
+/// is full from the start, so that no growth of memory is due to it.
+QCoro::Task<> Inspection::fillCommandPane()
+{
+    if (m_rounds > 1)
+        co_return;
+    constexpr int Bunch = 500; // packets at a time, so that no event waits long
+    constexpr int Lines = 2 * MainControls::CommandLines;
+    const QByteArray resuming(1, replyTo(wire::Command::Resume));
+    const QByteArray suspending(1, replyTo(wire::Command::Suspend));
+    const Control &pane = m_subject.console.session().Main.CmdWin;
+    for (int sent = 0; sent < Lines; sent += Bunch) {
+        for (int i = 1; i < Bunch; ++i)
+            m_subject.target->tester().sendPacket(suspending);
+        m_subject.target->tester().sendPacket(resuming);
+        const auto shown = [&pane] { return pane.text().endsWith(text("Resuming")); };
+        co_await require(text("%1 lines in the command pane").arg(sent + Bunch), shown);
+        m_subject.target->tester().sendPacket(suspending);
+        const auto next = [&pane] { return pane.text().endsWith(text("Suspending")); };
+        co_await require(text("the next line"), next);
+    }
 }
 
 /// The keyboard is asked for its device descriptor. Whatever was done to the port is undone first.
@@ -132,8 +178,7 @@ QCoro::Task<> Inspection::askDevice()
                                    " 12 01 10 01 00 00 00 08 F3 05 07 00 20 03 00 00 00 01 \r\n");
         return m_subject.console.session().Main.RespWin.text().contains(lines);
     };
-    co_await require(text("the keyboard's device descriptor"), answered, Patience);
-    hands::escape(window);
+    co_await require(text("the keyboard's device descriptor"), answered);
 }
 
 QCoro::Task<> Inspection::end()
@@ -147,19 +192,19 @@ QCoro::Task<> Inspection::end()
     if (caption.text() == text("Disconnect"))
         hands::press(mainWindow(), text("Connect"));
     const auto closed = [this, &caption] {
-        return caption.text() == text("Connect") && !m_subject.end.isConsoleConnected();
+        return caption.text() == text("Connect") && !m_subject.target->isConsoleConnected();
     };
-    co_await require(text("both ends have disconnected"), closed, Patience);
+    co_await require(text("both ends have disconnected"), closed);
     hands::press(mainWindow(), text("ClrResp"));
 
     const auto back = [this] { return m_journal.seconds() > m_faultsEnded + AwayTime; };
-    co_await require(text("the tester is back"), back, Patience);
+    co_await require(text("the tester is back"), back);
     // A retrieval that went wrong ends with its count-down.
     const auto retrieved = [this] { return !m_subject.console.session().DescActive; };
-    co_await require(text("the descriptor viewer has given up"), retrieved, Patience);
+    co_await require(text("the descriptor viewer has given up"), retrieved);
     requireNothingUnderWay();
     checkLog();
-    m_tester.restore();
+    m_subject.target->restore();
     QPixmapCache::clear(); // every file dialog leaves icons of its own there, up to 10 MB
     m_vitals.sampleAtRest(vitalsNow(m_journal));
 }
@@ -180,7 +225,7 @@ QCoro::Task<> Inspection::receiveEverything()
     const auto arrived = [this, start, stands] {
         return m_subject.console.session().RespText.text().contains(start) || !stands();
     };
-    co_await require(text("the last report is in the response pane"), arrived, Patience);
+    co_await require(text("the last report is in the response pane"), arrived);
     if (stands())
         m_reports.allAreDue();
 }
@@ -203,7 +248,7 @@ QCoro::Task<> Inspection::clearTheDesk()
     };
     // Twice: what is closed may put a box in its place.
     for (int i = 0; i < 2; ++i) {
-        co_await require(text("every window has closed, and Connect can be used"), clear, Patience);
+        co_await require(text("every window has closed, and Connect can be used"), clear);
         co_await QCoro::sleepFor(150ms);
     }
 }

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "Journal.h"
+#include "Saves.h"
+#include "Target.h"
 
 #include <QCoroTask>
 #include <QString>
@@ -19,6 +21,12 @@ struct Subject;
 /// Waits until the condition holds; false when it does not within so many milliseconds.
 QCoro::Task<bool> comesTrue(std::function<bool()> condition, int milliseconds);
 
+/// How long is waited for what must come: the longest delay of the tester, and a busy machine.
+constexpr int Patience = 20'000; // ms
+
+/// The same; throws SoakFailure, which names what was waited for, when it does not hold in time.
+QCoro::Task<> require(QString what, std::function<bool()> condition, int milliseconds = Patience);
+
 /// Brings the program to rest and back to work, and looks whether everything is as it must be.
 /// Everything throws SoakFailure when it is not.
 class Inspection
@@ -29,21 +37,24 @@ public:
     Inspection(Subject &subject, User &user, Operator &tester, Reports &reports, Journal &journal,
                VitalsTable &vitals, QString directory);
 
-    /// Starts a log, connects to a tester without faults, and has it answer a device request.
+    /// Selects a tester, starts a log, connects to the tester, which has no faults, sends a device
+    /// request, and saves a file of every kind.
     QCoro::Task<> begin();
     /// Ends every fault and every window, disconnects, closes the log and reads it.
     QCoro::Task<> end();
 
+    int filesCompared() const { return m_saves.count(); }
     qsizetype logs() const { return m_logs; }
     qsizetype linesLogged() const { return m_lines; }
     qsizetype bytesLogged() const { return m_bytes; }
     qsizetype reportsLogged() const { return m_reportsLogged; }
 
 private:
-    QCoro::Task<> require(QString what, std::function<bool()> condition, int milliseconds);
+    Target::Kind nextKind();
     QCoro::Task<> startLog();
     QCoro::Task<> connectAgain();
     QCoro::Task<> askDevice();
+    QCoro::Task<> fillCommandPane();
     QCoro::Task<> receiveEverything();
     QCoro::Task<> clearTheDesk();
     void requireNothingUnderWay() const;
@@ -57,7 +68,9 @@ private:
     Journal &m_journal;
     VitalsTable &m_vitals;
     QString m_directory;
+    Saves m_saves;
     double m_faultsEnded = 0; // seconds of the journal
+    std::size_t m_rounds = 0;
     qsizetype m_logs = 0;
     qsizetype m_lines = 0;
     qsizetype m_bytes = 0;

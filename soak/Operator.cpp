@@ -25,8 +25,7 @@ QString hex(const QByteArray &bytes)
 } // namespace
 
 Operator::Operator(Subject &subject, Reports &reports, Journal &journal, Dice &dice)
-    : m_subject(subject), m_reports(reports), m_journal(journal), m_dice(dice),
-      m_commands(subject.tester)
+    : m_subject(subject), m_reports(reports), m_journal(journal), m_dice(dice)
 {
 }
 
@@ -95,7 +94,7 @@ void Operator::act()
 /// the soak's own.
 void Operator::run(const QString &line)
 {
-    const QString answer = m_commands.run(line);
+    const QString answer = m_subject.target->commands().run(line);
     if (answer.startsWith(text("usage")) || answer.startsWith(text("no such command")))
         throw SoakFailure(text("the operator's line \"%1\": %2").arg(line, answer));
 }
@@ -105,7 +104,7 @@ void Operator::sendReports()
 {
     constexpr int LongestFlood = 400;
     // A tester that sends byte by byte would be busy with a flood for minutes.
-    const bool slow = m_subject.tester.faults().fragmentPause > 0;
+    const bool slow = m_subject.target->tester().faults().fragmentPause > 0;
     const bool flood = !slow && m_dice.oneIn(8);
     const int count = flood ? m_dice.between(50, LongestFlood) : m_dice.between(1, 3);
     m_journal.note(Journal::Group::Event, flood ? text("flood") : text("reports"));
@@ -141,18 +140,7 @@ void Operator::endFaults()
     if (m_broken)
         m_journal.note(Journal::Group::Event, text("repair"));
     m_broken = false;
-    m_subject.tester.faults() = {};
-}
-
-void Operator::restore()
-{
-    simulator::TesterState &state = m_subject.tester.state();
-    state.settings = simulator::Settings::vorn2();
-    state.port.powerUp();
-    for (const simulator::BuiltInDevice &device : simulator::builtInDevices()) {
-        if (!state.port.deviceAt(device.address))
-            m_subject.tester.attach(device.make(), device.address);
-    }
+    m_subject.target->tester().faults() = {};
 }
 
 QString Operator::byte()

@@ -4,7 +4,8 @@
 #include "Dice.h"
 #include "Journal.h"
 
-#include "simulator/OperatorCommands.h"
+#include <QList>
+#include <QString>
 
 namespace vantrel::soak {
 
@@ -25,8 +26,6 @@ public:
     void minding();
     /// Every fault off, from now until the next minding().
     void endFaults();
-    /// The tester as it was at the start, every device attached again. Not while it is away.
-    void restore();
 
 private:
     struct Event
@@ -73,7 +72,6 @@ private:
     Reports &m_reports;
     Journal &m_journal;
     Dice &m_dice;
-    simulator::OperatorCommands m_commands;
     bool m_broken = false;
     double m_nextChange = 0; // seconds of the journal
 };

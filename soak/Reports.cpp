@@ -12,38 +12,55 @@ namespace vantrel::soak {
 
 Reports::Reports(Subject &subject) : m_subject(subject)
 {
+    m_conversations.append(Conversation{});
+}
+
+void Reports::follow()
+{
     begin();
-    connect(&subject.end, &simulator::TcpEnd::consoleConnected, this, [this] {
+    Target &target = *m_subject.target;
+    connect(&target, &Target::consoleConnected, this, [this, &target] {
         ++m_connections;
         begin();
-        // The console takes up what a connection that broke has left unfinished, and that may cost
-        // it the next packet. After two starts it is at the beginning of one, wherever it was.
-        m_subject.tester.sendRaw(QByteArrayLiteral("\x1BS\x1BS"));
+        // The console keeps an unfinished packet of a broken connection, which may cost it the next
+        // packet. After two starts it is at the beginning of one in any case.
+        target.tester().sendRaw(QByteArrayLiteral("\x1BS\x1BS"));
     });
     const QByteArray numbered = ByteWriter{wire::Report::Data}.byte(Address).byte(Endpoint).take();
-    connect(&subject.tester, &simulator::Tester::packetSent, this,
+    connect(&target.tester(), &simulator::Tester::packetSent, this,
             [this, numbered](const QByteArray &body) {
                 if (body.startsWith(numbered))
                     m_conversations.last().end = ++m_next;
             });
 }
 
+/// What is delayed may be sent after the console has changed its rate.
+void Reports::noteLostWrites()
+{
+    if (m_subject.target && m_subject.target->lostWrites() != m_lostWrites)
+        m_conversations.last().mayHaveGaps = true;
+}
+
 void Reports::begin()
 {
-    m_conversations.append({m_next, m_next, m_next});
+    if (!m_conversations.isEmpty())
+        noteLostWrites();
+    m_conversations.append({m_next, m_next, m_next, false});
+    m_lostWrites = m_subject.target ? m_subject.target->lostWrites() : 0;
 }
 
 bool Reports::send()
 {
-    if (!m_subject.end.isConsoleConnected())
+    if (!m_subject.target->isConsoleListening())
         return false;
     const quint32 number = m_next;
-    m_subject.tester.reportData(Address, Endpoint, dataOf(number));
+    m_subject.target->tester().reportData(Address, Endpoint, dataOf(number));
     return m_next != number;
 }
 
 QList<Reports::Conversation> Reports::takeConversations()
 {
+    noteLostWrites();
     const QList<Conversation> taken = std::exchange(m_conversations, {});
     begin();
     return taken;

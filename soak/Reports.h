@@ -21,12 +21,18 @@ public:
     /// The reports that went to one connection, all with the numbers from `first` to before `end`.
     struct Conversation
     {
-        quint32 first;
-        quint32 end;
-        quint32 due; ///< the log must have those before this; of the others, the first ones or none
+        quint32 first = 0;
+        quint32 end = 0;
+        quint32 due =
+            0; ///< the log must have those before this; of the others, the first ones or none
+        bool mayHaveGaps =
+            false; ///< on a serial line: some were sent while the console had another rate
     };
 
     explicit Reports(Subject &subject);
+
+    /// Follows the target that the subject has now. Before each change, takeConversations().
+    void follow();
 
     /// Sends the next number. False, and nothing sent, when no console is connected or the tester
     /// is silent.
@@ -47,7 +53,10 @@ public:
 private:
     void begin();
 
+    void noteLostWrites();
+
     Subject &m_subject;
+    quint64 m_lostWrites = 0; // of the target, when the conversation began
     QList<Conversation> m_conversations;
     quint32 m_next = 0;
     int m_connections = 0;

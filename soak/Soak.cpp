@@ -108,6 +108,7 @@ void Soak::printSummary() const
               .arg(m_reports.connections())
               .arg(m_reports.sent())
               .arg(m_inspection.reportsLogged()));
+    print(QStringLiteral("Other files compared: %1").arg(m_inspection.filesCompared()));
     print(QStringLiteral("Logs %1, of %2 lines and %3 bytes; longest wait of an event %4 ms")
               .arg(m_inspection.logs())
               .arg(m_inspection.linesLogged())

@@ -26,11 +26,14 @@ QString text(const char *latin1)
     return QString::fromLatin1(latin1);
 }
 
-/// A Vorn 2 image of 10,000 bytes that calls itself 3.13.
-QByteArray firmwareImage()
+/// An image of 10,000 bytes for the model, with the revision 3.13.
+QByteArray firmwareImage(int model)
 {
     QByteArray image(10'000, '\xA5');
-    image.replace(0, 2, "NV");
+    if (model == 2)
+        image.replace(0, 2, "NV");
+    else
+        image.replace(6, 2, QByteArray("\x04\0", 2));
     image[8] = 3;
     image[9] = 13;
     return image;
@@ -71,7 +74,8 @@ void User::makeFiles()
     write(text("broken.vn"), m_dice.bytes(3000));
     write(text("whole.hex"), hexFile());
     write(text("broken.hex"), hexFile().left(1001));
-    write(text("vorn2.bin"), firmwareImage());
+    write(text("vorn1.bin"), firmwareImage(1));
+    write(text("vorn2.bin"), firmwareImage(2));
     write(text("other.bin"), m_dice.bytes(5000));
     write(text("device.dr"), QByteArray::fromHex("02800600010000120000"));
     write(text("short.dr"), QByteArray::fromHex("0280060001"));

@@ -23,9 +23,9 @@ class VitalsTable
 {
 public:
     /// What the process may grow by once it has warmed up.
-    static constexpr long MostMemory = 16 * 1024;   // KiB, resident
-    static constexpr long MostAllocated = 4 * 1024; // KiB, at rest
-    static constexpr int MostDescriptors = 0;       // at rest
+    static constexpr long MostMemory = 16 * 1024; // KiB, resident
+    static constexpr long MostAllocated = 1024;   // KiB, at rest
+    static constexpr int MostDescriptors = 0;     // at rest
 
     /// While the program is in use.
     void sample(const Vitals &vitals) { m_inUse.push_back(vitals); }

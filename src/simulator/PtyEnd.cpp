@@ -190,6 +190,7 @@ void PtyEnd::lookForConsole()
         return;
     m_hangUpPoll.stop();
     m_readable->setEnabled(true);
+    emit consoleConnected();
 }
 
 void PtyEnd::readWaiting()
@@ -239,8 +240,11 @@ bool PtyEnd::consoleRateMatches() const
 
 void PtyEnd::write(const QByteArray &bytes)
 {
+    const bool received = isConsoleConnected() && consoleRateMatches();
+    if (!received)
+        ++m_lostWrites;
     if (isConsoleConnected())
-        writeRaw(consoleRateMatches() ? bytes : m_noise);
+        writeRaw(received ? bytes : m_noise);
 }
 
 void PtyEnd::writeRaw(const QByteArray &bytes)

@@ -43,10 +43,19 @@ public:
     void dropConnection();
     bool isPlugged() const { return m_master.isOpen(); }
     bool isConsoleConnected() const { return isPlugged() && !m_hangUpPoll.isActive(); }
+    /// The console that has the device open has set the rate of the tester.
+    bool consoleRateMatches() const;
+    /// Writes of the tester that no console received, because none was connected or it had set
+    /// another rate.
+    quint64 lostWrites() const { return m_lostWrites; }
 
     /// What a console at another rate gets to read for each write, in either direction. Empty, the
     /// default: nothing.
     void setNoise(const QByteArray &noise) { m_noise = noise; }
+
+signals:
+    /// A console has opened the device.
+    void consoleConnected();
 
 private:
     bool failed(const char *what);
@@ -61,7 +70,6 @@ private:
     void writeWaiting();
     void lookForConsole();
     void consoleLeft();
-    bool consoleRateMatches() const;
 
     Tester &m_tester;
     int m_baud;
@@ -71,6 +79,7 @@ private:
     QString m_error;
     QByteArray m_noise;
     QByteArray m_unsent;
+    quint64 m_lostWrites = 0;
     // Both live for as long as m_master is open.
     QSocketNotifier *m_readable = nullptr;
     QSocketNotifier *m_writable = nullptr;
