@@ -56,7 +56,10 @@ void printRow(const Vitals &vitals, const char *when)
 
 Vitals vitalsNow(const Journal &journal)
 {
-    const auto allocated = static_cast<long>(mallinfo2().uordblks / 1024);
+    // Both what lies in the heap and what the system has mapped for one block each: the allocator
+    // changes with time which blocks it maps.
+    const struct mallinfo2 heap = mallinfo2();
+    const auto allocated = static_cast<long>((heap.uordblks + heap.hblkhd) / 1024);
     return {journal.seconds(), residentMemory(), allocated, openDescriptors()};
 }
 
