@@ -132,6 +132,7 @@ QString obey(const QString &line)
     if (command == QLatin1String("choose"))
         return chooseFile(argument);
     if (command == QLatin1String("hang")) {
+        std::cout << "hanging" << std::endl;
         for (;;)
             ::pause();
     }
