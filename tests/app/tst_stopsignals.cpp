@@ -158,7 +158,8 @@ void tst_stopsignals::hangUpIgnoredAtStart()
     DrivenProcess program(offscreen(), [] { ::signal(SIGHUP, SIG_IGN); });
     QCOMPARE(program.ask("ok"), QStringLiteral("closed"));
     QVERIFY(program.send(SIGHUP));
-    QCOMPARE(program.ask("box"), QStringLiteral("none"));
+    for (int turn = 0; turn < 3; ++turn) // a program that stops may answer once
+        QCOMPARE(program.ask("box"), QStringLiteral("none"));
     QVERIFY(program.send(SIGTERM));
     QVERIFY(program.endedBy(SIGTERM));
 }
