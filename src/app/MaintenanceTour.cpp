@@ -2,12 +2,12 @@
 #include "app/MaintenanceTour.h"
 
 #include "app/Stage.h"
+#include "app/TourFiles.h"
 #include "link/Files.h"
 #include "simulator/BuiltInDevices.h"
 #include "simulator/Tester.h"
 #include "simulator/VirtualDevice.h"
 
-#include <QFile>
 #include <QWidget>
 
 namespace vantrel {
@@ -59,8 +59,7 @@ QCoro::Task<> MaintenanceTour::loadEzUsbFirmware()
 {
     m_stage.say(text("Turn EZ-USB firmware into a script"));
     attach("fx2");
-    const QString hexFile = path("blink.hex");
-    QFile::remove(hexFile);
+    const QString hexFile = path(tourfile::HexFile);
     writeAtStart(hexFile, ":0300000002010000FA\r\n"
                           ":0401000000010203F5\r\n"
                           ":00000001FF\r\n");
@@ -129,8 +128,7 @@ QCoro::Task<> MaintenanceTour::changeNetworkAddress()
 QCoro::Task<> MaintenanceTour::replaceFirmware()
 {
     m_stage.say(text("Give the tester a new firmware"));
-    const QString image = path("vorn2-3.13.bin");
-    QFile::remove(image);
+    const QString image = path(tourfile::Firmware);
     writeAtStart(image, firmwareImage());
     m_stage.choose("mnuUtilFW");
     co_await m_stage.expectDialog(text("FWLoad"));

@@ -2,6 +2,7 @@
 #include "app/Program.h"
 
 #include "app/Tour.h"
+#include "app/TourFiles.h"
 #include "link/Files.h"
 #include "link/SerialTransport.h"
 #include "link/TcpTransport.h"
@@ -12,13 +13,23 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <QTextStream>
+#include <QTimer>
 
 namespace vantrel {
+
+namespace {
+
+void printError(const QString &line)
+{
+    QTextStream(stderr) << "vantrel: " << line << Qt::endl;
+}
+
+} // namespace
 
 Program::Program(Options options)
     : m_options(std::move(options)), m_dialogs(startDirectories()),
       m_console(m_dialogs, std::make_unique<SerialTransport>(), std::make_unique<TcpTransport>()),
-      m_tools(m_console, dataFolder()), m_main(m_console)
+      m_tools(m_console, dataFolder()), m_main(m_console), m_atExit([this] { finishAtExit(); })
 {
     addToolWindows(m_tools, m_console, m_main);
     for (int number = 1; number <= VornComm::SerialPortCount; ++number) {
@@ -26,19 +37,38 @@ Program::Program(Options options)
             number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
     }
     m_console.session().UnsignedWords = m_options.unsignedWords;
-    QObject::connect(&m_console.closeGuard(), &CloseGuard::interrupted, [](const QString &line) {
-        QTextStream(stderr) << "vantrel: " << line << Qt::endl;
-    });
-    QObject::connect(&m_stopSignals, &simulator::StopSignals::stopRequested, &m_main,
-                     [this] { stop(); });
+    QObject::connect(&m_console.closeGuard(), &CloseGuard::interrupted, &printError);
+    QObject::connect(&m_stopSignals, &StopSignals::stopRequested, &m_main,
+                     [this](int signal) { stop(signal); });
 }
 
-/// A tour that is stopped has not shown everything.
-void Program::stop()
+void Program::stop(int signal)
 {
+    m_signal = signal;
+    finishLog();
+    m_stopSignals.restoreDefaults();
     m_console.shutDown();
     m_main.close();
-    QApplication::exit(m_options.tourDirectory.isEmpty() ? 0 : 1);
+    QApplication::exit(1);
+}
+
+/// There is nobody to read a message box any more.
+void Program::finishLog()
+{
+    if (const auto failure = m_console.log().finish())
+        printError(*failure);
+}
+
+void Program::finishAtExit()
+{
+    finishLog();
+    m_console.closeGuard().interruptWrites();
+}
+
+ProgramEnd Program::endAfter(int loopResult) const
+{
+    const bool tour = !m_options.tourDirectory.isEmpty();
+    return {tour ? m_tourStatus : loopResult, m_signal};
 }
 
 std::optional<QString> Program::start()
@@ -48,14 +78,16 @@ std::optional<QString> Program::start()
             return failure;
     }
     const bool tour = !m_options.tourDirectory.isEmpty();
-    if (tour && !QDir().mkpath(m_options.tourDirectory))
-        return QStringLiteral("cannot make the folder ") + m_options.tourDirectory;
+    if (tour) {
+        if (auto failure = prepareTourDirectory(m_options.tourDirectory))
+            return failure;
+    }
 
     m_main.show();
     loadConsole();
     applyOptions();
-    if (tour)
-        takeTour();
+    if (tour) // by the event loop, which a tour that fails at once is to end
+        QTimer::singleShot(0, &m_main, [this] { takeTour(); });
     return std::nullopt;
 }
 
@@ -97,9 +129,7 @@ void Program::loadConsole()
                        NetworkNames::sharedFiles(directory));
         return;
     }
-    const QString path = NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory);
-    QFile::remove(path);
-    m_console.load(path);
+    m_console.load(NetworkNames::filePath(m_options.tourDirectory, m_options.tourDirectory));
 }
 
 void Program::applyOptions()
@@ -127,9 +157,10 @@ void Program::selectNetwork(const QString &host, quint16 port)
 QCoro::Task<> Program::takeTour()
 {
     Tour tour(m_console, m_main, *m_tester, m_options.tourDirectory);
-    const int result = co_await tour.run();
+    m_tourStatus = co_await tour.run();
+    m_console.shutDown(); // nothing asks before it is closed
     m_main.close();
-    QApplication::exit(result);
+    QApplication::exit(m_tourStatus);
 }
 
 } // namespace vantrel

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "app/AtExit.h"
 #include "app/Options.h"
 #include "app/ToolWindows.h"
 #include "console/Console.h"
 #include "console/Main.h"
-#include "simulator/StopSignals.h"
+#include "link/StopSignals.h"
 #include "simulator/TcpEnd.h"
 #include "simulator/Tester.h"
 #include "windows/DialogBoxes.h"
@@ -17,8 +18,16 @@
 
 namespace vantrel {
 
-/// The parts of the running program, joined. SIGINT and SIGTERM end it without a question. What it
-/// was writing when it ended, and had to leave undone, is reported on standard error.
+/// How a program ended.
+struct ProgramEnd
+{
+    int status = 0;            ///< exit status, unless a signal has ended the program
+    std::optional<int> signal; ///< the process is to end by it
+};
+
+/// The parts of the running program, joined. SIGINT, SIGTERM, SIGHUP and the end of the X server
+/// end it without a question; an open log is closed with its footer. What it was writing when it
+/// ended, and had to leave undone, is reported on standard error.
 class Program
 {
 public:
@@ -27,8 +36,13 @@ public:
     /// Shows the window and does what the options ask for. Nothing, or why the program cannot run.
     std::optional<QString> start();
 
+    /// How the program has ended, after the event loop has returned the value.
+    ProgramEnd endAfter(int loopResult) const;
+
 private:
-    void stop();
+    void stop(int signal);
+    void finishLog();
+    void finishAtExit();
     std::optional<QString> startSimulator();
     QString dataFolder() const;
     StartDirectories startDirectories() const;
@@ -42,9 +56,12 @@ private:
     Console m_console;
     Tools m_tools;
     Main m_main;
-    simulator::StopSignals m_stopSignals;
+    StopSignals m_stopSignals;
     std::unique_ptr<simulator::Tester> m_tester;
     std::unique_ptr<simulator::TcpEnd> m_testerEnd;
+    std::optional<int> m_signal;
+    int m_tourStatus = 1; // until the tour is complete
+    AtExit m_atExit;      // destroyed first
 };
 
 } // namespace vantrel

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Stage.h"
 
+#include "app/TourFiles.h"
 #include "console/Console.h"
+#include "link/Files.h"
 #include "link/Utils.h"
 
 #include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
+#include <QBuffer>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -17,24 +20,25 @@
 #include <QPixmap>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTextStream>
+
+#include <cerrno>
+#include <cstdio>
 
 namespace vantrel {
 
 namespace {
 
-void print(const QString &line)
-{
-    QTextStream(stdout) << line << Qt::endl;
-}
+constexpr int BoxTicks = 50; // of 100 ms
 
-/// Each line of a pane's new text, behind a mark that says which pane.
-void printPane(const QString &mark, const QString &text)
+/// A message box of any window of the program.
+QMessageBox *openBox()
 {
-    for (const QString &line : text.split(QStringLiteral("\r\n"))) {
-        if (!line.isEmpty())
-            print(mark + line);
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        auto *const box = qobject_cast<QMessageBox *>(window);
+        if (box != nullptr && box->isVisible())
+            return box;
     }
+    return nullptr;
 }
 
 void strike(QWidget &widget, int key, const QString &text = {})
@@ -50,32 +54,79 @@ void strike(QWidget &widget, int key, const QString &text = {})
 Stage::Stage(Console &console, QWidget &mainWindow, QString directory)
     : m_console(console), m_main(mainWindow), m_directory(std::move(directory))
 {
-    tellPanes();
+    printPanes();
 }
 
-void Stage::tellPanes()
+void Stage::printPanes()
 {
     MainControls &main = m_console.session().Main;
-    QObject::connect(&main.CmdWin, &Control::appended, &m_main, [](const QString &text) {
+    QObject::connect(&main.CmdWin, &Control::appended, &m_receiver, [this](const QString &text) {
         printPane(QStringLiteral("    command  | "), text);
     });
-    QObject::connect(&main.RespWin, &Control::changed, &m_main,
+    QObject::connect(&main.RespWin, &Control::changed, &m_receiver,
                      [this, &main](Control::Aspect aspect) {
                          if (aspect == Control::Aspect::Text)
-                             tellResponses(main.RespWin.text());
+                             printResponses(main.RespWin.text());
                      });
 }
 
-void Stage::tellResponses(const QString &text)
+void Stage::printResponses(const QString &text)
 {
-    const bool continues = text.startsWith(m_toldResponses);
+    const bool continues = text.startsWith(m_printedResponses);
     printPane(QStringLiteral("    response | "),
-              continues ? text.sliced(m_toldResponses.size()) : text);
-    m_toldResponses = text;
+              continues ? text.sliced(m_printedResponses.size()) : text);
+    m_printedResponses = text;
+}
+
+/// Each line of a pane's new text, behind a mark that says which pane.
+void Stage::printPane(const QString &mark, const QString &text)
+{
+    for (const QString &line : text.split(QStringLiteral("\r\n"))) {
+        if (!line.isEmpty())
+            print(mark + line);
+    }
+}
+
+/// Also called by the panes' signals, so a failure is kept for the next step.
+void Stage::print(const QString &line)
+{
+    const QByteArray bytes = line.toLocal8Bit() + '\n';
+    const bool printed = std::fputs(bytes.constData(), stdout) >= 0 && std::fflush(stdout) == 0;
+    if (!printed && m_outputError.isEmpty())
+        m_outputError = qt_error_string(errno);
+}
+
+/// Why the tour cannot go on, if it cannot.
+std::optional<QString> Stage::problem(Boxes boxes) const
+{
+    if (!m_outputError.isEmpty())
+        return QStringLiteral("standard output: ") + m_outputError;
+    const QMessageBox *const box = boxes == Boxes::Refused ? openBox() : nullptr;
+    if (box)
+        return QStringLiteral("unexpected box \"%1\": \"%2\"").arg(box->windowTitle(), box->text());
+    return std::nullopt;
+}
+
+void Stage::check(Boxes boxes) const
+{
+    if (const auto found = problem(boxes))
+        throw TourFailure(*found);
+}
+
+void Stage::reportFailure(const QString &failure)
+{
+    print(QStringLiteral("* FAILED: ") + failure);
+    std::fprintf(stderr, "vantrel: the tour failed: %s\n", failure.toLocal8Bit().constData());
+    try {
+        picture(QStringLiteral("failure"));
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "vantrel: %s\n", error.what());
+    }
 }
 
 void Stage::say(const QString &title)
 {
+    check(Boxes::Expected);
     print(QStringLiteral("* ") + title);
     for (const QString &pane : {QStringLiteral("CmdWin"), QStringLiteral("RespWin")})
         m_oldLines[pane] = linesOf(pane).size();
@@ -114,6 +165,7 @@ QWidget *Stage::locate(const QString &name) const
 
 QWidget &Stage::find(const char *name) const
 {
+    check();
     const QString objectName = QString::fromLatin1(name);
     QWidget *widget = locate(objectName);
     if (!widget)
@@ -134,6 +186,7 @@ void Stage::press(const char *name)
 
 void Stage::choose(const char *name)
 {
+    check();
     auto *const action = m_main.findChild<QAction *>(QString::fromLatin1(name));
     if (!action || !action->isEnabled())
         throw TourFailure(
@@ -165,9 +218,30 @@ void Stage::pick(const char *name, const QString &entry)
 
 QCoro::Task<> Stage::expect(QString what, std::function<bool()> condition, int ticks)
 {
+    co_await awaitCondition(what, condition, ticks, Boxes::Refused);
+}
+
+/// The condition is evaluated by the timer of the main window, which no exception may reach.
+QCoro::Task<> Stage::awaitCondition(QString what, std::function<bool()> condition, int ticks,
+                                    Boxes boxes)
+{
     Session &session = m_console.session();
-    const WaitEnd end = co_await session.waits.until(condition, deadlineIn(session, ticks));
-    if (end != WaitEnd::Answered)
+    std::exception_ptr thrown;
+    const auto ended = [&] {
+        try {
+            return problem(boxes).has_value() || condition();
+        } catch (...) {
+            thrown = std::current_exception();
+            return true;
+        }
+    };
+    const WaitEnd end = co_await session.waits.until(ended, deadlineIn(session, ticks));
+    if (thrown)
+        std::rethrow_exception(thrown);
+    check(boxes);
+    if (end == WaitEnd::Closed)
+        throw TourFailure(QStringLiteral("the program is closed; expected: ") + what);
+    if (end == WaitEnd::TimedOut)
         throw TourFailure(QStringLiteral("expected: ") + what);
     print(QStringLiteral("    seen: ") + what);
 }
@@ -228,13 +302,16 @@ QCoro::Task<> Stage::expectBox(QString title, QString text, QString picture)
     co_await expectDialog(QStringLiteral("MessageBox"));
     auto *const box = qobject_cast<QMessageBox *>(dialog(QStringLiteral("MessageBox")));
     if (box == nullptr || box->windowTitle() != title || box->text() != text)
-        throw TourFailure(QStringLiteral("expected the box \"%1\": \"%2\"").arg(title, text));
+        throw TourFailure(QStringLiteral("expected the box \"%1\": \"%2\"; open is \"%3\": \"%4\"")
+                              .arg(title, text, box ? box->windowTitle() : QString(),
+                                   box ? box->text() : QString()));
     print(QStringLiteral("    box      | %1: %2").arg(title, text));
     if (!picture.isEmpty())
         this->picture(picture, box);
     box->button(QMessageBox::Ok)->click();
     const auto closed = [this] { return dialog(QStringLiteral("MessageBox")) == nullptr; };
-    co_await expect(QStringLiteral("the box has closed"), closed);
+    co_await awaitCondition(QStringLiteral("the box has closed"), closed, BoxTicks,
+                            Boxes::Expected);
 }
 
 QCoro::Task<> Stage::answerFileDialog(QString path)
@@ -249,12 +326,15 @@ QCoro::Task<> Stage::answerFileDialog(QString path)
     auto *const buttons = chooser->findChild<QDialogButtonBox *>();
     const bool saving = chooser->acceptMode() == QFileDialog::AcceptSave;
     buttons->button(saving ? QDialogButtonBox::Save : QDialogButtonBox::Open)->click();
+    co_await expectClosed(QStringLiteral("FileDial1"));
 }
 
 QCoro::Task<> Stage::expectDialog(QString name)
 {
     const auto open = [this, name] { return dialog(name) != nullptr; };
-    co_await expect(QStringLiteral("%1 is open").arg(name), open);
+    const bool isBox = name == QLatin1String("MessageBox");
+    co_await awaitCondition(QStringLiteral("%1 is open").arg(name), open, BoxTicks,
+                            isBox ? Boxes::Expected : Boxes::Refused);
 }
 
 QWidget *Stage::dialog(const QString &name) const
@@ -269,9 +349,13 @@ QWidget *Stage::dialog(const QString &name) const
 void Stage::picture(const QString &name, QWidget *window)
 {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-    const QString path = m_directory + QLatin1Char('/') + name + QStringLiteral(".png");
-    if (!(window ? window : &m_main)->grab().save(path))
-        throw TourFailure(QStringLiteral("cannot write ") + path);
+    const QString path = tourPicturePath(m_directory, name);
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (!buffer.open(QIODevice::WriteOnly) ||
+        !(window ? window : &m_main)->grab().save(&buffer, "PNG"))
+        throw TourFailure(QStringLiteral("no picture of ") + name);
+    replaceFile(path, png);
     print(QStringLiteral("    picture  | ") + path);
 }
 

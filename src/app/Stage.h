@@ -3,10 +3,12 @@
 
 #include <QCoroTask>
 #include <QHash>
+#include <QObject>
 #include <QString>
 
 #include <exception>
 #include <functional>
+#include <optional>
 
 class QWidget;
 
@@ -25,13 +27,22 @@ private:
     QByteArray m_what;
 };
 
-/// Drives the program's own windows as a user would, by the names of their controls, and tells on
-/// standard output what they show. Everything throws TourFailure when it cannot be done.
+/// Drives the program's own windows as a user would, by the names of their controls, and prints on
+/// standard output what they show. Everything throws TourFailure when it cannot be done, when a
+/// message box is open that no step expects, and when standard output cannot be written to. No wait
+/// is longer than its ticks.
 class Stage
 {
 public:
     /// Pictures go to `directory`, which must exist.
     Stage(Console &console, QWidget &mainWindow, QString directory);
+
+    /// Throws TourFailure if the tour cannot go on.
+    void check() const { check(Boxes::Refused); }
+
+    /// Prints what failed, on standard output and standard error, and takes a picture of the main
+    /// window if that is possible. Throws nothing.
+    void reportFailure(const QString &failure);
 
     /// Announces a step. Lines that are expected from now on must be new ones.
     void say(const QString &title);
@@ -63,7 +74,7 @@ public:
     /// Waits for a message box, checks title and text, takes its picture if `picture` is not empty,
     /// and presses OK.
     QCoro::Task<> expectBox(QString title, QString text, QString picture = {});
-    /// Waits for the file dialog and answers it with the path.
+    /// Waits for the file dialog, answers it with the path and waits until it has closed.
     QCoro::Task<> answerFileDialog(QString path);
     /// Waits until a dialog of this name is open.
     QCoro::Task<> expectDialog(QString name);
@@ -75,17 +86,28 @@ public:
     QString directory() const { return m_directory; }
 
 private:
+    /// Whether a message box may be open while a step waits.
+    enum class Boxes { Refused, Expected };
+
+    QCoro::Task<> awaitCondition(QString what, std::function<bool()> condition, int ticks,
+                                 Boxes boxes);
+    void check(Boxes boxes) const;
+    std::optional<QString> problem(Boxes boxes) const;
+    void print(const QString &line);
+    void printPane(const QString &mark, const QString &text);
     QWidget *locate(const QString &name) const;
     QWidget &find(const char *name) const;
     QStringList linesOf(const QString &pane) const;
-    void tellPanes();
-    void tellResponses(const QString &text);
+    void printPanes();
+    void printResponses(const QString &text);
 
     Console &m_console;
     QWidget &m_main;
     QString m_directory;
-    QString m_toldResponses;
+    QString m_printedResponses;
+    QString m_outputError;                // of the first line that could not be printed
     QHash<QString, qsizetype> m_oldLines; // by pane, at the start of the step
+    QObject m_receiver;                   // of the panes' signals, as long as this object exists
 };
 
 } // namespace vantrel

@@ -2,6 +2,7 @@
 #include "app/ToolsTour.h"
 
 #include "app/Stage.h"
+#include "app/TourFiles.h"
 #include "link/Files.h"
 
 #include <QFile>
@@ -45,8 +46,7 @@ QCoro::Task<> ToolsTour::readDescriptors()
     co_await m_stage.expectReport(text("DescInfo"), text(" MaxPower 500mA"));
     m_stage.picture(text("GetDescForm"), m_stage.dialog(text("GetDescForm")));
 
-    const QString report = path("phone.txt");
-    QFile::remove(report);
+    const QString report = path(tourfile::DescriptorReport);
     writeAtStart(report, {}); // an existing file is to be chosen
     m_stage.press("Save");
     co_await m_stage.answerFileDialog(report);
@@ -80,8 +80,7 @@ QCoro::Task<> ToolsTour::sendRequest()
 QCoro::Task<> ToolsTour::keepRequest()
 {
     m_stage.say(text("Keep the request in a file, and fetch it again"));
-    const QString file = path("device-descriptor.dr");
-    QFile::remove(file);
+    const QString file = path(tourfile::Request);
     m_stage.press("Save");
     co_await m_stage.answerFileDialog(file);
     const auto saved = [file] {

@@ -3,6 +3,7 @@
 
 #include "app/MaintenanceTour.h"
 #include "app/ToolsTour.h"
+#include "app/TourFiles.h"
 
 #include "console/Console.h"
 #include "simulator/Tester.h"
@@ -14,8 +15,6 @@ namespace vantrel {
 
 namespace {
 
-constexpr const char *LogName = "tour.log";
-constexpr const char *ScriptName = "read-all-descriptors.vn";
 constexpr quint8 PhoneAddress = 0x03;
 
 QString text(const char *latin1)
@@ -41,15 +40,13 @@ QCoro::Task<int> Tour::run()
     QString failure;
     try {
         co_await walk();
-    } catch (const TourFailure &error) {
-        failure = QString::fromUtf8(error.what());
-    }
-    if (failure.isEmpty()) {
-        m_stage.say(text("The tour is complete."));
         co_return 0;
+    } catch (const std::exception &error) {
+        failure = QString::fromUtf8(error.what());
+    } catch (...) {
+        failure = text("an exception of unknown type");
     }
-    m_stage.say(text("FAILED: ") + failure);
-    m_stage.picture(text("failure"));
+    m_stage.reportFailure(failure);
     co_return 1;
 }
 
@@ -72,6 +69,8 @@ QCoro::Task<> Tour::walk()
     co_await maintenance.walk();
     co_await endLog();
     co_await disconnectFromTester();
+    m_stage.say(text("The tour is complete."));
+    m_stage.check();
 }
 
 QCoro::Task<> Tour::addNetworkName()
@@ -115,10 +114,9 @@ QCoro::Task<> Tour::connectToTester()
 QCoro::Task<> Tour::startLog()
 {
     m_stage.say(text("Keep a log"));
-    QFile::remove(path(LogName));
     m_stage.choose("FileNew");
-    co_await m_stage.answerFileDialog(path(LogName));
-    co_await m_stage.expectText(text("LogInfo"), text("Logging: ") + text(LogName));
+    co_await m_stage.answerFileDialog(path(tourfile::Log));
+    co_await m_stage.expectText(text("LogInfo"), text("Logging: ") + text(tourfile::Log));
 }
 
 QCoro::Task<> Tour::setVoltage()
@@ -182,11 +180,10 @@ QCoro::Task<> Tour::readReports()
 QCoro::Task<> Tour::runScript()
 {
     m_stage.say(text("Load a script and run it"));
-    QFile::remove(path(ScriptName));
-    if (!QFile::copy(text(":/") + text(ScriptName), path(ScriptName)))
+    if (!QFile::copy(text(":/") + text(tourfile::Script), path(tourfile::Script)))
         throw TourFailure(text("cannot write the script"));
     m_stage.press("ScriptLoad");
-    co_await m_stage.answerFileDialog(path(ScriptName));
+    co_await m_stage.answerFileDialog(path(tourfile::Script));
     co_await m_stage.expectLine(text("CmdWin"), text("VornScript Download"));
     const auto loaded = [this] {
         return m_console.session().Main.ScriptIdx.text().startsWith(QLatin1String("VN_End @"));
@@ -212,7 +209,7 @@ QCoro::Task<> Tour::keepScriptInFlash()
     co_await m_stage.expectDialog(text("FlashForm"));
     co_await m_stage.expectText(text("Status"), text("Undefined"));
     m_stage.choose("Burn");
-    co_await m_stage.answerFileDialog(path(ScriptName));
+    co_await m_stage.answerFileDialog(path(tourfile::Script));
     co_await m_stage.expectText(text("Label1"), text("New Script Name"));
     m_stage.enter("ScriptName", text("ReadAll"));
     m_stage.press("BtnProgram");
@@ -221,7 +218,7 @@ QCoro::Task<> Tour::keepScriptInFlash()
     m_stage.press("ScriptEnable");
     co_await m_stage.expectText(text("Status"), text("Enabled"));
     m_stage.picture(text("FlashForm"), m_stage.dialog(text("FlashForm")));
-    m_stage.dialog(text("FlashForm"))->close();
+    m_stage.closeWindow(text("FlashForm"));
     const auto usable = [this] { return m_console.session().Main.Window.isEnabled(); };
     co_await m_stage.expect(text("the main window is usable again"), usable);
 }
@@ -242,7 +239,7 @@ QCoro::Task<> Tour::endLog()
 {
     m_stage.say(text("Close the log"));
     m_stage.choose("FileClose");
-    QFile log(path(LogName));
+    QFile log(path(tourfile::Log));
     if (!log.open(QIODevice::ReadOnly))
         throw TourFailure(text("no log file"));
     const QByteArray lines = log.readAll();

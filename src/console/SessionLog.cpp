@@ -92,14 +92,27 @@ void SessionLog::start(const QString &path)
 void SessionLog::fileClose()
 {
     m_session.Main.FileClose.setEnabled(false);
-    m_session.Logging = false;
-    m_session.log.write(view(LineEnd + stamp("%% Log File Ended: ") + LineEnd));
-    const bool complete = m_session.log.close();
+    const bool complete = endFile();
     showClosed();
     if (m_session.log.isDeleted())
         showDeleted();
     else if (!complete)
         throw RuntimeError::file(m_session.log.error(), m_path);
+}
+
+std::optional<QString> SessionLog::finish()
+{
+    if (!m_session.Logging || endFile())
+        return std::nullopt;
+    return RuntimeError::file(m_session.log.error(), m_path).shortName();
+}
+
+/// Writes the footer and closes the file. False when not everything could be written.
+bool SessionLog::endFile()
+{
+    m_session.Logging = false;
+    m_session.log.write(view(LineEnd + stamp("%% Log File Ended: ") + LineEnd));
+    return m_session.log.close();
 }
 
 void SessionLog::flush()

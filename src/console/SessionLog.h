@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 namespace vantrel {
 
@@ -36,7 +37,12 @@ public:
     /// Hands what was gathered to the system; called at every tick.
     void flush();
 
+    /// For the end of the process: an open file is closed with its footer, and no control is
+    /// changed. Returns why that failed, with the path.
+    std::optional<QString> finish();
+
 private:
+    bool endFile();
     void writeFailed(const QString &reason);
     void showDeleted();
     void showClosed();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/FileDescriptor.h"
+#include "link/FileDescriptor.h"
 
 #include <QByteArray>
 #include <QObject>

@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "link/StopSignals.h"
 #include "simulator/LineInput.h"
 #include "simulator/OperatorCommands.h"
 #include "simulator/ProgramOptions.h"
 #include "simulator/PtyEnd.h"
-#include "simulator/StopSignals.h"
 #include "simulator/TcpEnd.h"
 #include "simulator/Tester.h"
 
 #include <QCoreApplication>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
+#include <optional>
 
 #include <unistd.h>
 
@@ -18,10 +21,24 @@ using namespace vantrel::simulator;
 
 namespace {
 
+bool outputFailed = false;
+
+/// The program ends when its output cannot be written, as a filter does.
+void endWithoutOutput(int error)
+{
+    if (outputFailed)
+        return;
+    outputFailed = true;
+    std::fprintf(stderr, "vantrel-simulator: standard output: %s\n", std::strerror(error));
+    QCoreApplication::exit(1);
+}
+
 void say(const QString &line, FILE *to = stdout)
 {
-    std::fprintf(to, "%s\n", line.toLocal8Bit().constData());
-    std::fflush(to);
+    const bool written =
+        std::fprintf(to, "%s\n", line.toLocal8Bit().constData()) >= 0 && std::fflush(to) == 0;
+    if (!written && to == stdout)
+        endWithoutOutput(errno);
 }
 
 std::unique_ptr<Tester> makeTester(const ProgramOptions &options)
@@ -84,9 +101,8 @@ void addSerialCommands(OperatorCommands &commands, PtyEnd &pty, int baud)
                  });
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+/// Returns the exit status. `signal` is set when the process is to end by it.
+int run(int argc, char **argv, std::optional<int> &signal)
 {
     const QCoreApplication application(argc, argv);
     ProgramOptions options;
@@ -120,7 +136,23 @@ int main(int argc, char **argv)
         if (!answer.isEmpty())
             say(answer);
     });
-    const StopSignals stop;
-    QObject::connect(&stop, &StopSignals::stopRequested, &application, &QCoreApplication::quit);
-    return QCoreApplication::exec();
+    const vantrel::StopSignals stop;
+    QObject::connect(&stop, &vantrel::StopSignals::stopRequested, &application,
+                     [&signal](int number) {
+                         signal = number;
+                         QCoreApplication::quit();
+                     });
+    return outputFailed ? 1 : QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    vantrel::ignoreWriteSignals();
+    std::optional<int> signal;
+    const int status = run(argc, argv, signal);
+    if (signal)
+        vantrel::endBySignal(*signal);
+    return status;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program with its options, driven through its windows by lines on standard input. Each line is
 // answered by one line. It ends with its input.
-#include "app/Program.h"
+#include "app/RunProgram.h"
 
 #include <QAction>
 #include <QApplication>
@@ -15,6 +15,8 @@
 
 #include <iostream>
 #include <string>
+
+#include <unistd.h>
 
 using namespace vantrel;
 
@@ -129,6 +131,11 @@ QString obey(const QString &line)
         return directory();
     if (command == QLatin1String("choose"))
         return chooseFile(argument);
+    if (command == QLatin1String("hang")) {
+        std::cout << "hanging" << std::endl;
+        for (;;)
+            ::pause();
+    }
     if (command == QLatin1String("cancel")) {
         openDialog<QFileDialog>("FileDial1")->reject();
         return QStringLiteral("cancelled");
@@ -140,22 +147,14 @@ QString obey(const QString &line)
 
 int main(int argc, char **argv)
 {
-    const auto parsed = parseOptions(argc, argv);
-    if (const auto *code = std::get_if<ExitCode>(&parsed))
-        return *code;
-    const QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Vantrel"));
-    Program program(std::get<Options>(parsed));
-    if (program.start())
-        return 1;
-
-    QSocketNotifier input(0, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, [] {
-        std::string line;
-        if (!std::getline(std::cin, line))
-            QApplication::quit();
-        else
-            std::cout << obey(QString::fromStdString(line)).toStdString() << std::endl;
+    return runProgram(argc, argv, [] {
+        const auto *const input = new QSocketNotifier(0, QSocketNotifier::Read, qApp);
+        QObject::connect(input, &QSocketNotifier::activated, [] {
+            std::string line;
+            if (!std::getline(std::cin, line))
+                QApplication::quit();
+            else
+                std::cout << obey(QString::fromStdString(line)).toStdString() << std::endl;
+        });
     });
-    return QApplication::exec();
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/FileDescriptor.h"
+#include "link/FileDescriptor.h"
 #include "simulator/LineInput.h"
 #include "support/TestProgram.h"
 
@@ -9,6 +9,7 @@
 #include <array>
 
 using namespace vantrel::simulator;
+using vantrel::FileDescriptor;
 
 class tst_lineinput : public QObject
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/FileDescriptor.h"
+#include "link/FileDescriptor.h"
 #include "simulator/Talk.h"
 #include "support/TestProgram.h"
 
@@ -12,7 +12,13 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
+#include <csignal>
+#include <functional>
+
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace vantrel::test;
 
@@ -22,8 +28,11 @@ namespace {
 class Program
 {
 public:
-    explicit Program(const QStringList &arguments)
+    /// `inChild` is called in the new process before the program is executed.
+    explicit Program(const QStringList &arguments, std::function<void()> inChild = {})
     {
+        if (inChild)
+            m_process.setChildProcessModifier(std::move(inChild));
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.start(QString::fromLatin1(SIMULATOR), arguments);
     }
@@ -67,7 +76,13 @@ public:
     }
     void type(const char *line) { m_process.write(line); }
     void endInput() { m_process.closeWriteChannel(); }
-    void terminate() { m_process.terminate(); }
+    void raise(int signal) { ::kill(static_cast<pid_t>(m_process.processId()), signal); }
+    /// Whether the signal has ended it.
+    bool endedBy(int signal)
+    {
+        return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; }) &&
+               m_process.exitStatus() == QProcess::CrashExit && m_process.exitCode() == signal;
+    }
     bool isRunning() const { return m_process.state() == QProcess::Running; }
     /// Exit code once it has ended, -1 if it does not or is killed by a signal.
     int exitCode()
@@ -84,6 +99,26 @@ private:
     QString m_output;
     QByteArray m_heard;
 };
+
+/// What becomes of standard output.
+enum class Output { ClosedPipe, FullDevice, LimitedFile };
+
+/// Called in the new process.
+void replaceOutput(Output output, const char *file)
+{
+    std::array<int, 2> ends{-1, -1};
+    if (output == Output::ClosedPipe && ::pipe(ends.data()) == 0)
+        ::close(ends[0]);
+    else if (output == Output::FullDevice)
+        ends[1] = ::open("/dev/full", O_WRONLY);
+    else
+        ends[1] = ::open(file, O_WRONLY | O_CREAT, 0600);
+    const rlimit limit{10, 10};
+    if (output == Output::LimitedFile)
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    ::dup2(ends[1], STDOUT_FILENO);
+    ::close(ends[1]);
+}
 
 QStringList words(const char *text)
 {
@@ -106,7 +141,10 @@ private slots:
     void verbose();
     void serialDevice();
     void outlivesItsInput();
+    void terminatedInGoodOrder_data();
     void terminatedInGoodOrder();
+    void outputCannotBeWritten_data();
+    void outputCannotBeWritten();
     void takenPort();
 };
 
@@ -213,7 +251,7 @@ void tst_simulatorprogram::serialDevice()
         program.says(QStringLiteral("Serial device ") + link + QStringLiteral(" at 38400 baud")));
     QVERIFY(QFileInfo(link).isSymLink());
     const QString device = QFileInfo(link).symLinkTarget();
-    const vantrel::simulator::FileDescriptor nearEnd(
+    const vantrel::FileDescriptor nearEnd(
         ::open(QFile::encodeName(device).constData(), O_RDWR | O_NOCTTY));
     program.type("drop\n"); // the device that is open has hung up; the link leads to another one
     QTRY_VERIFY(QFileInfo(link).isSymLink() && QFileInfo(link).symLinkTarget() != device);
@@ -232,15 +270,47 @@ void tst_simulatorprogram::outlivesItsInput()
     QVERIFY(program.isRunning());
 }
 
+void tst_simulatorprogram::terminatedInGoodOrder_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGHUP") << SIGHUP;
+}
+
 void tst_simulatorprogram::terminatedInGoodOrder()
 {
+    QFETCH(int, signal);
     const QTemporaryDir directory;
     const QString link = directory.filePath(QStringLiteral("tester"));
     Program program({QStringLiteral("--pty"), link});
     QVERIFY(program.says(QStringLiteral("Serial device")));
     QVERIFY(QFileInfo(link).isSymLink());
-    program.terminate();
-    QCOMPARE(program.exitCode(), 0);
+    program.raise(signal);
+    QVERIFY(program.endedBy(signal));
+    QVERIFY(!QFileInfo(link).isSymLink());
+}
+
+void tst_simulatorprogram::outputCannotBeWritten_data()
+{
+    QTest::addColumn<Output>("output");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("closed pipe") << Output::ClosedPipe << QStringLiteral("Broken pipe");
+    QTest::newRow("full device") << Output::FullDevice << QStringLiteral("No space left on device");
+    QTest::newRow("file at its limit") << Output::LimitedFile << QStringLiteral("File too large");
+}
+
+void tst_simulatorprogram::outputCannotBeWritten()
+{
+    QFETCH(Output, output);
+    QFETCH(QString, reason);
+    const QTemporaryDir directory;
+    const QString link = directory.filePath(QStringLiteral("tester"));
+    const QByteArray file = QFile::encodeName(directory.filePath(QStringLiteral("output")));
+    Program program({QStringLiteral("--pty"), link},
+                    [output, file] { replaceOutput(output, file.constData()); });
+    QVERIFY(program.says(QStringLiteral("vantrel-simulator: standard output: ") + reason));
+    QCOMPARE(program.exitCode(), 1);
     QVERIFY(!QFileInfo(link).isSymLink());
 }
 

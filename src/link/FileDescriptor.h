@@ -5,7 +5,7 @@
 
 #include <unistd.h>
 
-namespace vantrel::simulator {
+namespace vantrel {
 
 /// Owns a file descriptor of the system.
 class FileDescriptor
@@ -38,4 +38,4 @@ private:
     int m_descriptor = Closed;
 };
 
-} // namespace vantrel::simulator
+} // namespace vantrel
