@@ -11,8 +11,6 @@
 #include "protocol/SetupPacket.h"
 #include "tools/UsbDescriptors.h"
 
-#include <QScopeGuard>
-
 #include <utility>
 
 namespace vantrel {
@@ -32,10 +30,22 @@ DescriptorViewer::~DescriptorViewer()
 
 void DescriptorViewer::onReply(QByteArrayView payload)
 {
-    m_errors.runNow([this, payload] {
-        const auto show = qScopeGuard([this] { showReports(); });
+    try {
         descdecode(payload);
-    });
+        showReports();
+    } catch (const RuntimeError &error) {
+        endWith(error.shortName()); // before the box: what was reported is shown below it
+        m_errors.report(error);
+    }
+}
+
+/// Ends the retrieval unless the reply has ended it already.
+void DescriptorViewer::endWith(const QString &error)
+{
+    if (m_session.DescActive)
+        gd_abort(error);
+    else
+        showReports();
 }
 
 void DescriptorViewer::onTimeout()
