@@ -15,6 +15,15 @@
 
 namespace vantrel {
 
+namespace {
+
+/// Ends the reading of a reply.
+struct ReportFull
+{
+};
+
+} // namespace
+
 DescriptorViewer::DescriptorViewer(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                                    ErrorBoundary &errors)
     : m_session(session), m_requests(requests), m_dialogs(dialogs), m_errors(errors)
@@ -36,6 +45,8 @@ void DescriptorViewer::onReply(QByteArrayView payload)
     } catch (const RuntimeError &error) {
         endWith(error.shortName()); // before the box: what was reported is shown below it
         m_errors.report(error);
+    } catch (const ReportFull &) {
+        endWith(QStringLiteral("The report is limited to 8 MB"));
     }
 }
 
@@ -99,6 +110,14 @@ void DescriptorViewer::gd_abort(const QString &message)
     showReports();
     m_controls.GetDesc.setEnabled(true);
     m_requests.endWalk();
+}
+
+/// Throws ReportFull when there is no room for it.
+void DescriptorViewer::addReport(const QString &report)
+{
+    if (m_controls.DescInfo.text().size() + m_reports.size() + report.size() > ReportLimit)
+        throw ReportFull();
+    m_reports += report;
 }
 
 /// A configuration may hold thousands of descriptors: the pane takes those of one reply at once.

@@ -30,13 +30,14 @@ public:
     bool isOpenFor(const Message &message) const;
 
     /// Adds a message for which isOpenFor() is true, the first one included. From the second on,
-    /// "(n times)" is shown as informative text. When the object that the message is closed with is destroyed, the
-    /// message is answered as if the box was closed; with the last one the box is closed.
+    /// "(n times)" is shown as informative text. When the object that the message is closed with is
+    /// destroyed, the message is answered as if the box was closed; with the last one the box is
+    /// closed.
     OneShot<Answer> add(const Message &message);
 
 signals:
-    /// A message was added to an open box. Emitted once a turn of the event loop, as the informative
-    /// text is changed: thousands of messages may be added in one turn.
+    /// A message was added to an open box. Emitted once a turn of the event loop, as the
+    /// informative text is changed: thousands of messages may be added in one turn.
     void repeated();
 
 private:
