@@ -11,6 +11,7 @@ add_library(vantrel_windows STATIC
   windows/ProgramIcon.cpp
   windows/ToolWindow.cpp
   windows/LegiblePane.cpp
+  windows/MessageBox.cpp
   windows/ReadOnlyFields.cpp
   windows/Shades.cpp
   protocol/FlashForm.cpp

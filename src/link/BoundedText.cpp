@@ -9,8 +9,10 @@ namespace vantrel {
 
 void BoundedText::append(std::string_view text)
 {
-    appendRun(m_tail, text.data(), static_cast<qsizetype>(text.size()));
-    m_cut = m_cut || m_tail.size() > Limit;
+    const std::size_t kept = std::min(text.size(), static_cast<std::size_t>(Limit));
+    m_cut = m_cut || m_tail.size() + static_cast<qsizetype>(text.size()) > Limit;
+    const std::string_view end = text.substr(text.size() - kept);
+    appendRun(m_tail, end.data(), static_cast<qsizetype>(end.size()));
     if (m_tail.size() > 2 * Limit)
         m_tail = m_tail.last(Limit);
 }

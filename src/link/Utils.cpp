@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Utils.h"
 
+#include "link/ResponseEntry.h"
 #include "link/RuntimeError.h"
 #include "link/Wire.h"
 #include "link/publicvars.h"
@@ -146,16 +147,9 @@ void ShowStatusLine(Session &session, const QString &text)
 
 void ShowResponseLine(Session &session, std::string_view text)
 {
-    if (session.Logging) {
-        const bool written = session.log.write(text) && session.log.write("\r\n");
-        session.LogBytes = countedBytes(session.LogBytes, text.size() + 2);
-        session.Main.LogSizeInfo.setText(logSizeText(session.LogBytes));
-        if (!written && session.logFailed)
-            session.logFailed(session.log.error());
-    }
-    session.RespText.append(text);
-    session.RespText.append("\r\n");
-    session.RespDirty = true;
+    ResponseEntry entry(session);
+    entry.append(text);
+    entry.end();
 }
 
 QString logSizeText(qint32 bytes)

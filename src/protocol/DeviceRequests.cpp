@@ -5,6 +5,7 @@
 #include "link/Utils.h"
 #include "link/VornComm.h"
 #include "link/publicvars.h"
+#include "protocol/SetupPacket.h"
 #include "protocol/VornCommands.h"
 
 #include <QScopeGuard>
@@ -17,7 +18,22 @@ namespace vantrel {
 namespace {
 
 constexpr qint16 WalkTicks = 50;
-constexpr qsizetype StatusPosition = 2; // in a payload, from 1
+// Of a payload, from 1
+constexpr qsizetype StatusPosition = 2;
+// Of a request, from 1: wLength follows the address and six bytes of the setup packet
+constexpr qsizetype LengthPosition = 8;
+
+/// How many bytes of data the reply to a request may have.
+qsizetype lengthAskedFor(QByteArrayView block)
+{
+    return ByteReader(block).wordLowFirst(LengthPosition).value_or(LargestTransfer);
+}
+
+/// The code, the status and no more than `length` bytes of data.
+QByteArrayView cutTo(qsizetype length, QByteArrayView payload)
+{
+    return payload.first(std::min(payload.size(), StatusPosition + length));
+}
 
 } // namespace
 
@@ -116,10 +132,13 @@ void DeviceRequests::transmit(const Waiting &request)
     if (DeviceRequestClient *client = handler(request.client))
         client->onSending();
 
+    const qsizetype length = lengthAskedFor(request.block);
+    if (request.client == Client::Viewer)
+        m_walkLength = length;
     if (request.block.isEmpty())
         return;
     // Before it is written: a reply may arrive within the call.
-    m_outstanding.push_back({request.client, m_session.TickCount, false});
+    m_outstanding.push_back({request.client, m_session.TickCount, length, false});
     QByteArray block = request.block; // returned with its ESC bytes doubled
     if (!m_commands.SendDeviceRequest(block))
         m_outstanding.pop_back();
@@ -166,7 +185,7 @@ DeviceRequests::Route DeviceRequests::deliver(const Outstanding &request, QByteA
     // The reply to a retrieval that has ended is shown, as that to any other request.
     if (!client || request.abandoned || (request.client == Client::Viewer && !m_session.DescActive))
         return Route::ResponsePane;
-    client->onReply(payload);
+    client->onReply(cutTo(request.length, payload));
     return Route::Consumed;
 }
 
@@ -175,7 +194,7 @@ DeviceRequests::Route DeviceRequests::deliverUnrequested(QByteArrayView payload)
     DeviceRequestClient *viewer = handler(Client::Viewer);
     if (m_session.DescActive) {
         if (viewer)
-            viewer->onReply(payload);
+            viewer->onReply(cutTo(m_walkLength, payload));
         return Route::Consumed;
     }
     if (m_session.FtdiActive) {

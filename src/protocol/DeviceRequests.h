@@ -22,8 +22,8 @@ public:
     DeviceRequestClient(const DeviceRequestClient &) = delete;
     DeviceRequestClient &operator=(const DeviceRequestClient &) = delete;
 
-    /// The reply to a request of this client: the whole payload, code byte first, with a status.
-    /// Valid during the call only.
+    /// The reply to a request of this client: the whole payload, code byte first, with a status and
+    /// at most as many bytes of data as were asked for. Valid during the call only.
     virtual void onReply(QByteArrayView payload) = 0;
 
     /// A request of this client is about to be written. Its time-out starts now.
@@ -50,7 +50,8 @@ protected:
 /// - a reply to a request that its client has given up is discarded, and until it has come, or
 ///   ReplyTicks have passed since the request, no other request is sent: a reply is never assigned
 ///   to the wrong request;
-/// - a new connection starts without outstanding replies.
+/// - a new connection starts without outstanding replies;
+/// - data beyond what was asked for (wLength) is not part of the reply that a client gets.
 ///
 /// Owns DescActive and FtdiActive too. A reply without an outstanding request goes where they say.
 class DeviceRequests : public QObject
@@ -114,8 +115,9 @@ private:
     struct Outstanding
     {
         Client client;
-        qint32 sentAt;  // tick
-        bool abandoned; // the reply is for nobody
+        qint32 sentAt;    // tick
+        qsizetype length; // bytes of data asked for
+        bool abandoned;   // the reply is for nobody
     };
 
     DeviceRequestClient *handler(Client client) const;
@@ -136,7 +138,8 @@ private:
     std::array<DeviceRequestClient *, ClientCount> m_handlers{};
     std::deque<Waiting> m_waiting;
     std::deque<Outstanding> m_outstanding;
-    quint32 m_connection = 0; // count of the session's, when the requests above were made
+    qsizetype m_walkLength = 0; // bytes of data asked for last by the viewer
+    quint32 m_connection = 0;   // count of the session's, when the requests above were made
     bool m_sending = false;
 };
 

@@ -98,7 +98,7 @@ void RecvDecode::DecodeDataEvent(const ByteReader &packet)
     if (m_session.DataTimeStamps)
         text.text("TimeStamp:").hex4(*packet.word(2));
     text.text(" Address: 0x").hex2(*address).text("   EndPoint: 0x").hex2(*endpoint);
-    showText(text.dump(packet.from(4 + stampWidth)));
+    showDump(text, packet.from(4 + stampWidth));
 }
 
 void RecvDecode::DecodeDeviceError(const ByteReader &packet)
@@ -144,7 +144,7 @@ void RecvDecode::DecodeScriptLoadError(const ByteReader & /*packet*/)
 
 void RecvDecode::DecodeMessage(const ByteReader &packet)
 {
-    showText(ReportText().text("*** Message -- ").dump(packet.from(2)));
+    showDump(ReportText().text("*** Message -- "), packet.from(2));
 }
 
 void RecvDecode::DecodeBlockTransferStatus(const ByteReader &packet)
@@ -160,7 +160,7 @@ void RecvDecode::DecodeBlockTransferStatus(const ByteReader &packet)
     if (*state == Running)
         showText(text.text("Running\r\n"));
     else
-        showText(text.text("Complete - Status = ").hex2(*status).dump(packet.from(4)));
+        showDump(text.text("Complete - Status = ").hex2(*status), packet.from(4));
 }
 
 void RecvDecode::DecodeBlockTransferResponse(const ByteReader & /*packet*/)

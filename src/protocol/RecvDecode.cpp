@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/RecvDecode.h"
 
+#include "link/ResponseEntry.h"
 #include "link/Utils.h"
 #include "link/Wire.h"
 #include "link/publicvars.h"
@@ -109,10 +110,15 @@ void RecvDecode::DispatchResponse()
     // A script report may hold another packet, that one another, and so on: a loop, not a
     // recursion, so that no packet can exhaust the stack.
     m_stripped = 0;
+    int packets = 0;
     do {
         m_again = false;
         dispatch(ByteReader(QByteArrayView(m_session.RxPacket).sliced(m_stripped)));
-    } while (m_again);
+    } while (m_again && ++packets < MostNested);
+    if (m_again) {
+        const auto left = static_cast<qint32>(m_session.RxPacket.size() - m_stripped);
+        showText(ReportText().text("*** Bytes of nested reports not shown: ").decimal(left));
+    }
     m_session.RxPacket.remove(0, m_stripped);
 }
 
@@ -133,10 +139,33 @@ void RecvDecode::showText(const ReportText &text)
     ShowResponseLine(m_session, text.view());
 }
 
+/// Of a dump of megabytes, no more than needed is rendered, and no more than one piece at a time is
+/// held in memory.
+void RecvDecode::showDump(ReportText &heading, QByteArrayView bytes)
+{
+    constexpr qsizetype PieceSize = 1024 * ReportText::DumpWidth;
+    static_assert(PieceSize > BoundedText::Limit);
+    const qsizetype wholePieces = bytes.size() / PieceSize;
+    if (wholePieces < 2) {
+        showText(heading.dump(bytes));
+        return;
+    }
+    ResponseEntry entry(m_session);
+    entry.append(heading.dump({}).view());
+    if (!entry.needsAll())
+        bytes = bytes.sliced((wholePieces - 1) * PieceSize);
+    while (!bytes.isEmpty()) {
+        const QByteArrayView piece = bytes.first(std::min(PieceSize, bytes.size()));
+        entry.append(ReportText().dumpPiece(piece).view());
+        bytes = bytes.sliced(piece.size());
+    }
+    entry.end();
+}
+
 void RecvDecode::showStatusAndData(std::string_view heading, const ByteReader &packet)
 {
     if (const auto status = packet.at(2))
-        showText(ReportText().text(heading).hex2(*status).dump(packet.from(3)));
+        showText(ReportText().text(heading).hex2(*status).dumpReply(packet.from(3)));
 }
 
 void RecvDecode::DecodeDeviceRequestResponse(const ByteReader &packet)

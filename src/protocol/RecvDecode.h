@@ -26,6 +26,10 @@ public:
     {
     }
 
+    /// Most script reports within each other that are decoded. A tester sends one; a packet of
+    /// 16 MiB has room for millions.
+    static constexpr int MostNested = 100'000;
+
     /// Decodes the packet in the session's RxPacket. Its first byte selects the decoder.
     void DispatchResponse();
 
@@ -34,6 +38,8 @@ private:
 
     void dispatch(const ByteReader &packet);
     void showText(const ReportText &text);
+    /// The heading and a dump of any length.
+    void showDump(ReportText &heading, QByteArrayView bytes);
 
     // Replies
     void DecodeDeviceRequestResponse(const ByteReader &packet);

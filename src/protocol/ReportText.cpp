@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/ReportText.h"
 
+#include "protocol/SetupPacket.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -10,8 +12,7 @@ namespace vantrel {
 namespace {
 
 constexpr std::string_view DumpBreak = "\r\n ";
-constexpr qsizetype DumpWidth = 23; // bytes a line
-constexpr qsizetype DumpCell = 3;   // characters a byte
+constexpr qsizetype DumpCell = 3; // characters a byte
 constexpr std::string_view Digits = "0123456789ABCDEF";
 
 using HexTable = std::array<std::array<char, DumpCell>, 256>;
@@ -56,7 +57,14 @@ ReportText &ReportText::decimal(qint32 value)
 
 ReportText &ReportText::dump(QByteArrayView bytes)
 {
-    text(DumpBreak);
+    return text(DumpBreak).dumpPiece(bytes);
+}
+
+ReportText &ReportText::dumpPiece(QByteArrayView bytes)
+{
+    const qsizetype breaks = bytes.size() / DumpWidth;
+    m_text.reserve(m_text.size() + bytes.size() * DumpCell +
+                   breaks * static_cast<qsizetype>(DumpBreak.size()));
     while (!bytes.isEmpty()) {
         const QByteArrayView line = bytes.first(std::min(DumpWidth, bytes.size()));
         const qsizetype start = m_text.size();
@@ -69,6 +77,16 @@ ReportText &ReportText::dump(QByteArrayView bytes)
         if (line.size() == DumpWidth)
             text(DumpBreak);
         bytes = bytes.sliced(line.size());
+    }
+    return *this;
+}
+
+ReportText &ReportText::dumpReply(QByteArrayView bytes)
+{
+    dump(bytes.first(std::min(bytes.size(), LargestTransfer)));
+    if (bytes.size() > LargestTransfer) {
+        const auto leftOut = static_cast<qint32>(bytes.size() - LargestTransfer);
+        text("\r\n*** Bytes not shown: ").decimal(leftOut);
     }
     return *this;
 }

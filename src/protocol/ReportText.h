@@ -45,6 +45,15 @@ public:
     /// blank after every 23rd.
     ReportText &dump(QByteArrayView bytes);
 
+    /// The bytes of a dump as dump() shows them, without the line break at its beginning. The
+    /// pieces of a dump show as a whole if all but the last are multiples of DumpWidth.
+    ReportText &dumpPiece(QByteArrayView bytes);
+    static constexpr qsizetype DumpWidth = 23; ///< bytes a line
+
+    /// dump() of the data of a reply, but not more than the largest transfer. A line states how
+    /// many bytes were left out.
+    ReportText &dumpReply(QByteArrayView bytes);
+
     /// Renders the fields from the packet; false when it is too short for them.
     bool fields(std::span<const ReportField> fields, const ByteReader &packet);
 

@@ -65,12 +65,12 @@ void RecvDecode::scriptMessage(quint16 index, const ByteReader &packet)
     const auto timer = packet.doubleWord(5);
     if (!timer)
         return;
-    showText(ReportText()
+    showDump(ReportText()
                  .text("*** Message -- Index: ")
                  .number(index)
                  .text("  Timer: ")
-                 .number(static_cast<qint32>(*timer))
-                 .dump(packet.from(9)));
+                 .number(static_cast<qint32>(*timer)),
+             packet.from(9));
 }
 
 void RecvDecode::scriptStep(quint16 index, const ByteReader &packet)

@@ -6,6 +6,9 @@
 
 namespace vantrel {
 
+/// Most bytes of the data stage of a control transfer: wLength has 16 bits.
+constexpr qsizetype LargestTransfer = 0xFFFF;
+
 /// The setup packet of a USB control transfer (USB 2.0, 9.3).
 struct SetupPacket
 {

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <span>
+#include <string_view>
 
 namespace vantrel {
 
@@ -14,69 +15,79 @@ namespace {
 
 constexpr QLatin1String LineEnd("\r\n");
 
-/// The text of the field at a position. Hexadecimal has two digits a byte, decimal its leading
-/// blank.
-using Rendering = QString (*)(const DescriptorBytes &, int position);
+/// Appends the text of the field at a position. Hexadecimal has two digits a byte, decimal its
+/// leading blank.
+using Rendering = void (*)(QString &text, const DescriptorBytes &, int position);
 
-QString hexByte(const DescriptorBytes &bytes, int position)
+void appendHex(QString &text, quint8 value)
 {
-    return HexByte(bytes.at(position));
+    constexpr std::string_view Digits = "0123456789ABCDEF";
+    text += QLatin1Char(Digits[value >> 4U]);
+    text += QLatin1Char(Digits[value & 0x0FU]);
 }
 
-QString hexWord(const DescriptorBytes &bytes, int position)
+void hexByte(QString &text, const DescriptorBytes &bytes, int position)
 {
-    return Hex4(bytes.word(position));
+    appendHex(text, bytes.at(position));
+}
+
+void hexWord(QString &text, const DescriptorBytes &bytes, int position)
+{
+    text += Hex4(bytes.word(position));
 }
 
 /// Binary-coded decimal: a release number is no word and does not overflow.
-QString release(const DescriptorBytes &bytes, int position)
+void release(QString &text, const DescriptorBytes &bytes, int position)
 {
-    return HexByte(bytes.at(position + 1)) + QLatin1Char('.') + HexByte(bytes.at(position));
+    appendHex(text, bytes.at(position + 1));
+    text += QLatin1Char('.');
+    appendHex(text, bytes.at(position));
 }
 
-QString decimalByte(const DescriptorBytes &bytes, int position)
+void decimalByte(QString &text, const DescriptorBytes &bytes, int position)
 {
-    return numberText(bytes.at(position));
+    text += numberText(bytes.at(position));
 }
 
-QString decimalWord(const DescriptorBytes &bytes, int position)
+void decimalWord(QString &text, const DescriptorBytes &bytes, int position)
 {
-    return numberText(bytes.word(position));
+    text += numberText(bytes.word(position));
 }
 
 /// bMaxPower counts in units of 2 mA.
-QString milliamperes(const DescriptorBytes &bytes, int position)
+void milliamperes(QString &text, const DescriptorBytes &bytes, int position)
 {
-    return numberText(2 * bytes.at(position));
+    text += numberText(2 * bytes.at(position));
 }
 
 constexpr quint8 SelfPowered = 0x40;
 constexpr quint8 RemoteWakeup = 0x20;
 
-QString powerSource(const DescriptorBytes &bytes, int position)
+void powerSource(QString &text, const DescriptorBytes &bytes, int position)
 {
     const bool self = (bytes.at(position) & SelfPowered) != 0;
-    return self ? QStringLiteral("     Self Powered") : QStringLiteral("     Bus Powered");
+    text += self ? QLatin1String("     Self Powered") : QLatin1String("     Bus Powered");
 }
 
 /// Headings count endpoints up to 7 only, unlike the line below them.
-QString endpointInHeading(const DescriptorBytes &bytes, int position)
+void endpointInHeading(QString &text, const DescriptorBytes &bytes, int position)
 {
-    return numberText(bytes.at(position) & 0x07U);
+    text += numberText(bytes.at(position) & 0x07U);
 }
 
-QString endpointAndDirection(const DescriptorBytes &bytes, int position)
+void endpointAndDirection(QString &text, const DescriptorBytes &bytes, int position)
 {
     const quint8 address = bytes.at(position);
     const bool in = (address & 0x80U) != 0;
-    return numberText(address & 0x0FU) + (in ? QStringLiteral(" IN") : QStringLiteral(" OUT"));
+    text += numberText(address & 0x0FU);
+    text += in ? QLatin1String(" IN") : QLatin1String(" OUT");
 }
 
-QString transferType(const DescriptorBytes &bytes, int position)
+void transferType(QString &text, const DescriptorBytes &bytes, int position)
 {
     constexpr std::array Types{"     Control Endpoint", "     Isochronous Endpoint",
                                "     Bulk Endpoint", "     Interrupt Endpoint"};
-    return QString::fromLatin1(Types.at(bytes.at(position) & 0x03U));
+    text += QLatin1String(Types.at(bytes.at(position) & 0x03U));
 }
 
 /// One line of a report: the label, the field if there is one, what follows it.
@@ -155,12 +166,13 @@ constexpr std::array ClassOrVendorRows{
 QString render(std::span<const Row> rows, const DescriptorBytes &descriptor)
 {
     QString text;
+    text.reserve(512);
     for (const Row &row : rows) {
         if (row.onlyWith != 0 && (descriptor.at(row.position) & row.onlyWith) == 0)
             continue;
         text += QLatin1String(row.label);
         if (row.value)
-            text += row.value(descriptor, row.position);
+            row.value(text, descriptor, row.position);
         text += QLatin1String(row.ending);
         text += LineEnd;
     }
@@ -199,8 +211,10 @@ QString endpointReport(const DescriptorBytes &endpoint)
 QString classOrVendorReport(const DescriptorBytes &descriptor)
 {
     QString text = render(ClassOrVendorRows, descriptor) + QStringLiteral("     ");
-    for (const char byte : descriptor.from(usb::firstDataByte))
-        text += HexByte(static_cast<quint8>(byte)) + QLatin1Char(' ');
+    for (const char byte : descriptor.from(usb::firstDataByte)) {
+        appendHex(text, static_cast<quint8>(byte));
+        text += QLatin1Char(' ');
+    }
     return text + LineEnd;
 }
 

@@ -11,11 +11,18 @@
 #include "protocol/SetupPacket.h"
 #include "tools/UsbDescriptors.h"
 
-#include <QScopeGuard>
-
 #include <utility>
 
 namespace vantrel {
+
+namespace {
+
+/// Ends the reading of a reply.
+struct ReportFull
+{
+};
+
+} // namespace
 
 DescriptorViewer::DescriptorViewer(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                                    ErrorBoundary &errors)
@@ -32,10 +39,24 @@ DescriptorViewer::~DescriptorViewer()
 
 void DescriptorViewer::onReply(QByteArrayView payload)
 {
-    m_errors.runNow([this, payload] {
-        const auto show = qScopeGuard([this] { showReports(); });
+    try {
         descdecode(payload);
-    });
+        showReports();
+    } catch (const RuntimeError &error) {
+        endWith(error.shortName()); // before the box: what was reported is shown below it
+        m_errors.report(error);
+    } catch (const ReportFull &) {
+        endWith(QStringLiteral("The report is limited to 8 MB"));
+    }
+}
+
+/// Ends the retrieval unless the reply has ended it already.
+void DescriptorViewer::endWith(const QString &error)
+{
+    if (m_session.DescActive)
+        gd_abort(error);
+    else
+        showReports();
 }
 
 void DescriptorViewer::onTimeout()
@@ -89,6 +110,14 @@ void DescriptorViewer::gd_abort(const QString &message)
     showReports();
     m_controls.GetDesc.setEnabled(true);
     m_requests.endWalk();
+}
+
+/// Throws ReportFull when there is no room for it.
+void DescriptorViewer::addReport(const QString &report)
+{
+    if (m_controls.DescInfo.text().size() + m_reports.size() + report.size() > ReportLimit)
+        throw ReportFull();
+    m_reports += report;
 }
 
 /// A configuration may hold thousands of descriptors: the pane takes those of one reply at once.

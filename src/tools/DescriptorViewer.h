@@ -53,11 +53,15 @@ struct DescriptorRetrieval
 /// in DevAddr, one request after another, and explains each in DescInfo.
 ///
 /// Each reply decides on the next request; nothing waits. A retrieval ends with its last reply,
-/// with a failure, or 50 ticks after its first request was sent, whether the window is open or not;
-/// a reply that raises a run-time error shows the error's box and leaves the end to the 50 ticks.
+/// with its first failure, or 50 ticks after its first request was sent, whether the window is open
+/// or not. A reply that raises a run-time error is such a failure; its box is shown as well.
+/// Replies that arrive later are shown in the response pane. The report is limited to ReportLimit
+/// characters; a retrieval whose report would become longer ends.
 class DescriptorViewer final : private DeviceRequestClient
 {
 public:
+    static constexpr qsizetype ReportLimit = 8'000'000;
+
     DescriptorViewer(Session &session, DeviceRequests &requests, Dialogs &dialogs,
                      ErrorBoundary &errors);
     virtual ~DescriptorViewer();
@@ -81,7 +85,9 @@ private:
 
     void start();
     void descdecode(QByteArrayView payload);
+    void endWith(const QString &error);
     void gd_abort(const QString &message);
+    void addReport(const QString &report);
     void showReports();
 
     void deviceArrived(const DescriptorBytes &device);

@@ -52,7 +52,7 @@ void DescriptorViewer::descdecode(QByteArrayView payload)
 
 void DescriptorViewer::deviceArrived(const DescriptorBytes &device)
 {
-    m_reports += deviceReport(device);
+    addReport(deviceReport(device));
     m_retrieval.expectedLength = 0;
     m_retrieval.stringCount = 0;
     if (const quint8 index = device.at(usb::iManufacturer))
@@ -86,7 +86,7 @@ void DescriptorViewer::stringArrived(const DescriptorBytes &data)
     for (qsizetype at = 0; at < codeUnits.size(); at += 2)
         text += QLatin1Char(codeUnits[at]);
     const auto position = static_cast<std::size_t>(m_retrieval.stringCursor);
-    m_reports += stringReport(m_retrieval.stringLabels.at(position), text);
+    addReport(stringReport(m_retrieval.stringLabels.at(position), text));
 
     ++m_retrieval.stringCursor;
     if (m_retrieval.stringCursor <= m_retrieval.stringCount) {
@@ -107,7 +107,7 @@ void DescriptorViewer::configurationArrived(QByteArrayView set)
         return;
     }
 
-    m_reports += configurationReport(configuration, m_retrieval.configIndex);
+    addReport(configurationReport(configuration, m_retrieval.configIndex));
     m_retrieval.stringCount = 0;
     if (const quint8 index = configuration.at(usb::iConfiguration)) {
         m_retrieval.addString(
@@ -151,17 +151,17 @@ void DescriptorViewer::reportSubordinate(quint8 type, const DescriptorBytes &des
         reportInterface(descriptor);
         break;
     case usb::DescriptorType::Endpoint:
-        m_reports += endpointReport(descriptor);
+        addReport(endpointReport(descriptor));
         break;
     default:
-        m_reports += classOrVendorReport(descriptor);
+        addReport(classOrVendorReport(descriptor));
         break;
     }
 }
 
 void DescriptorViewer::reportInterface(const DescriptorBytes &descriptor)
 {
-    m_reports += interfaceReport(descriptor);
+    addReport(interfaceReport(descriptor));
     const quint8 index = descriptor.at(usb::iInterface);
     if (index == 0)
         return;

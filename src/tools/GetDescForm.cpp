@@ -21,6 +21,15 @@ namespace {
 constexpr int Columns = 72;
 constexpr int Lines = 42;
 
+/// As QPlainTextEdit::toPlainText() returns it: each line break is a line feed, no-break spaces are
+/// spaces.
+QString asShown(QString report)
+{
+    report.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    report.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    return report.replace(QChar(QChar::Nbsp), QLatin1Char(' '));
+}
+
 } // namespace
 
 GetDescForm::GetDescForm(DescriptorViewer &viewer, QWidget *parent)
@@ -71,12 +80,13 @@ bool GetDescForm::eventFilter(QObject *watched, QEvent *event)
     return ToolWindow::eventFilter(watched, event);
 }
 
+/// The pane may not show all of a long report yet.
 void GetDescForm::copyReport()
 {
     if (m_ui->DescInfo->textCursor().hasSelection())
         m_ui->DescInfo->copy();
-    else if (const QString report = m_ui->DescInfo->toPlainText(); !report.isEmpty())
-        QGuiApplication::clipboard()->setText(report);
+    else if (const QString &report = m_viewer.controls().DescInfo.text(); !report.isEmpty())
+        QGuiApplication::clipboard()->setText(asShown(report));
 }
 
 } // namespace vantrel

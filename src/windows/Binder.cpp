@@ -6,12 +6,14 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QComboBox>
+#include <QDeadlineTimer>
 #include <QEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -67,12 +69,36 @@ void setText(QObject &face, const QString &text)
         field->home(false); // a long name shows its beginning
 }
 
-void append(QPlainTextEdit *pane, const QString &text)
+void append(QPlainTextEdit &pane, const QString &text)
 {
-    QTextCursor end(pane->document());
+    QTextCursor end(pane.document());
     end.movePosition(QTextCursor::End);
     end.insertText(text);
-    pane->moveCursor(QTextCursor::End);
+}
+
+/// Where a slice of the text ends. CR LF is one line break: it is not divided.
+qsizetype sliceEnd(const QString &text, qsizetype begin)
+{
+    constexpr qsizetype Size = 32'768; // some milliseconds
+    const qsizetype end = std::min(begin + Size, text.size());
+    const bool divides = end < text.size() && text[end - 1] == QLatin1Char('\r');
+    return divides ? end + 1 : end;
+}
+
+/// Appends the last `count` characters of the text, slice by slice, until the time is over. Returns
+/// how many are left.
+qsizetype appendSlices(QPlainTextEdit &pane, const QString &text, qsizetype count,
+                       const QDeadlineTimer &time)
+{
+    for (qsizetype begin = text.size() - count; count > 0; begin = text.size() - count) {
+        const qsizetype end = sliceEnd(text, begin);
+        append(pane, text.sliced(begin, end - begin));
+        count = text.size() - end;
+        if (time.hasExpired())
+            break;
+    }
+    pane.moveCursor(QTextCursor::End);
+    return count;
 }
 
 void showColours(QWidget &widget, const Control &control)
@@ -254,7 +280,10 @@ void Binder::showEntryNote(const Control &control, QObject &face)
 
 void Binder::showText(const Control &control, QObject &face)
 {
-    if (control.pace() == Control::Pace::AtOnce) {
+    const bool isPane = qobject_cast<QPlainTextEdit *>(&face) != nullptr;
+    if (control.pace() == Control::Pace::AtOnce &&
+        (!isPane || mayShowAtOnce(control.text().size()))) {
+        m_waiting.remove(&control);
         setText(face, control.text());
         return;
     }
@@ -264,12 +293,26 @@ void Binder::showText(const Control &control, QObject &face)
 void Binder::appendText(const Control &control, QObject &face, const QString &text)
 {
     auto *pane = qobject_cast<QPlainTextEdit *>(&face);
-    if (!pane)
+    if (!pane) {
         showText(control, face);
-    else if (control.pace() == Control::Pace::AtOnce)
-        append(pane, text);
-    else
+    } else if (control.pace() == Control::Pace::AtOnce && !m_waiting.contains(&control) &&
+               mayShowAtOnce(text.size())) {
+        append(*pane, text);
+        pane->moveCursor(QTextCursor::End);
+    } else {
         waitingText(control, face).appended += text.size();
+    }
+}
+
+/// Counts what the panes show in this turn.
+bool Binder::mayShowAtOnce(qsizetype characters)
+{
+    if (m_shownAtOnce + characters > AtOnceLimit)
+        return false;
+    m_shownAtOnce += characters;
+    if (!m_turn.isActive())
+        m_turn.start();
+    return true;
 }
 
 Binder::WaitingText &Binder::waitingText(const Control &control, QObject &face)
@@ -283,13 +326,23 @@ Binder::WaitingText &Binder::waitingText(const Control &control, QObject &face)
 
 void Binder::showWaitingTexts()
 {
+    m_shownAtOnce = 0;
+    const QDeadlineTimer time(SliceTime);
     const auto waitingTexts = std::exchange(m_waiting, {});
     for (const auto &[control, waiting] : waitingTexts.asKeyValueRange()) {
         const QString &text = control->text();
-        if (waiting.whole || waiting.appended >= text.size())
+        auto *pane = qobject_cast<QPlainTextEdit *>(waiting.face);
+        if (!pane) {
             setText(*waiting.face, text);
-        else
-            append(qobject_cast<QPlainTextEdit *>(waiting.face), text.last(waiting.appended));
+            continue;
+        }
+        const bool whole = waiting.whole || waiting.appended >= text.size();
+        if (whole)
+            pane->clear();
+        const qsizetype left =
+            appendSlices(*pane, text, whole ? text.size() : waiting.appended, time);
+        if (left > 0)
+            waitingText(*control, *waiting.face).appended += left;
     }
 }
 

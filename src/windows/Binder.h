@@ -17,11 +17,13 @@ namespace vantrel {
 /// Ties control values to the widgets and actions of a window that bear their names.
 ///
 /// A value shows at once wherever core has set it, a text at the control's pace; what core has not
-/// set yet is loaded from the form. A stale value is greyed, and its tool tip is "as of hh:mm:ss";
-/// the grey of a read-only field is set by ReadOnlyFields. What the user ticks, types or chooses is
-/// in the value before any handler that is connected to the same widget later than the binder.
-/// Values that core sets never look like user actions: handlers belong on clicked(), textEdited(),
-/// activated() and triggered().
+/// set yet is loaded from the form. A pane shows at most AtOnceLimit characters at once; what
+/// exceeds that is inserted in slices, for about SliceTime in each turn of the event loop, with the
+/// caret at the end. Saving must use the value, which is always complete. A stale value is greyed,
+/// and its tool tip is "as of hh:mm:ss"; the grey of a read-only field is set by ReadOnlyFields.
+/// What the user ticks, types or chooses is in the value before any handler that is connected to
+/// the same widget later than the binder. Values that core sets never look like user actions:
+/// handlers belong on clicked(), textEdited(), activated() and triggered().
 ///
 /// The window's EntryNotes show the entry notes of its fields.
 ///
@@ -32,6 +34,11 @@ class Binder : public QObject
     Q_OBJECT
 
 public:
+    /// Most characters that the panes of a window show in one turn of the event loop without regard
+    /// to time.
+    static constexpr qsizetype AtOnceLimit = 65536;
+    static constexpr int SliceTime = 20; ///< ms
+
     /// Every control must have its widget or action. Both outlive the binder.
     Binder(const QList<Control *> &controls, QWidget &window);
 
@@ -39,12 +46,12 @@ public:
     static QStringList unbound(const QList<Control *> &controls, QWidget &window);
 
 private:
-    /// A text that shows with the next turn of the event loop.
+    /// A text that is shown in the next turns of the event loop.
     struct WaitingText
     {
         QObject *face = nullptr;
         bool whole = false;
-        qsizetype appended = 0; ///< characters at the end, if not `whole`
+        qsizetype appended = 0; ///< characters at the end that do not show yet, if not `whole`
     };
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -53,6 +60,7 @@ private:
     void showText(const Control &control, QObject &face);
     void appendText(const Control &control, QObject &face, const QString &text);
     WaitingText &waitingText(const Control &control, QObject &face);
+    bool mayShowAtOnce(qsizetype characters);
     void showWaitingTexts();
     void showStale(const Control &control, QObject &face);
     void setEnabled(QObject &face, bool enabled);
@@ -63,6 +71,7 @@ private:
     QPointer<QWidget> m_displaced; // had the focus when it was disabled
     QPointer<QWidget> m_standIn;   // has had the focus since
     QTimer m_turn;
+    qsizetype m_shownAtOnce = 0; // characters, in this turn
     QHash<const Control *, WaitingText> m_waiting;
     QHash<const Control *, QWidget *> m_stale; // greyed in the colours of the window
 };

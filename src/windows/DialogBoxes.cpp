@@ -3,37 +3,15 @@
 
 #include "link/OneShot.h"
 #include "windows/FileDialog.h"
+#include "windows/MessageBox.h"
 
 #include <QDialog>
 #include <QDir>
 #include <QFileInfo>
-#include <QMessageBox>
 
 namespace vantrel {
 
 namespace {
-
-Answer closedAnswer(Message::Buttons buttons)
-{
-    return buttons == Message::Buttons::YesNo ? Answer::No : Answer::Ok;
-}
-
-QMessageBox *makeBox(const Message &message, QWidget *parent)
-{
-    const bool question = message.buttons == Message::Buttons::YesNo;
-    auto *box = new QMessageBox(question ? QMessageBox::Question : QMessageBox::NoIcon,
-                                message.title, {}, QMessageBox::NoButton, parent);
-    box->setObjectName(QStringLiteral("MessageBox"));
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setTextFormat(Qt::PlainText);
-    box->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    box->setText(message.text);
-    box->setStandardButtons(question ? QMessageBox::Yes | QMessageBox::No : QMessageBox::Ok);
-    if (question && message.noIsDefault)
-        box->setDefaultButton(QMessageBox::No);
-    box->setEscapeButton(question ? QMessageBox::No : QMessageBox::Ok);
-    return box;
-}
 
 /// The dialog that was opened last over the window, or the window itself.
 QWidget *topmost(QWidget *window)
@@ -56,33 +34,42 @@ QWidget *parentFor(QObject *window)
 }
 
 /// A window manager that has not yet moved the focus away from a dialog just closed may leave it
-/// with the parent, or with none.
-void openActive(QDialog &dialog)
+/// with the parent, or with none. A dialog that is blocked by another one over it stays below that.
+void activate(QDialog &dialog)
 {
-    dialog.open();
     dialog.raise();
-    dialog.activateWindow();
+    QWidget *const top = topmost(&dialog);
+    if (top != &dialog)
+        top->raise();
+    top->activateWindow();
 }
 
 } // namespace
 
 QCoro::Task<Answer> DialogBoxes::messageBox(Message message)
 {
-    const Answer ifClosed = closedAnswer(message.buttons);
-    QWidget *parent = parentFor(message.window);
-    if (!parent)
-        co_return ifClosed;
+    MessageBox *const box = boxFor(message);
+    if (!box)
+        co_return MessageBox::closedAnswer(message.buttons);
+    co_return co_await box->add(message);
+}
 
-    QMessageBox *box = makeBox(message, parent);
-    const OneShot<Answer> answer;
-    QObject::connect(box, &QMessageBox::finished, box, [answer, ifClosed](int button) {
-        answer.resolve(button == QMessageBox::Yes ? Answer::Yes : ifClosed);
-    });
-    QObject::connect(box, &QObject::destroyed, [answer, ifClosed] { answer.resolve(ifClosed); });
-    if (message.closedWith)
-        QObject::connect(message.closedWith, &QObject::destroyed, box, &QDialog::reject);
-    openActive(*box);
-    co_return co_await answer;
+MessageBox *DialogBoxes::boxFor(const Message &message)
+{
+    m_boxes.removeIf([](const QPointer<MessageBox> &box) { return !box || !box->isVisible(); });
+    for (const QPointer<MessageBox> &box : std::as_const(m_boxes)) {
+        if (box->isOpenFor(message))
+            return box;
+    }
+    QWidget *const parent = parentFor(message.window);
+    if (!parent)
+        return nullptr;
+    auto *const box = new MessageBox(message, parent);
+    m_boxes.append(box);
+    QObject::connect(box, &MessageBox::repeated, box, [box] { activate(*box); });
+    box->open();
+    activate(*box);
+    return box;
 }
 
 QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
@@ -97,7 +84,8 @@ QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
         answer.resolve(result == QDialog::Accepted ? dialog->chosenFile() : QString());
     });
     QObject::connect(dialog, &QObject::destroyed, [answer] { answer.resolve({}); });
-    openActive(*dialog);
+    dialog->open();
+    activate(*dialog);
     const QString path = co_await answer;
     if (!path.isEmpty())
         m_lastDirectory = QFileInfo(path).path();

@@ -79,6 +79,7 @@ Operation programmingEeprom()
 }
 
 const auto Failure = "Failure code = 05";
+const auto OutOfRange = "Subscript out of range";
 const auto NotResponding = "Vorn Tester not Responding";
 const auto NotRead = "Error Reading EEPROM word 9";
 const auto NotWritten = "Error Writing EEPROM word 9";
@@ -110,9 +111,9 @@ void tst_faultsofdevices::matrix_data()
              {Fault::Silence, "Timeout"},
              {Fault::ErrorStatus, Failure},
              {Fault::Refusal, "Timeout"},
-             {Fault::ShortReply, "Timeout", "Subscript out of range"},
+             {Fault::ShortReply, OutOfRange, OutOfRange},
              {Fault::LateReply, "Timeout"},
-             {Fault::DoubledReply, "Successful", "Subscript out of range|Subscript out of range"},
+             {Fault::DoubledReply, OutOfRange, OutOfRange},
              {Fault::Garbage, "Successful"},
              {Fault::Flood, "Successful"},
              {Fault::Dropped, "Timeout", Gone},

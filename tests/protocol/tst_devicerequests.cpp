@@ -177,7 +177,7 @@ void TestDeviceRequests::othersWaitForTheWalk()
     QCOMPARE(RequestBench::received(bench.ftdi), QByteArray("5"));
 }
 
-/// A reply that raises an error leaves the walk without a request until its time-out.
+/// A reply with a bLength of 0 leaves the walk without a request until its time-out.
 void TestDeviceRequests::othersWaitForAWalkThatStalls()
 {
     RequestBench bench;

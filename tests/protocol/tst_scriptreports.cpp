@@ -52,6 +52,7 @@ private slots:
     void responseInsideAResponse();
     void runEndsInsideAResponse();
     void deepNesting();
+    void tooDeepNesting();
     void deepNestingOfNothing();
 };
 
@@ -326,7 +327,7 @@ void TestScriptReports::runEndsInsideAResponse()
 
 void TestScriptReports::deepNesting()
 {
-    constexpr int Depth = 350'000; // a megabyte
+    constexpr int Depth = RecvDecode::MostNested - 1;
     ScriptBench bench("Running");
     QElapsedTimer timer;
     timer.start();
@@ -339,6 +340,17 @@ void TestScriptReports::deepNesting()
     QCOMPARE(bench.session.RxPacket, "83"_hex);
     bench.dispatch("84"_hex);
     QCOMPARE(bench.commandPane(), QLatin1String("\r\nSuspending\r\nResuming"));
+}
+
+void TestScriptReports::tooDeepNesting()
+{
+    ScriptBench bench("Running");
+    bench.dispatch("a0 00 07"_hex.repeated(5'592'400) + "83"_hex);
+    QCOMPARE(bench.commandPane(), QString());
+    QVERIFY(bench.responses().endsWith("*** Script Response -- Index:  7\r\n"
+                                       "*** Bytes of nested reports not shown: 16477201\r\n"));
+    bench.dispatch("84"_hex);
+    QCOMPARE(bench.commandPane(), QLatin1String("\r\nResuming"));
 }
 
 void TestScriptReports::deepNestingOfNothing()

@@ -34,7 +34,11 @@ struct ViewerBench : ConsoleBench
         return report().endsWith(
                    QStringLiteral("\r\n*** Get Descriptors Terminated\r\n      --- %1\r\n")
                        .arg(QLatin1String(message))) &&
-               !session.DescActive && session.DescTimeout == 0 && controls.GetDesc.isEnabled();
+               hasEnded();
+    }
+    bool hasEnded() const
+    {
+        return !session.DescActive && session.DescTimeout == 0 && controls.GetDesc.isEnabled();
     }
     /// A retrieval runs, and nobody has been told of an error.
     bool runsQuietly() const

@@ -156,10 +156,9 @@ void tst_descriptoraddress::addressBreaksInTheMiddle()
     bench.reply(OneConfiguration);
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Overflow"));
-    QVERIFY(bench.report().endsWith(QLatin1String("bNumConfigurations = 0x01\r\n")));
+    QVERIFY(bench.report().contains(QLatin1String("bNumConfigurations = 0x01\r\n\r\n*** Get")));
     QCOMPARE(bench.sent(), QByteArray());
-    bench.tick(50);
-    QVERIFY(bench.endedWith("Timeout"));
+    QVERIFY(bench.endedWith("Overflow"));
 }
 
 VANTREL_TEST(tst_descriptoraddress)

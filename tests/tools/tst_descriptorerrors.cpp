@@ -23,6 +23,12 @@ struct ConfigurationBench : ViewerBench
     }
 };
 
+QString ended(const QString &message)
+{
+    return QStringLiteral("\r\n*** Get Descriptors Terminated\r\n      --- ") + message +
+           QStringLiteral("\r\n");
+}
+
 const QByteArray Configuration = "09 02 FF 00 01 01 00 80 32"_hex;
 
 } // namespace
@@ -50,6 +56,9 @@ private slots:
     void emptyConfiguration();
     void eleventhInterfaceString();
     void eleventhString();
+    void thousandsOfFailingReplies();
+    void repliesToSomebodyElse();
+    void addressBreaksAfterTheEnd();
     void withoutConnection();
     void linkLost();
     void otherRepliesInBetween();
@@ -178,7 +187,7 @@ void tst_descriptorerrors::runTimeErrors_data()
         << full << "09 02 FF 80 01 01 00 80 32"_hex << overflow;
 }
 
-/// One box, nothing reported, nothing asked for: the count-down ends the retrieval.
+/// One box, nothing reported, nothing asked for: the retrieval ends at once.
 void tst_descriptorerrors::runTimeErrors()
 {
     QFETCH(QList<QByteArray>, before);
@@ -196,13 +205,16 @@ void tst_descriptorerrors::runTimeErrors()
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text, error);
     QCOMPARE(bench.dialogs.messages[0].title, QStringLiteral("Vantrel - Error"));
-    QCOMPARE(bench.report(), report);
+    const QString end = ended(error);
+    QCOMPARE(bench.report(), report + end);
     QCOMPARE(bench.sent(), QByteArray());
-    QVERIFY(bench.session.DescActive);
-    QVERIFY(!bench.controls.GetDesc.isEnabled());
-    bench.tick(50);
-    QVERIFY(bench.endedWith("Timeout"));
+    QVERIFY(bench.hasEnded());
+
+    bench.reply(data); // of nobody's request
+    bench.tick(60);
+    QCOMPARE(bench.report(), report + end);
     QCOMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.session.RespText.text().count("-- Device Request Response: Status = 00\r\n"), 1);
 }
 
 void tst_descriptorerrors::highVendorId()
@@ -214,13 +226,10 @@ void tst_descriptorerrors::highVendorId()
     bench.reply(device);
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QCOMPARE(bench.dialogs.messages[0].text, QStringLiteral("Overflow"));
-    QCOMPARE(bench.report(), QString());
-    QCOMPARE(bench.sent(), QByteArray());
-    bench.tick(49);
-    QVERIFY(bench.session.DescActive);
-    bench.tick();
     QCOMPARE(bench.report(), QStringLiteral("\r\n*** Get Descriptors Terminated\r\n"
-                                            "      --- Timeout\r\n"));
+                                            "      --- Overflow\r\n"));
+    QCOMPARE(bench.sent(), QByteArray());
+    QVERIFY(bench.hasEnded());
 
     bench.session.UnsignedWords = true;
     bench.start();
@@ -263,10 +272,10 @@ void tst_descriptorerrors::shortSubordinates()
                                                   " blength = 0x03\r\n"
                                                   " bDescriptorType = 0x24\r\n"
                                                   " --- Descriptor Data (hex) ---\r\n"
-                                                  "     AB \r\n")));
+                                                  "     AB \r\n") +
+                                    ended(error)));
     QCOMPARE(bench.sent(), QByteArray());
-    bench.tick(50);
-    QVERIFY(bench.endedWith("Timeout"));
+    QVERIFY(bench.hasEnded());
 }
 
 void tst_descriptorerrors::lengthZero_data()
@@ -339,8 +348,7 @@ void tst_descriptorerrors::eleventhInterfaceString()
     QVERIFY(!bench.report().contains(QLatin1String("===== Interface  11 Descriptor =====")));
     QCOMPARE(bench.sent(), QByteArray());
     QCOMPARE(bench.retrieval.stringCount, 10);
-    bench.tick(50);
-    QVERIFY(bench.endedWith("Timeout"));
+    QVERIFY(bench.endedWith("Subscript out of range"));
 }
 
 /// The configuration's own string takes one of the ten places.
@@ -354,6 +362,51 @@ void tst_descriptorerrors::eleventhString()
     QCOMPARE(bench.dialogs.messages.size(), 1);
     QVERIFY(bench.report().contains(QLatin1String("===== Interface  9 Descriptor =====")));
     QCOMPARE(bench.sent(), QByteArray());
+}
+
+/// In one read, without a turn of the event loop in between.
+void tst_descriptorerrors::thousandsOfFailingReplies()
+{
+    ViewerBench bench;
+    bench.start();
+    const QByteArray packet = bench.session.PacketStart + "81 00 12"_hex + bench.session.PacketEnd;
+    bench.transport().receive(packet.repeated(5000));
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QVERIFY(bench.endedWith("Subscript out of range"));
+    QCOMPARE(bench.report(), ended(QStringLiteral("Subscript out of range")));
+    QVERIFY(bench.session.RespText.text().endsWith(
+        "-- Device Request Response: Status = 00\r\n 12 \r\n"));
+}
+
+/// A script asks a device that does not answer GET_DESCRIPTOR for its status, 371 times.
+void tst_descriptorerrors::repliesToSomebodyElse()
+{
+    ViewerBench bench;
+    bench.start();
+    for (int i = 0; i < 371; ++i) {
+        bench.reply("01 00"_hex);
+        if (i % 8 == 7)
+            bench.tick();
+    }
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.report(), ended(QStringLiteral("Subscript out of range")));
+    bench.start(); // the end of a retrieval is final, a new one can begin
+    QCOMPARE(bench.report(), QString());
+    QVERIFY(bench.session.DescActive);
+}
+
+/// The request that is still sent after "String length error" has an address that is no number.
+void tst_descriptorerrors::addressBreaksAfterTheEnd()
+{
+    ViewerBench bench;
+    bench.start();
+    bench.reply(WithAString);
+    const QString report = bench.report();
+    bench.controls.DevAddr.adoptText(QStringLiteral("999"));
+    bench.reply("00 03 41"_hex);
+    QCOMPARE(bench.report(), report + ended(QStringLiteral("String length error")));
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QVERIFY(bench.hasEnded());
 }
 
 void tst_descriptorerrors::withoutConnection()

@@ -259,9 +259,9 @@ void tst_descriptorviewer::oneAppendAReply()
     bench.start();
     bench.reply("12 01 00 02 00 00 00 40 09 12 02 0A 00 01 00 00 00 02"_hex);
     QCOMPARE(appended.size(), 1);
-    bench.reply(probeAnswer(255));
+    bench.reply(probeAnswer(0xD9, 0x07));
     QCOMPARE(appended.size(), 1);
-    bench.reply("09 02 FF 00 01 01 00 80 32"_hex + "02 FF"_hex.repeated(1000));
+    bench.reply("09 02 D9 07 01 01 00 80 32"_hex + "02 FF"_hex.repeated(1000));
     QCOMPARE(appended.size(), 2);
     QCOMPARE(bench.report().count(QLatin1String("===== Class/Vendor Descriptor =====")), 1000);
 }

@@ -1,25 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "link/WindowDialogs.h"
 #include "support/TestProgram.h"
-#include "windows/DialogBench.h"
-#include "windows/DialogBoxes.h"
-
-#include <QMainWindow>
-#include <QMessageBox>
-#include <QPushButton>
-
-#include <memory>
-#include <optional>
+#include "windows/BoxBench.h"
 
 using namespace vantrel;
 using namespace vantrel::test;
 
 namespace {
-
-QCoro::Task<> ask(Dialogs &dialogs, Message message, std::optional<Answer> &answer)
-{
-    answer = co_await dialogs.messageBox(message);
-}
 
 /// A handler that shows one box after the other.
 QCoro::Task<> askTwice(Dialogs &dialogs, Message message, int &answers)
@@ -29,65 +15,6 @@ QCoro::Task<> askTwice(Dialogs &dialogs, Message message, int &answers)
     co_await dialogs.messageBox(message);
     ++answers;
 }
-
-Message told()
-{
-    return {QStringLiteral("It is <b>told</b> & done"), QStringLiteral("Vantrel - Warning")};
-}
-
-Message asked()
-{
-    return {QStringLiteral("Go on?"), QStringLiteral("Vantrel - Error"), Message::Buttons::YesNo};
-}
-
-struct Bench
-{
-    Bench()
-    {
-        dialogs.setWindow(window.get());
-        window->show();
-        waitUntilActive(*window);
-    }
-
-    QMessageBox &box() const
-    {
-        auto *box = openWindow<QMessageBox>("MessageBox");
-        if (!box)
-            qFatal("no box");
-        return *box;
-    }
-
-    bool answered(Answer expected) const { return answer == expected; }
-
-    DialogBoxes boxes;
-    WindowDialogs dialogs{boxes};
-    std::unique_ptr<QMainWindow> window = std::make_unique<QMainWindow>();
-    std::optional<Answer> answer;
-};
-
-/// With two tool windows: one that is open and one that was closed.
-struct ToolBench : Bench
-{
-    ToolBench()
-    {
-        toolDialogs.setWindow(&tool);
-        closedDialogs.setWindow(&closed);
-        tool.show();
-        waitUntilActive(tool);
-    }
-
-    void activate(QWidget &widget) const
-    {
-        widget.activateWindow();
-        waitUntilActive(widget);
-    }
-
-    QMainWindow closed{window.get(), Qt::Dialog};
-    QMainWindow tool{window.get(), Qt::Dialog};
-    Dialogs &mainDialogs = dialogs;
-    WindowDialogs closedDialogs{mainDialogs};
-    WindowDialogs toolDialogs{mainDialogs};
-};
 
 } // namespace
 
@@ -120,7 +47,7 @@ private slots:
 
 void TestDialogBoxes::texts()
 {
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, told(), bench.answer);
     QCOMPARE(bench.box().text(), QStringLiteral("It is <b>told</b> & done"));
     QCOMPARE(bench.box().textFormat(), Qt::PlainText);
@@ -130,7 +57,7 @@ void TestDialogBoxes::texts()
 
 void TestDialogBoxes::buttons()
 {
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, told(), bench.answer);
     QCOMPARE(bench.box().standardButtons(), QMessageBox::StandardButtons(QMessageBox::Ok));
     bench.box().close();
@@ -140,7 +67,7 @@ void TestDialogBoxes::buttons()
 
 void TestDialogBoxes::ok()
 {
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, told(), bench.answer);
     bench.box().button(QMessageBox::Ok)->click();
     QVERIFY(bench.answered(Answer::Ok));
@@ -148,7 +75,7 @@ void TestDialogBoxes::ok()
 
 void TestDialogBoxes::yesAndNo()
 {
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, asked(), bench.answer);
     bench.box().button(QMessageBox::Yes)->click();
     QVERIFY(bench.answered(Answer::Yes));
@@ -160,7 +87,7 @@ void TestDialogBoxes::yesAndNo()
 
 void TestDialogBoxes::enterAnswers()
 {
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, told(), bench.answer);
     QTRY_COMPARE(QApplication::activeWindow(), &bench.box());
     QTest::keyClick(&bench.box(), Qt::Key_Return);
@@ -169,7 +96,7 @@ void TestDialogBoxes::enterAnswers()
 
 void TestDialogBoxes::defaultButton()
 {
-    Bench bench;
+    BoxBench bench;
     Message question = asked();
     question.noIsDefault = true;
     ask(bench.dialogs, question, bench.answer);
@@ -198,7 +125,7 @@ void TestDialogBoxes::closedByFrame()
 {
     QFETCH(bool, question);
     QFETCH(bool, byEscape);
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, question ? asked() : told(), bench.answer);
     if (byEscape)
         QTest::keyClick(&bench.box(), Qt::Key_Escape);
@@ -210,7 +137,7 @@ void TestDialogBoxes::closedByFrame()
 
 void TestDialogBoxes::boxIsDeleted()
 {
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, told(), bench.answer);
     const QPointer<QMessageBox> box = &bench.box();
     box->button(QMessageBox::Ok)->click();
@@ -262,7 +189,7 @@ void TestDialogBoxes::activeWindowOfAnotherProgram()
 
 void TestDialogBoxes::nextBoxOutlivesTheFirst()
 {
-    Bench bench;
+    BoxBench bench;
     int answers = 0;
     askTwice(bench.dialogs, told(), answers);
     QTRY_COMPARE(QApplication::activeWindow(), &bench.box());
@@ -277,7 +204,7 @@ void TestDialogBoxes::nextBoxOutlivesTheFirst()
 
 void TestDialogBoxes::twoBoxesAtOnce()
 {
-    Bench bench;
+    BoxBench bench;
     std::optional<Answer> second;
     ask(bench.dialogs, asked(), bench.answer);
     QTRY_COMPARE(QApplication::activeWindow(), &bench.box());
@@ -294,7 +221,7 @@ void TestDialogBoxes::twoBoxesAtOnce()
 
 void TestDialogBoxes::windowGoes()
 {
-    Bench bench;
+    BoxBench bench;
     ask(bench.dialogs, asked(), bench.answer);
     bench.window.reset();
     QVERIFY(bench.answered(Answer::No));
@@ -310,7 +237,7 @@ void TestDialogBoxes::withoutAWindow()
 
 void TestDialogBoxes::closedMainWindow()
 {
-    Bench bench;
+    BoxBench bench;
     bench.window->hide();
     ask(bench.dialogs, asked(), bench.answer);
     QVERIFY(bench.answered(Answer::No));
