@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Utils.h"
 #include "support/ConsoleBench.h"
+#include "support/FileSizeLimit.h"
+#include "support/ForkedProcess.h"
 #include "support/Hex.h"
 #include "support/TestProgram.h"
 
@@ -107,6 +109,7 @@ private slots:
     void formatsOfTheLocale();
     void cannotOpen_data();
     void cannotOpen();
+    void anotherInstance();
     void fullDiskAtTheTick();
     void fullDiskInAFlood();
     void fullDiskAtTheClose();
@@ -388,7 +391,9 @@ void TestSessionLog::cannotOpen_data()
 
     QTest::newRow("no such directory") << QStringLiteral("/no/such/directory/a.log")
                                        << QStringLiteral("No such file or directory");
-    QTest::newRow("a directory") << QStringLiteral("/tmp") << QStringLiteral("Is a directory");
+    QTest::newRow("a directory") << QStringLiteral("/tmp") << QStringLiteral("Not a regular file");
+    QTest::newRow("a device") << QStringLiteral("/dev/full")
+                              << QStringLiteral("Not a regular file");
     if (::geteuid() != 0)
         QTest::newRow("not allowed")
             << QStringLiteral("/root.log") << QStringLiteral("Permission denied");
@@ -414,12 +419,40 @@ void TestSessionLog::cannotOpen()
     QCOMPARE(bench.main.LogInfo.text(), QLatin1String("Logging: session.log"));
 }
 
+/// A log of this name that another process has open is neither truncated nor written.
+void TestSessionLog::anotherInstance()
+{
+    LogBench first;
+    first.open();
+    ShowResponseLine(first.session, "first");
+    first.log.flush();
+    const QByteArray before = contentsOf(first.path);
+
+    ForkedProcess second([&first] {
+        LogBench bench;
+        bench.path = first.path;
+        bench.open();
+        const MainControls &main = bench.session.Main;
+        return bench.dialogs.messages.size() == 1 &&
+               bench.dialogs.messages[0].title == QLatin1String("Vantrel - Error") &&
+               bench.dialogs.messages[0].text ==
+                   QLatin1String("Another instance of the program is writing this log: ") +
+                       first.path &&
+               !bench.session.Logging && main.FileNew.isEnabled() && !main.FileClose.isEnabled() &&
+               !main.LogFrame.isVisible();
+    });
+    QVERIFY(second.succeeded());
+    QCOMPARE(contentsOf(first.path), before);
+    first.close();
+    QCOMPARE(contentsOf(first.path), Header + "first\r\n" + Footer);
+}
+
 namespace {
 
 void compareFullDiskTold(const LoggingConsole &bench)
 {
     QCOMPARE(bench.dialogs.messages.size(), 1);
-    QCOMPARE(bench.dialogs.messages[0].text, QLatin1String("No space left on device: /dev/full"));
+    QCOMPARE(bench.dialogs.messages[0].text, QLatin1String("File too large: ") + bench.path);
     QCOMPARE(bench.dialogs.messages[0].title, QLatin1String("Vantrel - Error"));
     bench.compareClosed();
 }
@@ -429,7 +462,8 @@ void compareFullDiskTold(const LoggingConsole &bench)
 void TestSessionLog::fullDiskAtTheTick()
 {
     LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
+    bench.fileNew(bench.path);
+    std::optional<FileSizeLimit> full(0);
     ShowResponseLine(bench.session, "lost");
     bench.tick();
     compareFullDiskTold(bench);
@@ -443,6 +477,7 @@ void TestSessionLog::fullDiskAtTheTick()
     QCOMPARE(bench.session.LogBytes, bytes);
     QVERIFY(bench.main.RespWin.text().endsWith(QLatin1String("after\r\n")));
 
+    full.reset();
     bench.fileNew(bench.path);
     ShowResponseLine(bench.session, "kept");
     bench.tick();
@@ -452,7 +487,8 @@ void TestSessionLog::fullDiskAtTheTick()
 void TestSessionLog::fullDiskInAFlood()
 {
     LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
+    bench.fileNew(bench.path);
+    const FileSizeLimit full(0);
     for (int lines = 0; lines < 100; ++lines)
         ShowResponseLine(bench.session, std::string(10'000, 'x')); // all within one tick
     compareFullDiskTold(bench);
@@ -463,7 +499,8 @@ void TestSessionLog::fullDiskInAFlood()
 void TestSessionLog::fullDiskAtTheClose()
 {
     LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
+    bench.fileNew(bench.path);
+    const FileSizeLimit full(0);
     bench.console.fileCloseClicked();
     compareFullDiskTold(bench);
 }
@@ -471,7 +508,8 @@ void TestSessionLog::fullDiskAtTheClose()
 void TestSessionLog::fullDiskAtExit()
 {
     LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
+    bench.fileNew(bench.path);
+    const FileSizeLimit full(0);
     bench.console.exitClicked();
     compareFullDiskTold(bench);
 }
