@@ -2,12 +2,10 @@
 #include "app/MaintenanceTour.h"
 
 #include "app/Stage.h"
-#include "link/Files.h"
 #include "simulator/BuiltInDevices.h"
 #include "simulator/Tester.h"
 #include "simulator/VirtualDevice.h"
 
-#include <QFile>
 #include <QWidget>
 
 namespace vantrel {
@@ -60,8 +58,7 @@ QCoro::Task<> MaintenanceTour::loadEzUsbFirmware()
     m_stage.say(text("Turn EZ-USB firmware into a script"));
     attach("fx2");
     const QString hexFile = path("blink.hex");
-    QFile::remove(hexFile);
-    writeAtStart(hexFile, ":0300000002010000FA\r\n"
+    Stage::write(hexFile, ":0300000002010000FA\r\n"
                           ":0401000000010203F5\r\n"
                           ":00000001FF\r\n");
     m_stage.choose("EZUSB");
@@ -130,8 +127,7 @@ QCoro::Task<> MaintenanceTour::replaceFirmware()
 {
     m_stage.say(text("Give the tester a new firmware"));
     const QString image = path("vorn2-3.13.bin");
-    QFile::remove(image);
-    writeAtStart(image, firmwareImage());
+    Stage::write(image, firmwareImage());
     m_stage.choose("mnuUtilFW");
     co_await m_stage.expectDialog(text("FWLoad"));
     m_stage.press("fileselect");

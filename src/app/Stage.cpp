@@ -2,11 +2,14 @@
 #include "app/Stage.h"
 
 #include "console/Console.h"
+#include "link/DurableFile.h"
+#include "link/RuntimeError.h"
 #include "link/Utils.h"
 
 #include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
+#include <QBuffer>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -266,12 +269,24 @@ QWidget *Stage::dialog(const QString &name) const
     return nullptr;
 }
 
+void Stage::write(const QString &path, QByteArrayView bytes)
+{
+    try {
+        replaceFile(path, bytes);
+    } catch (const RuntimeError &error) {
+        throw TourFailure(QStringLiteral("cannot write: ") + error.shortName());
+    }
+}
+
 void Stage::picture(const QString &name, QWidget *window)
 {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     const QString path = m_directory + QLatin1Char('/') + name + QStringLiteral(".png");
-    if (!(window ? window : &m_main)->grab().save(path))
-        throw TourFailure(QStringLiteral("cannot write ") + path);
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (!(window ? window : &m_main)->grab().save(&buffer, "PNG"))
+        throw TourFailure(QStringLiteral("cannot encode ") + path);
+    write(path, png);
     print(QStringLiteral("    picture  | ") + path);
 }
 

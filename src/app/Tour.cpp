@@ -182,9 +182,10 @@ QCoro::Task<> Tour::readReports()
 QCoro::Task<> Tour::runScript()
 {
     m_stage.say(text("Load a script and run it"));
-    QFile::remove(path(ScriptName));
-    if (!QFile::copy(text(":/") + text(ScriptName), path(ScriptName)))
-        throw TourFailure(text("cannot write the script"));
+    QFile example(text(":/") + text(ScriptName));
+    if (!example.open(QIODevice::ReadOnly))
+        throw TourFailure(text("no example script"));
+    Stage::write(path(ScriptName), example.readAll());
     m_stage.press("ScriptLoad");
     co_await m_stage.answerFileDialog(path(ScriptName));
     co_await m_stage.expectLine(text("CmdWin"), text("VornScript Download"));
