@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Utils.h"
 #include "support/ConsoleBench.h"
-#include "support/FileSizeLimit.h"
-#include "support/ForkedProcess.h"
 #include "support/Hex.h"
 #include "support/TestProgram.h"
 
@@ -109,11 +107,6 @@ private slots:
     void formatsOfTheLocale();
     void cannotOpen_data();
     void cannotOpen();
-    void anotherInstance();
-    void fullDiskAtTheTick();
-    void fullDiskInAFlood();
-    void fullDiskAtTheClose();
-    void fullDiskAtExit();
 };
 
 void TestSessionLog::openedAndClosed()
@@ -417,101 +410,6 @@ void TestSessionLog::cannotOpen()
     bench.fileNew(bench.path); // another choice
     QCOMPARE(bench.session.Logging, true);
     QCOMPARE(bench.main.LogInfo.text(), QLatin1String("Logging: session.log"));
-}
-
-/// A log of this name that another process has open is neither truncated nor written.
-void TestSessionLog::anotherInstance()
-{
-    LogBench first;
-    first.open();
-    ShowResponseLine(first.session, "first");
-    first.log.flush();
-    const QByteArray before = contentsOf(first.path);
-
-    ForkedProcess second([&first] {
-        LogBench bench;
-        bench.path = first.path;
-        bench.open();
-        const MainControls &main = bench.session.Main;
-        return bench.dialogs.messages.size() == 1 &&
-               bench.dialogs.messages[0].title == QLatin1String("Vantrel - Error") &&
-               bench.dialogs.messages[0].text ==
-                   QLatin1String("Another instance of the program is writing this log: ") +
-                       first.path &&
-               !bench.session.Logging && main.FileNew.isEnabled() && !main.FileClose.isEnabled() &&
-               !main.LogFrame.isVisible();
-    });
-    QVERIFY(second.succeeded());
-    QCOMPARE(contentsOf(first.path), before);
-    first.close();
-    QCOMPARE(contentsOf(first.path), Header + "first\r\n" + Footer);
-}
-
-namespace {
-
-void compareFullDiskTold(const LoggingConsole &bench)
-{
-    QCOMPARE(bench.dialogs.messages.size(), 1);
-    QCOMPARE(bench.dialogs.messages[0].text, QLatin1String("File too large: ") + bench.path);
-    QCOMPARE(bench.dialogs.messages[0].title, QLatin1String("Vantrel - Error"));
-    bench.compareClosed();
-}
-
-} // namespace
-
-void TestSessionLog::fullDiskAtTheTick()
-{
-    LoggingConsole bench;
-    bench.fileNew(bench.path);
-    std::optional<FileSizeLimit> full(0);
-    ShowResponseLine(bench.session, "lost");
-    bench.tick();
-    compareFullDiskTold(bench);
-
-    const qint32 bytes = bench.session.LogBytes;
-    for (int ticks = 0; ticks < 20; ++ticks) {
-        ShowResponseLine(bench.session, "after");
-        bench.tick();
-    }
-    compareFullDiskTold(bench);
-    QCOMPARE(bench.session.LogBytes, bytes);
-    QVERIFY(bench.main.RespWin.text().endsWith(QLatin1String("after\r\n")));
-
-    full.reset();
-    bench.fileNew(bench.path);
-    ShowResponseLine(bench.session, "kept");
-    bench.tick();
-    QVERIFY(contentsOf(bench.path).endsWith("%%%%%\r\n\r\nkept\r\n"));
-}
-
-void TestSessionLog::fullDiskInAFlood()
-{
-    LoggingConsole bench;
-    bench.fileNew(bench.path);
-    const FileSizeLimit full(0);
-    for (int lines = 0; lines < 100; ++lines)
-        ShowResponseLine(bench.session, std::string(10'000, 'x')); // all within one tick
-    compareFullDiskTold(bench);
-    bench.tick(10);
-    compareFullDiskTold(bench);
-}
-
-void TestSessionLog::fullDiskAtTheClose()
-{
-    LoggingConsole bench;
-    bench.fileNew(bench.path);
-    const FileSizeLimit full(0);
-    bench.console.fileCloseClicked();
-    compareFullDiskTold(bench);
-}
-
-void TestSessionLog::fullDiskAtExit()
-{
-    LoggingConsole bench;
-    bench.fileNew(bench.path);
-    const FileSizeLimit full(0);
-    bench.console.exitClicked();
-    compareFullDiskTold(bench);
 }
 
 VANTREL_TEST(TestSessionLog)
