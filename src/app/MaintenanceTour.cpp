@@ -3,7 +3,6 @@
 
 #include "app/Stage.h"
 #include "app/TourFiles.h"
-#include "link/Files.h"
 #include "simulator/BuiltInDevices.h"
 #include "simulator/Tester.h"
 #include "simulator/VirtualDevice.h"
@@ -60,7 +59,7 @@ QCoro::Task<> MaintenanceTour::loadEzUsbFirmware()
     m_stage.say(text("Turn EZ-USB firmware into a script"));
     attach("fx2");
     const QString hexFile = path(tourfile::HexFile);
-    writeAtStart(hexFile, ":0300000002010000FA\r\n"
+    Stage::write(hexFile, ":0300000002010000FA\r\n"
                           ":0401000000010203F5\r\n"
                           ":00000001FF\r\n");
     m_stage.choose("EZUSB");
@@ -129,7 +128,7 @@ QCoro::Task<> MaintenanceTour::replaceFirmware()
 {
     m_stage.say(text("Give the tester a new firmware"));
     const QString image = path(tourfile::Firmware);
-    writeAtStart(image, firmwareImage());
+    Stage::write(image, firmwareImage());
     m_stage.choose("mnuUtilFW");
     co_await m_stage.expectDialog(text("FWLoad"));
     m_stage.press("fileselect");

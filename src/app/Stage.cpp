@@ -3,7 +3,8 @@
 
 #include "app/TourFiles.h"
 #include "console/Console.h"
-#include "link/Files.h"
+#include "link/DurableFile.h"
+#include "link/RuntimeError.h"
 #include "link/Utils.h"
 
 #include <QAbstractButton>
@@ -346,6 +347,15 @@ QWidget *Stage::dialog(const QString &name) const
     return nullptr;
 }
 
+void Stage::write(const QString &path, QByteArrayView bytes)
+{
+    try {
+        replaceFile(path, bytes);
+    } catch (const RuntimeError &error) {
+        throw TourFailure(QStringLiteral("cannot write: ") + error.shortName());
+    }
+}
+
 void Stage::picture(const QString &name, QWidget *window)
 {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
@@ -355,7 +365,7 @@ void Stage::picture(const QString &name, QWidget *window)
     if (!buffer.open(QIODevice::WriteOnly) ||
         !(window ? window : &m_main)->grab().save(&buffer, "PNG"))
         throw TourFailure(QStringLiteral("no picture of ") + name);
-    replaceFile(path, png);
+    write(path, png);
     print(QStringLiteral("    picture  | ") + path);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QByteArrayView>
 #include <QCoroTask>
 #include <QHash>
 #include <QObject>
@@ -79,6 +80,8 @@ public:
     /// Waits until a dialog of this name is open.
     QCoro::Task<> expectDialog(QString name);
 
+    /// Creates or replaces a file as a whole.
+    static void write(const QString &path, QByteArrayView bytes);
     /// Saves a picture of the window as NAME.png and says so.
     void picture(const QString &name, QWidget *window = nullptr);
     QWidget *dialog(const QString &name) const;

@@ -47,7 +47,7 @@ QCoro::Task<> ToolsTour::readDescriptors()
     m_stage.picture(text("GetDescForm"), m_stage.dialog(text("GetDescForm")));
 
     const QString report = path(tourfile::DescriptorReport);
-    writeAtStart(report, {}); // an existing file is to be chosen
+    Stage::write(report, {}); // an existing file is to be chosen
     m_stage.press("Save");
     co_await m_stage.answerFileDialog(report);
     const auto saved = [report] {

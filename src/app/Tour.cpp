@@ -180,8 +180,10 @@ QCoro::Task<> Tour::readReports()
 QCoro::Task<> Tour::runScript()
 {
     m_stage.say(text("Load a script and run it"));
-    if (!QFile::copy(text(":/") + text(tourfile::Script), path(tourfile::Script)))
-        throw TourFailure(text("cannot write the script"));
+    QFile example(text(":/") + text(tourfile::Script));
+    if (!example.open(QIODevice::ReadOnly))
+        throw TourFailure(text("no example script"));
+    Stage::write(path(tourfile::Script), example.readAll());
     m_stage.press("ScriptLoad");
     co_await m_stage.answerFileDialog(path(tourfile::Script));
     co_await m_stage.expectLine(text("CmdWin"), text("VornScript Download"));

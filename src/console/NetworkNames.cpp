@@ -7,9 +7,7 @@
 #include "link/VornComm.h"
 #include "link/publicvars.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QStandardPaths>
 #include <QTemporaryFile>
 
@@ -128,20 +126,6 @@ std::optional<QByteArray> readFirst(const QStringList &paths)
     return std::nullopt;
 }
 
-void makeDirectoryOf(const QString &path)
-{
-    QDir().mkpath(QFileInfo(path).path()); // a failure shows when the file is opened
-}
-
-/// Keeps what another instance of the program may have written since the file was found missing.
-void createIfMissing(const QString &path)
-{
-    makeDirectoryOf(path);
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
-        throw RuntimeError::file(file.errorString(), path);
-}
-
 /// The line that NetworkNames::parse() reads as this entry. An entry that needs quotes was read
 /// from between quotes, so it holds none.
 QByteArray lineOf(const QString &entry)
@@ -152,34 +136,12 @@ QByteArray lineOf(const QString &entry)
     return (quoted ? '"' + bytes + '"' : bytes) + "\r\n";
 }
 
-void createList(const QString &path, const QStringList &entries)
+QByteArray linesOf(const QStringList &entries)
 {
-    QByteArray contents;
+    QByteArray lines;
     for (const QString &entry : entries)
-        contents += lineOf(entry);
-    makeDirectoryOf(path);
-    replaceFile(path, contents);
-}
-
-/// True when the last entry of a names file is not terminated: what is appended would continue it.
-bool endsWithinEntry(const QString &path)
-{
-    QFile file(path);
-    char last = 0;
-    return file.open(QIODevice::ReadOnly) && file.seek(file.size() - 1) && file.getChar(&last) &&
-           last != ',' && !isLineEnd(last);
-}
-
-void appendLine(const QString &path, const QString &line)
-{
-    makeDirectoryOf(path);
-    const QByteArray start = endsWithinEntry(path) ? "\r\n" : "";
-    QFile file(path);
-    const QByteArray bytes = start + line.toLatin1() + "\r\n";
-    const bool written = file.open(QIODevice::WriteOnly | QIODevice::Append) &&
-                         file.write(bytes) == bytes.size() && file.flush();
-    if (!written)
-        throw RuntimeError::file(file.errorString(), path);
+        lines += lineOf(entry);
+    return lines;
 }
 
 } // namespace
@@ -216,7 +178,9 @@ QStringList NetworkNames::parse(const QByteArray &contents)
 
 QCoro::Task<> NetworkNames::load(QString path, QStringList sharedPaths)
 {
-    m_path = path;
+    // A list that all users may read lies where such lists are looked for.
+    const bool isShared = sharedPaths.contains(path);
+    m_file = NamesFile(path, isShared ? FileAccess::Everybody : FileAccess::OwnerOnly);
     m_sharedEntries.clear();
     m_session.NamesLoading = true;
     m_session.Main.cbNWName.setItems({});
@@ -225,16 +189,16 @@ QCoro::Task<> NetworkNames::load(QString path, QStringList sharedPaths)
     QStringList entries;
     std::optional<RuntimeError> failure;
     try {
-        if (QFile::exists(path)) {
-            entries = parse(readWholeFile(path));
+        if (m_file.exists()) {
+            entries = parse(m_file.read());
         } else if (const auto shared = readFirst(sharedPaths)) {
             entries = m_sharedEntries = parse(*shared);
         } else {
             const Message notice{QStringLiteral("Creating Network Name File"),
                                  QStringLiteral("Vantrel Initialization")};
             co_await m_dialogs.messageBox(notice);
-            createIfMissing(path);
-            entries = parse(readWholeFile(path));
+            m_file.createEmpty();
+            entries = parse(m_file.read());
         }
     } catch (const RuntimeError &error) {
         failure = error;
@@ -324,22 +288,14 @@ void NetworkNames::add(const QString &name)
     const int position = insert(name);
     std::optional<RuntimeError> failure;
     try {
-        save(name);
+        // The user's own file, once it exists, is the whole list at the next start.
+        m_file.add(lineOf(name), linesOf(m_sharedEntries));
     } catch (const RuntimeError &error) {
         failure = error;
     }
     choose(position);
     if (failure)
         throw RuntimeError(*failure);
-}
-
-void NetworkNames::save(const QString &name) const
-{
-    // The user's own file, once it exists, is the whole list at the next start.
-    if (m_sharedEntries.isEmpty() || QFile::exists(m_path))
-        appendLine(m_path, name);
-    else
-        createList(m_path, m_sharedEntries + QStringList{name});
 }
 
 } // namespace vantrel

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "console/NamesFile.h"
+
 #include <QByteArray>
 #include <QCoroTask>
 #include <QString>
@@ -34,7 +36,8 @@ public:
     /// Fills the list from the user's own file `path` or, when there is none, from the first of
     /// `sharedPaths` that can be read, which writes nothing. When there is no list at all, creates
     /// the user's own empty after the user has closed a message box. Enables the list, unless a
-    /// connection holds it disabled.
+    /// connection holds it disabled. A file that is created is accessible to its owner only, unless
+    /// `path` is one of `sharedPaths`.
     ///
     /// Throws RuntimeError when the user's own file exists but cannot be read, or when only shared
     /// ones exist and none can be read; the list then holds "<New>" alone.
@@ -51,9 +54,9 @@ public:
     QCoro::Task<bool> isAccepted(QString name);
 
     /// Inserts an accepted name before "<New>", saves it and chooses it. It is appended to the
-    /// user's own file. When a shared list is in use, that file is created with the entries of the
-    /// shared list and the name, or not at all. Throws RuntimeError when the file cannot be
-    /// written; the name is then in the list and chosen all the same.
+    /// user's own file. When there is none, that file is created with the entries of the shared
+    /// list in use, if any, and the name, or not at all. Throws RuntimeError when the file cannot
+    /// be written; the name is then in the list and chosen all the same.
     void add(const QString &name);
 
     /// `btCancel` of `frmNewIP`: the list shows the entry that it showed before "<New>" was chosen.
@@ -62,14 +65,13 @@ public:
 private:
     void fill(QStringList entries);
     int insert(const QString &name);
-    void save(const QString &name) const;
     void choose(int index);
     void setIndex(int index);
 
     Session &m_session;
     VornComm &m_link;
     Dialogs &m_dialogs;
-    QString m_path;
+    NamesFile m_file;
     QStringList m_sharedEntries; ///< of the shared list that was read, if one was
     int m_chosenIndex = -1;
 };

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Files.h"
 
+#include "link/FilePath.h"
 #include "link/RegularFile.h"
 #include "link/RuntimeError.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
+
+#include <cstdio>
 
 namespace vantrel {
 
@@ -29,26 +31,19 @@ QByteArray readWholeFile(const QString &path)
 void writeAtStart(const QString &path, QByteArrayView bytes)
 {
     QFile file;
-    if (const auto failure = openRegularFile(file, path, QIODevice::ReadWrite))
-        throw RuntimeError::file(*failure, path);
-    // A full disk may show only when the buffer is written out.
-    if (file.write(bytes.data(), bytes.size()) != bytes.size() || !file.flush())
-        throw RuntimeError::file(file.errorString(), path);
-}
-
-void replaceFile(const QString &path, QByteArrayView bytes)
-{
-    // With a buffer, a failure to write out the last of it would go unnoticed.
-    QSaveFile file(path);
-    bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
-    // The write that fills the disk returns a smaller count; the next one fails with the reason.
-    while (written && !bytes.isEmpty()) {
-        const qint64 count = file.write(bytes.data(), bytes.size());
-        written = count > 0;
-        bytes = bytes.sliced(written ? count : 0);
+    // Without a buffer, every failure is that of a write.
+    const auto mode = QIODevice::ReadWrite | QIODevice::Unbuffered;
+    const bool created = !openRegularFile(file, path, mode | QIODevice::NewOnly);
+    if (!created) {
+        if (const auto failure = openRegularFile(file, path, mode))
+            throw RuntimeError::file(*failure, path);
     }
-    if (!written || !file.commit())
-        throw RuntimeError::file(file.errorString(), path);
+    if (const auto failure = writeAll(file, bytes)) {
+        file.close();
+        if (created)
+            std::remove(pathBytes(path).constData());
+        throw RuntimeError::file(*failure, path);
+    }
 }
 
 } // namespace vantrel

@@ -14,12 +14,10 @@ bool isInstalled(const QString &programDirectory);
 /// The whole file. A file that cannot be read throws RuntimeError, which names it and the reason.
 QByteArray readWholeFile(const QString &path);
 
-/// Writes the bytes at the start of the file, which is made if there is none. A longer file keeps
-/// what follows them. A failure, a full disk among them, throws RuntimeError.
+/// Writes the bytes at the start of the file, in place: a longer file keeps what follows them. A
+/// file that does not exist is created. A failure, a full disk among them, throws RuntimeError; a
+/// file that was created is removed then. For files that are replaced as a whole see
+/// link/DurableFile.h.
 void writeAtStart(const QString &path, QByteArrayView bytes);
-
-/// Makes the file, or replaces its contents, as a whole or not at all. A failure, a full disk among
-/// them, throws RuntimeError.
-void replaceFile(const QString &path, QByteArrayView bytes);
 
 } // namespace vantrel

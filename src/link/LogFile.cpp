@@ -2,6 +2,8 @@
 #include "link/LogFile.h"
 
 #include "link/Bytes.h"
+#include "link/FileLock.h"
+#include "link/RegularFile.h"
 
 #include <cerrno>
 
@@ -31,9 +33,20 @@ bool hasName([[maybe_unused]] const QFile &file)
 std::optional<QString> LogFile::open(const QString &path)
 {
     m_gathered.clear();
-    m_file.setFileName(path);
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
-        return m_file.errorString();
+    // Appending: after another program has truncated the file, a position kept here would lie
+    // beyond its end, and the bytes between would read as NUL.
+    const auto mode = QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
+    if (const auto failure = openRegularFile(m_file, path, mode))
+        return failure;
+    std::optional<QString> failure;
+    if (!lockFile(m_file, FileLock::Exclusive))
+        failure = QStringLiteral("Another instance of the program is writing this log");
+    else if (!m_file.resize(0))
+        failure = m_file.errorString();
+    if (failure) {
+        m_file.close();
+        return failure;
+    }
     m_hadName = hasName(m_file);
     m_deleted = false;
     return std::nullopt;

@@ -87,4 +87,16 @@ std::optional<QString> openRegularFile(QFile &file, const QString &path, QIODevi
 
 #endif
 
+std::optional<QString> writeAll(QFileDevice &file, QByteArrayView bytes)
+{
+    // The write that fills the disk returns a smaller count; the next one fails with the reason.
+    while (!bytes.isEmpty()) {
+        const qint64 count = file.write(bytes.data(), bytes.size());
+        if (count <= 0)
+            return file.errorString();
+        bytes = bytes.sliced(count);
+    }
+    return std::nullopt;
+}
+
 } // namespace vantrel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QByteArrayView>
 #include <QFile>
 #include <QString>
 
@@ -17,5 +18,9 @@ namespace vantrel {
 /// may be one of pathFromBytes(); QFile::fileName() of the file stays empty.
 [[nodiscard]] std::optional<QString>
 openRegularFile(QFile &file, const QString &path, QIODevice::OpenMode mode, int newFileMode = 0666);
+
+/// Writes all bytes to a file that was opened with QIODevice::Unbuffered; returns nothing when that
+/// was possible, otherwise the reason in the system's words.
+[[nodiscard]] std::optional<QString> writeAll(QFileDevice &file, QByteArrayView bytes);
 
 } // namespace vantrel

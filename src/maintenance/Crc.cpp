@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/Crc.h"
 
+#include "link/FilePath.h"
+
 #include <QDir>
 #include <QLibrary>
 
@@ -38,7 +40,7 @@ quint32 Crc::update(quint32 initial, QByteArrayView bytes) const
 QString Crc::origin() const
 {
     return m_libraryPath.isEmpty() ? QStringLiteral("CRC-32 (built in)")
-                                   : QStringLiteral("CRC by %1").arg(m_libraryPath);
+                                   : QStringLiteral("CRC by ") + shownPath(m_libraryPath);
 }
 
 } // namespace vantrel

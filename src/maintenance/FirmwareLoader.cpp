@@ -54,6 +54,8 @@ void FirmwareLoader::opened()
     showNoImage();
     m_controls.lblCRC.setText({});
     m_controls.lblCRC.setToolTip(m_crc->origin());
+    m_controls.CrcSource.setText(m_crc->origin());
+    m_controls.CrcSource.setToolTip(m_crc->origin());
     m_controls.btProgram.setEnabled(false);
     m_controls.btCancel.setEnabled(true);
     m_controls.BlockProgress.setVisible(false);

@@ -34,6 +34,7 @@ struct FirmwareControls
     Control tbFWFile{all, "tbFWFile"};
     Control lblCRC{all, "lblCRC"};
     Control lblStatus{all, "lblStatus"};
+    Control CrcSource{all, "CrcSource"}; ///< what computes the check value
     Control btProgram{all, "btProgram"};
     Control btCancel{all, "btCancel"};
     Control BlockProgress{all, "BlockProgress"}; ///< blocks sent, while a download runs

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FtdiBackup.h"
 
-#include "link/Files.h"
+#include "link/DurableFile.h"
+#include "link/RuntimeError.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -21,15 +22,14 @@ bool isTaken(const QString &path)
 
 QString saveEepromBackup(const QString &folder, const QDateTime &now, QByteArrayView image)
 {
-    const QDir directory(folder);
-    directory.mkpath(QStringLiteral(".")); // what went wrong, the write says
-    const QString stem = directory.filePath(QStringLiteral("ftdi-eeprom-") +
-                                            now.toString(QStringLiteral("yyyyMMdd-HHmmss")));
+    if (const auto failure = makePrivateDirectory(folder))
+        throw RuntimeError::file(*failure, folder);
+    const QString stem = QDir(folder).filePath(QStringLiteral("ftdi-eeprom-") +
+                                               now.toString(QStringLiteral("yyyyMMdd-HHmmss")));
     const QString suffix = QStringLiteral(".bin");
     QString path = stem + suffix;
-    for (int copy = 2; isTaken(path); ++copy)
+    for (int copy = 2; isTaken(path) || !createFile(path, image, FileAccess::OwnerOnly); ++copy)
         path = stem + QLatin1Char('-') + QString::number(copy) + suffix;
-    writeAtStart(path, image);
     return path;
 }
 

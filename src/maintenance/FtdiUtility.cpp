@@ -3,6 +3,8 @@
 
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
+#include "link/FilePath.h"
+#include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/Words.h"
 #include "link/publicvars.h"
@@ -169,7 +171,14 @@ QCoro::Task<> FtdiUtility::program()
     std::optional<LinkLease> lease = co_await acquire(LongExchange::FtdiProgram);
     if (!lease)
         co_return;
-    saveBackup();
+    if (const auto failure = saveBackup()) {
+        lease->release();
+        if (!co_await mayProgramWithoutBackup(*failure))
+            co_return;
+        lease = co_await acquire(LongExchange::FtdiProgram);
+        if (!lease)
+            co_return;
+    }
     m_image = *image;
     const QList<FtdiStep> steps = ftdiProgramSteps(m_image);
     const QString progress = QStringLiteral("%v of %m words written");
@@ -423,12 +432,34 @@ FtdiEeprom FtdiUtility::editedFields() const
     return image;
 }
 
-void FtdiUtility::saveBackup()
+/// Returns why the backup failed, if it did.
+std::optional<QString> FtdiUtility::saveBackup()
 {
     if (!m_asRead)
-        return;
-    const QString path = saveEepromBackup(m_backupFolder, m_now(), m_asRead->bytes());
-    ShowStatusLine(m_session, QStringLiteral("EEPROM as read saved in ") + path);
+        return std::nullopt;
+    try {
+        const QString path = saveEepromBackup(m_backupFolder, m_now(), m_asRead->bytes());
+        ShowStatusLine(m_session, QStringLiteral("EEPROM as read saved in ") + shownPath(path));
+        return std::nullopt;
+    } catch (const RuntimeError &error) {
+        return error.shortName();
+    }
+}
+
+/// False also when, after Yes, the connection or the window is no longer the same.
+QCoro::Task<bool> FtdiUtility::mayProgramWithoutBackup(QString failure)
+{
+    const CancelToken token(m_session, m_opening);
+    const QString question = QStringLiteral("The EEPROM as read could not be saved.\r\n%1\r\n\r\n"
+                                            "Program without a backup?")
+                                 .arg(failure);
+    const Message message{question, boxTitle(), Message::Buttons::YesNo, true};
+    const Answer answer = co_await m_dialogs.messageBox(message);
+    if (answer != Answer::Yes || m_running || !token.isWindowOpen())
+        co_return false;
+    if (!token.isLinkKept())
+        co_await tell(QStringLiteral("The connection has ended. Nothing was sent."));
+    co_return token.isActive();
 }
 
 quint8 FtdiUtility::deviceAddress() const

@@ -74,7 +74,8 @@ public:
     void closed();
 
     void readClicked();
-    /// Saves the image as it was read, if all of it was, before anything is sent.
+    /// Saves the image as it was read, if all of it was, before anything is sent. When that fails,
+    /// asks whether to program without a backup.
     void programClicked();
     /// Compares the device with what Program would write. Neither changes.
     void verifyClicked();
@@ -140,7 +141,8 @@ private:
     QCoro::Task<bool> mayChangeLayout(FtdiEeprom image);
     QCoro::Task<bool> mayProgramAnotherDevice();
     FtdiEeprom editedFields() const;
-    void saveBackup();
+    std::optional<QString> saveBackup();
+    QCoro::Task<bool> mayProgramWithoutBackup(QString failure);
     /// Why the text cannot be stored; empty when it can.
     static QString textRefusal(const QString &text);
 

@@ -155,8 +155,10 @@ QCoro::Task<> DescriptorViewer::save()
         co_return;
     try {
         writeAtStart(path, m_controls.DescInfo.text().toLatin1());
-    } catch (const RuntimeError &) {
-        co_return; // a save that fails is not told
+    } catch (const RuntimeError &error) {
+        // This handler shows no box.
+        ShowStatusLine(m_session,
+                       QStringLiteral("The descriptors were not saved: ") + error.shortName());
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/DialogBoxes.h"
 
+#include "link/DurableFile.h"
 #include "link/OneShot.h"
 #include "windows/FileDialog.h"
 #include "windows/MessageBox.h"
@@ -99,7 +100,7 @@ QString DialogBoxes::directoryFor(const FileChoice &choice) const
         return {};
     if (!m_lastDirectory.isEmpty() && QDir(m_lastDirectory).exists())
         return m_lastDirectory;
-    if (choice.inDataDirectory && QDir().mkpath(m_start.data))
+    if (choice.inDataDirectory && !makePrivateDirectory(m_start.data))
         return m_start.data;
     return m_start.general;
 }

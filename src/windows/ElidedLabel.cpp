@@ -16,8 +16,12 @@ QSize ElidedLabel::minimumSizeHint() const
     return {0, QLabel::minimumSizeHint().height()};
 }
 
-void ElidedLabel::paintEvent(QPaintEvent * /*event*/)
+void ElidedLabel::paintEvent(QPaintEvent *event)
 {
+    if (hasSelectedText()) { // positions in the whole text
+        QLabel::paintEvent(event);
+        return;
+    }
     QPainter painter(this);
     drawFrame(&painter);
     const QRect room = contentsRect();

@@ -6,6 +6,7 @@
 namespace vantrel {
 
 /// A label of one line of plain text that takes what room it gets and cuts its text in the middle.
+/// While text is selected, the label shows the start of the whole text.
 class ElidedLabel : public QLabel
 {
     Q_OBJECT

@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QSocketNotifier>
 
+#include <cstdio>
 #include <iostream>
 #include <string>
 
@@ -62,12 +63,12 @@ QString box()
     return box ? box->windowTitle() + QStringLiteral(": ") + box->text() : QStringLiteral("none");
 }
 
-QString closeBox()
+QString closeBox(QMessageBox::StandardButton button)
 {
     auto *const box = openDialog<QMessageBox>("MessageBox");
     if (!box)
         return QStringLiteral("none");
-    box->button(QMessageBox::Ok)->click();
+    box->button(button)->click();
     return QStringLiteral("closed");
 }
 
@@ -122,7 +123,9 @@ QString obey(const QString &line)
     if (command == QLatin1String("box"))
         return box();
     if (command == QLatin1String("ok"))
-        return closeBox();
+        return closeBox(QMessageBox::Ok);
+    if (command == QLatin1String("yes"))
+        return closeBox(QMessageBox::Yes);
     if (command == QLatin1String("add"))
         return addName(argument);
     if (command == QLatin1String("press"))
@@ -148,6 +151,8 @@ QString obey(const QString &line)
 int main(int argc, char **argv)
 {
     return runProgram(argc, argv, [] {
+        // Lines that wait in a buffer of this process would not activate the notifier.
+        std::setvbuf(stdin, nullptr, _IONBF, 0);
         const auto *const input = new QSocketNotifier(0, QSocketNotifier::Read, qApp);
         QObject::connect(input, &QSocketNotifier::activated, [] {
             std::string line;

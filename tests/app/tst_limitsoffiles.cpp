@@ -222,8 +222,7 @@ void tst_limitsoffiles::unreadableNames_data()
     QTest::addColumn<QString>("target");
     QTest::addColumn<QString>("reason");
 
-    QTest::newRow("a directory") << QStringLiteral("/")
-                                 << QStringLiteral("file to open is a directory");
+    QTest::newRow("a directory") << QStringLiteral("/") << QStringLiteral("Not a regular file");
     QTest::newRow("it opens, but cannot be read")
         << QStringLiteral("/proc/self/mem") << QStringLiteral("Input/output error");
     if (::geteuid() != 0) // root reads everything

@@ -107,10 +107,6 @@ private slots:
     void formatsOfTheLocale();
     void cannotOpen_data();
     void cannotOpen();
-    void fullDiskAtTheTick();
-    void fullDiskInAFlood();
-    void fullDiskAtTheClose();
-    void fullDiskAtExit();
 };
 
 void TestSessionLog::openedAndClosed()
@@ -388,7 +384,9 @@ void TestSessionLog::cannotOpen_data()
 
     QTest::newRow("no such directory") << QStringLiteral("/no/such/directory/a.log")
                                        << QStringLiteral("No such file or directory");
-    QTest::newRow("a directory") << QStringLiteral("/tmp") << QStringLiteral("Is a directory");
+    QTest::newRow("a directory") << QStringLiteral("/tmp") << QStringLiteral("Not a regular file");
+    QTest::newRow("a device") << QStringLiteral("/dev/full")
+                              << QStringLiteral("Not a regular file");
     if (::geteuid() != 0)
         QTest::newRow("not allowed")
             << QStringLiteral("/root.log") << QStringLiteral("Permission denied");
@@ -412,68 +410,6 @@ void TestSessionLog::cannotOpen()
     bench.fileNew(bench.path); // another choice
     QCOMPARE(bench.session.Logging, true);
     QCOMPARE(bench.main.LogInfo.text(), QLatin1String("Logging: session.log"));
-}
-
-namespace {
-
-void compareFullDiskTold(const LoggingConsole &bench)
-{
-    QCOMPARE(bench.dialogs.messages.size(), 1);
-    QCOMPARE(bench.dialogs.messages[0].text, QLatin1String("No space left on device: /dev/full"));
-    QCOMPARE(bench.dialogs.messages[0].title, QLatin1String("Vantrel - Error"));
-    bench.compareClosed();
-}
-
-} // namespace
-
-void TestSessionLog::fullDiskAtTheTick()
-{
-    LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
-    ShowResponseLine(bench.session, "lost");
-    bench.tick();
-    compareFullDiskTold(bench);
-
-    const qint32 bytes = bench.session.LogBytes;
-    for (int ticks = 0; ticks < 20; ++ticks) {
-        ShowResponseLine(bench.session, "after");
-        bench.tick();
-    }
-    compareFullDiskTold(bench);
-    QCOMPARE(bench.session.LogBytes, bytes);
-    QVERIFY(bench.main.RespWin.text().endsWith(QLatin1String("after\r\n")));
-
-    bench.fileNew(bench.path);
-    ShowResponseLine(bench.session, "kept");
-    bench.tick();
-    QVERIFY(contentsOf(bench.path).endsWith("%%%%%\r\n\r\nkept\r\n"));
-}
-
-void TestSessionLog::fullDiskInAFlood()
-{
-    LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
-    for (int lines = 0; lines < 100; ++lines)
-        ShowResponseLine(bench.session, std::string(10'000, 'x')); // all within one tick
-    compareFullDiskTold(bench);
-    bench.tick(10);
-    compareFullDiskTold(bench);
-}
-
-void TestSessionLog::fullDiskAtTheClose()
-{
-    LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
-    bench.console.fileCloseClicked();
-    compareFullDiskTold(bench);
-}
-
-void TestSessionLog::fullDiskAtExit()
-{
-    LoggingConsole bench;
-    bench.fileNew(QStringLiteral("/dev/full"));
-    bench.console.exitClicked();
-    compareFullDiskTold(bench);
 }
 
 VANTREL_TEST(TestSessionLog)

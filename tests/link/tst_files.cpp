@@ -24,8 +24,7 @@ private slots:
     void missingFileIsNamed();
     void missingDirectoryIsNamed();
     void fullDiskIsTold();
-    void replacesWhole();
-    void replacesNothingOnAFullDisk();
+    void removesWhatItCreated();
     void installed();
     void words_data();
     void words();
@@ -69,30 +68,18 @@ void TestFiles::fullDiskIsTold()
              QStringLiteral("File too large: ") + path("full"));
 }
 
-void TestFiles::replacesWhole()
+void TestFiles::removesWhatItCreated()
 {
-    replaceFile(path("whole"), "0102030405"_hex);
-    QCOMPARE(readWholeFile(path("whole")), "0102030405"_hex);
-    replaceFile(path("whole"), "0d0a"_hex);
-    QCOMPARE(readWholeFile(path("whole")), "0d0a"_hex);
-    replaceFile(path("whole"), {});
-    QCOMPARE(readWholeFile(path("whole")), QByteArray());
-    QCOMPARE(thrownBy([&] { replaceFile(path("no/where"), "00"_hex); }),
-             QStringLiteral("No such file or directory: ") + path("no/where"));
-}
-
-void TestFiles::replacesNothingOnAFullDisk()
-{
-    const QTemporaryDir directory;
-    const QString kept = directory.filePath(QStringLiteral("kept"));
-    replaceFile(kept, "before");
-    for (const qsizetype size : {101, 100'000}) {
-        const FileSizeLimit full(100);
-        QCOMPARE(thrownBy([&] { replaceFile(kept, QByteArray(size, 'x')); }),
-                 QStringLiteral("File too large: ") + kept);
+    const FileSizeLimit full(1);
+    for (const qsizetype size : {2, 100'000}) {
+        QCOMPARE(thrownBy([&] { writeAtStart(path("new"), QByteArray(size, 'x')); }),
+                 QStringLiteral("File too large: ") + path("new"));
+        QVERIFY(!QFile::exists(path("new")));
     }
-    QCOMPARE(readWholeFile(kept), QByteArray("before"));
-    QCOMPARE(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    writeAtStart(path("old"), "1");
+    QCOMPARE(thrownBy([&] { writeAtStart(path("old"), "23"); }),
+             QStringLiteral("File too large: ") + path("old"));
+    QCOMPARE(readWholeFile(path("old")), QByteArray("2"));
 }
 
 void TestFiles::installed()

@@ -8,6 +8,9 @@
 
 #ifdef Q_OS_UNIX
 #include "support/FileSizeLimit.h"
+#include "support/ForkedProcess.h"
+
+#include <sys/stat.h>
 #endif
 
 using namespace vantrel;
@@ -47,6 +50,9 @@ private slots:
     void keepsWhatWasWritten();
     void deletedFile_data();
     void deletedFile();
+    void oneWriterAtATime();
+    void everyWriterKeepsItsOwnLog();
+    void truncatedByAnotherProgram();
 #endif
 
 private:
@@ -130,7 +136,14 @@ void TestLogFile::cannotOpen_data()
 
     QTest::newRow("no directory") << m_directory.filePath(QStringLiteral("none/session.log"))
                                   << QStringLiteral("No such file or directory");
-    QTest::newRow("a directory") << m_directory.path() << QStringLiteral("Is a directory");
+    QTest::newRow("a directory") << m_directory.path() << QStringLiteral("Not a regular file");
+#ifdef Q_OS_UNIX
+    const QString fifo = m_directory.filePath(QStringLiteral("fifo"));
+    QVERIFY(QFile::exists(fifo) || ::mkfifo(qPrintable(fifo), 0600) == 0);
+    QTest::newRow("a FIFO") << fifo << QStringLiteral("Not a regular file");
+    QTest::newRow("a device") << QStringLiteral("/dev/full")
+                              << QStringLiteral("Not a regular file");
+#endif
 }
 
 void TestLogFile::cannotOpen()
@@ -167,25 +180,28 @@ void TestLogFile::nothingLostWithoutClose()
 void TestLogFile::diskFullAtFlush()
 {
     LogFile log;
-    QVERIFY(!log.open(QStringLiteral("/dev/full")));
+    QVERIFY(!log.open(m_path));
+    const FileSizeLimit full(0);
     log.write("lost");
     QVERIFY(!log.flush());
-    QCOMPARE(log.error(), QLatin1String("No space left on device"));
+    QCOMPARE(log.error(), QLatin1String("File too large"));
 }
 
 void TestLogFile::diskFullAtClose()
 {
     LogFile log;
-    QVERIFY(!log.open(QStringLiteral("/dev/full")));
+    QVERIFY(!log.open(m_path));
+    const FileSizeLimit full(0);
     log.write("lost");
     QVERIFY(!log.close());
-    QCOMPARE(log.error(), QLatin1String("No space left on device"));
+    QCOMPARE(log.error(), QLatin1String("File too large"));
 }
 
 void TestLogFile::diskFullInMidText()
 {
     LogFile log;
-    QVERIFY(!log.open(QStringLiteral("/dev/full")));
+    QVERIFY(!log.open(m_path));
+    const FileSizeLimit full(0);
     bool allTaken = true;
     for (int line = 0; line < 100'000; ++line)
         allTaken = log.write("a line of the session\r\n") && allTaken;
@@ -234,6 +250,83 @@ void TestLogFile::deletedFile()
     QVERIFY(log.write("three"));
     QVERIFY(log.close());
     QCOMPARE(contentsOf(m_path), QByteArray("three"));
+}
+
+void TestLogFile::oneWriterAtATime()
+{
+    const auto refusal =
+        std::optional(QStringLiteral("Another instance of the program is writing this log"));
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QVERIFY(log.write("one"));
+    QVERIFY(log.flush());
+    ForkedProcess other([this, &refusal] { return LogFile().open(m_path) == refusal; });
+    QVERIFY(other.succeeded());
+    QCOMPARE(contentsOf(m_path), QByteArray("one")); // not truncated by the other
+    QVERIFY(log.write("two"));
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray("onetwo"));
+
+    ForkedProcess next([this] { return !LogFile().open(m_path); });
+    QVERIFY(next.succeeded());
+    QCOMPARE(contentsOf(m_path), QByteArray());
+}
+
+/// Several processes that write a log each, all of the same name: one has the file, and everything
+/// that it wrote is in there.
+void TestLogFile::everyWriterKeepsItsOwnLog()
+{
+    constexpr int Lines = 2000;
+    StartSignal start;
+    StartSignal end;
+    int attempts[2] = {};
+    QCOMPARE(::pipe(attempts), 0);
+    std::vector<std::unique_ptr<ForkedProcess>> writers;
+    for (char mark = 'a'; mark < 'e'; ++mark) {
+        writers.push_back(std::make_unique<ForkedProcess>([&, mark] {
+            start.wait();
+            LogFile log;
+            const bool opened = !log.open(m_path);
+            static_cast<void>(::write(attempts[1], "", 1));
+            if (!opened)
+                return false;
+            bool complete = true;
+            for (int line = 0; line < Lines; ++line)
+                complete = log.write(std::string(40, mark) + '\n') && log.flush() && complete;
+            end.wait();
+            return log.close() && complete;
+        }));
+    }
+    start.give();
+    char attempt = 1;
+    for (std::size_t i = 0; i < writers.size(); ++i)
+        QCOMPARE(::read(attempts[0], &attempt, 1), ssize_t{1});
+    end.give();
+    QByteArray expected;
+    for (std::size_t i = 0; i < writers.size(); ++i) {
+        if (writers[i]->succeeded())
+            expected += (QByteArray(40, static_cast<char>('a' + i)) + '\n').repeated(Lines);
+    }
+    for (const int descriptor : attempts)
+        ::close(descriptor);
+    QCOMPARE(expected.size(), qsizetype{Lines} * 41); // of one writer
+    QCOMPARE(contentsOf(m_path), expected);
+}
+
+void TestLogFile::truncatedByAnotherProgram()
+{
+    LogFile log;
+    QVERIFY(!log.open(m_path));
+    QVERIFY(log.write("a long text that is cut off"));
+    QVERIFY(log.flush());
+    QCOMPARE(::truncate(qPrintable(m_path), 0), 0);
+    QVERIFY(log.write("after"));
+    QVERIFY(log.flush());
+    QCOMPARE(contentsOf(m_path), QByteArray("after"));
+    QCOMPARE(::truncate(qPrintable(m_path), 2), 0);
+    QVERIFY(log.write("wards"));
+    QVERIFY(log.close());
+    QCOMPARE(contentsOf(m_path), QByteArray("afwards"));
 }
 #endif
 

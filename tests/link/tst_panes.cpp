@@ -2,6 +2,7 @@
 #include "link/BoundedText.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
+#include "support/FileSizeLimit.h"
 #include "support/TestProgram.h"
 
 #include <QFile>
@@ -11,6 +12,7 @@
 #include <QTest>
 
 using namespace vantrel;
+using namespace vantrel::test;
 
 namespace {
 
@@ -249,7 +251,9 @@ void TestPanes::responseLineKeepsBytes()
 void TestPanes::failedLogIsTold()
 {
     Session session;
-    QVERIFY(!session.log.open(QStringLiteral("/dev/full")));
+    const QTemporaryDir directory;
+    QVERIFY(!session.log.open(directory.filePath(QStringLiteral("a.log"))));
+    const FileSizeLimit full(0);
     session.Logging = true;
     QStringList reasons;
     session.logFailed = [&](const QString &reason) {
@@ -260,7 +264,7 @@ void TestPanes::failedLogIsTold()
     ShowResponseLine(session, std::string(1'000'000, 'x')); // more than is ever gathered
     ShowResponseLine(session, "after");
 
-    QCOMPARE(reasons, QStringList{QStringLiteral("No space left on device")});
+    QCOMPARE(reasons, QStringList{QStringLiteral("File too large")});
     QVERIFY(session.RespText.text().endsWith("xx\r\nafter\r\n"));
     QCOMPARE(session.LogBytes, 1'000'002);
 }
@@ -268,7 +272,9 @@ void TestPanes::failedLogIsTold()
 void TestPanes::failedLogWithoutListener()
 {
     Session session;
-    QVERIFY(!session.log.open(QStringLiteral("/dev/full")));
+    const QTemporaryDir directory;
+    QVERIFY(!session.log.open(directory.filePath(QStringLiteral("a.log"))));
+    const FileSizeLimit full(0);
     session.Logging = true;
 
     ShowResponseLine(session, std::string(1'000'000, 'x'));

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "maintenance/FtdiBench.h"
+#include "support/FileSizeLimit.h"
+#include "support/SyncRecorder.h"
 #include "support/TestProgram.h"
 
 #include <QFile>
@@ -25,8 +27,14 @@ private slots:
     void noBackup();
     void noBackupOfAnEarlierWindow();
     void danglingLinkIsTaken();
+    void onTheDiskBeforeTheDeviceIsErased();
+    void permissions();
     void backupFails_data();
     void backupFails();
+    void programsWithoutABackup();
+    void linkIsFreeDuringTheQuestion();
+    void connectionEndsDuringTheQuestion();
+    void windowClosesDuringTheQuestion();
     void verifyAgrees();
     void verifyDiffers_data();
     void verifyDiffers();
@@ -146,29 +154,165 @@ void TestFtdiBackup::danglingLinkIsTaken()
     QVERIFY(!QFile::exists(target));
 }
 
+/// The folder, the file and its name are on the disk before the first request is sent.
+void TestFtdiBackup::onTheDiskBeforeTheDeviceIsErased()
+{
+    FtdiBench bench;
+    bench.readAll(realEeprom());
+    bench.keepLayout();
+    SyncRecorder syncs;
+    QStringList events;
+    bench.serial->onWrite = [&](const QByteArray &packet) {
+        events = syncs.events << QString::fromLatin1(unframed(packet).left(4).toHex());
+    };
+    bench.ftdi.programClicked();
+    QCOMPARE(events.join(QLatin1Char(' ')),
+             QStringLiteral("directory directory file directory 01024092")); // two folders are made
+}
+
+void TestFtdiBackup::permissions()
+{
+    FtdiBench bench;
+    bench.readAll(realEeprom());
+    bench.keepLayout();
+    bench.ftdi.programClicked();
+    struct stat status = {};
+    QCOMPARE(::stat(qPrintable(bench.backupFolder), &status), 0);
+    QCOMPARE(status.st_mode & 0777U, 0700U);
+    QCOMPARE(::stat(qPrintable(bench.backupFolder + QLatin1Char('/') + NameOfBackup), &status), 0);
+    QCOMPARE(status.st_mode & 0777U, 0600U);
+}
+
+namespace {
+
+/// A device that was read, and a place where no backup can be written.
+struct FailingBackupBench : FtdiBench
+{
+    explicit FailingBackupBench(const QString &cause)
+    {
+        readAll(realEeprom());
+        keepLayout();
+        if (cause == QLatin1String("full disk")) {
+            full.emplace(100);
+            failure =
+                QStringLiteral("File too large: ") + backupFolder + QLatin1Char('/') + NameOfBackup;
+        } else if (cause == QLatin1String("full disk from the start")) {
+            full.emplace(0);
+            failure =
+                QStringLiteral("File too large: ") + backupFolder + QLatin1Char('/') + NameOfBackup;
+        } else if (cause == QLatin1String("disk error")) {
+            syncs.failing = QStringLiteral("file");
+            failure = QStringLiteral("Input/output error: ") + backupFolder + QLatin1Char('/') +
+                      NameOfBackup;
+        } else {
+            const QString inTheWay = directory.filePath(cause);
+            if (!QDir().mkpath(QFileInfo(inTheWay).path()) ||
+                !QFile(inTheWay).open(QIODevice::WriteOnly))
+                qFatal("no file");
+            failure = QStringLiteral("Not a directory: ") + backupFolder;
+        }
+    }
+
+    /// The question was asked once, and no file is left.
+    void compareAsked()
+    {
+        QCOMPARE(dialogs.messages.size(), 1);
+        QCOMPARE(dialogs.messages[0].title, Title);
+        QCOMPARE(dialogs.messages[0].text,
+                 QStringLiteral("The EEPROM as read could not be saved.\r\n%1\r\n\r\n"
+                                "Program without a backup?")
+                     .arg(failure));
+        QCOMPARE(dialogs.messages[0].buttons, Message::Buttons::YesNo);
+        QVERIFY(dialogs.messages[0].noIsDefault);
+        const QDir folder(backupFolder);
+        QCOMPARE(folder.entryList(QDir::Files | QDir::Hidden), QStringList());
+        QVERIFY(!main.CmdWin.text().contains(QLatin1String("EEPROM as read saved in")));
+    }
+
+    QString failure; ///< as the question names it
+    std::optional<FileSizeLimit> full;
+    SyncRecorder syncs;
+};
+
+} // namespace
+
 void TestFtdiBackup::backupFails_data()
 {
-    QTest::addColumn<QString>("file"); // where a folder should be
+    QTest::addColumn<QString>("cause"); // or the path of a file where a folder should be
 
-    QTest::newRow("the folder is a file") << "data/backups";
-    QTest::newRow("the folder above it is a file") << "data";
+    QTest::newRow("the folder is a file") << QStringLiteral("data/backups");
+    QTest::newRow("the folder above it is a file") << QStringLiteral("data");
+    for (const char *cause : {"full disk", "full disk from the start", "disk error"})
+        QTest::newRow(cause) << QString::fromLatin1(cause);
 }
 
 void TestFtdiBackup::backupFails()
 {
-    QFETCH(QString, file);
-    FtdiBench bench;
-    bench.readAll(realEeprom());
-    bench.keepLayout();
-    const QString inTheWay = bench.directory.filePath(file);
-    QVERIFY(QDir().mkpath(QFileInfo(inTheWay).path()));
-    QVERIFY(QFile(inTheWay).open(QIODevice::WriteOnly));
+    QFETCH(QString, cause);
+    FailingBackupBench bench(cause);
+    bench.dialogs.answers = {Answer::No};
     bench.ftdi.programClicked();
-    const QString path = bench.backupFolder + QLatin1Char('/') + NameOfBackup;
-    const QString error = bench.onlyError();
-    QVERIFY2(error.endsWith(QLatin1String(": ") + path), qPrintable(error));
+    bench.compareAsked();
     QVERIFY(bench.untouched());
+    QVERIFY(!bench.session.leases.current());
     QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
+}
+
+void TestFtdiBackup::programsWithoutABackup()
+{
+    FailingBackupBench bench(QStringLiteral("full disk"));
+    bench.serve();
+    bench.controls.tbProduct.adoptText(QStringLiteral("Other"));
+    bench.dialogs.answers = {Answer::Yes};
+    bench.ftdi.programClicked();
+    bench.compareAsked();
+    QCOMPARE(bench.device, bench.ftdi.image().bytes());
+    QVERIFY(bench.device != realEeprom());
+    QVERIFY(!bench.session.leases.current());
+}
+
+/// The question does not keep other windows from the link.
+void TestFtdiBackup::linkIsFreeDuringTheQuestion()
+{
+    FailingBackupBench bench(QStringLiteral("full disk"));
+    bench.dialogs.holdAnswers = true;
+    bench.ftdi.programClicked();
+    bench.compareAsked();
+    std::optional<LinkLease> other = bench.session.leases.acquire(LongExchange::ScriptDownload);
+    QVERIFY(other);
+    bench.dialogs.holdAnswers = false;
+    bench.dialogs.answerHeld(Answer::Yes);
+    QCOMPARE(bench.dialogs.messages.size(), 2); // the refusal, which names the download
+    QCOMPARE(bench.dialogs.messages[1].text, refusalBox(LongExchange::ScriptDownload).text);
+    QVERIFY(bench.untouched());
+}
+
+void TestFtdiBackup::connectionEndsDuringTheQuestion()
+{
+    FailingBackupBench bench(QStringLiteral("full disk"));
+    bench.dialogs.holdAnswers = true;
+    bench.ftdi.programClicked();
+    bench.console.connectClicked(); // disconnects
+    bench.console.connectClicked();
+    bench.serial->takeWritten();
+    bench.dialogs.holdAnswers = false;
+    bench.dialogs.answerHeld(Answer::Yes);
+    QCOMPARE(bench.dialogs.messages.size(), 2);
+    QCOMPARE(bench.dialogs.messages[1].text,
+             QStringLiteral("The connection has ended. Nothing was sent."));
+    QCOMPARE(bench.dialogs.messages[1].title, FtdiBench::Title);
+    QVERIFY(bench.sentRequests().isEmpty());
+}
+
+void TestFtdiBackup::windowClosesDuringTheQuestion()
+{
+    FailingBackupBench bench(QStringLiteral("full disk"));
+    bench.dialogs.holdAnswers = true;
+    bench.ftdi.programClicked();
+    bench.ftdi.closed();
+    bench.dialogs.answerHeld(Answer::Yes);
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QVERIFY(bench.untouched());
 }
 
 void TestFtdiBackup::verifyAgrees()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/FileSizeLimit.h"
 #include "support/TestProgram.h"
 #include "tools/ViewerBench.h"
 
@@ -62,6 +63,7 @@ private slots:
     void takesTheTextOfTheAnswer();
     void failures_data();
     void failures();
+    void fullDisk();
 };
 
 void tst_descriptorsave::enabledByTheFirstRetrieval()
@@ -133,22 +135,40 @@ void tst_descriptorsave::takesTheTextOfTheAnswer()
 void tst_descriptorsave::failures_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("device") << QStringLiteral("/dev/full");
-    QTest::newRow("directory") << QDir::tempPath();
-    QTest::newRow("missing directory") << QStringLiteral("/nowhere/report.txt");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("device") << QStringLiteral("/dev/full") << QStringLiteral("Not a regular file");
+    QTest::newRow("directory") << QDir::tempPath() << QStringLiteral("Not a regular file");
+    QTest::newRow("missing directory")
+        << QStringLiteral("/nowhere/report.txt") << QStringLiteral("No such file or directory");
 }
 
 void tst_descriptorsave::failures()
 {
     QFETCH(QString, path);
+    QFETCH(QString, reason);
     SaveBench bench;
     bench.dialogs.paths = {path};
     bench.viewer.saveClicked();
     QCOMPARE(bench.dialogs.choices.size(), 1);
     QVERIFY(bench.dialogs.messages.isEmpty());
+    QVERIFY(bench.main.CmdWin.text().endsWith(
+        QStringLiteral("\r\nThe descriptors were not saved: %1: %2").arg(reason, path)));
     QCOMPARE(bench.report().toLatin1(), Report);
     QVERIFY(bench.controls.Save.isEnabled());
+    const QString before = bench.main.CmdWin.text();
     QCOMPARE(bench.saved(bench.create("report.txt", {})), Report); // the next one succeeds
+    QCOMPARE(bench.main.CmdWin.text(), before);
+}
+
+void tst_descriptorsave::fullDisk()
+{
+    SaveBench bench;
+    const QString path = bench.create("report.txt", "old");
+    const FileSizeLimit full(10);
+    QCOMPARE(bench.saved(path), Report.first(10)); // in place
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QVERIFY(bench.main.CmdWin.text().endsWith(
+        QStringLiteral("\r\nThe descriptors were not saved: File too large: ") + path));
 }
 
 VANTREL_TEST(tst_descriptorsave)

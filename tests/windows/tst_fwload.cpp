@@ -6,6 +6,7 @@
 #include "windows/Binder.h"
 #include "windows/DialogBench.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
@@ -69,6 +70,7 @@ private slots:
     void controls();
     void everyValueHasItsFace();
     void opening();
+    void checkValueLibrary();
     void titles();
     void choosing();
     void cancelButton();
@@ -98,6 +100,7 @@ void TestFWLoad::controls_data()
     row("tbFWFile", "QLineEdit", "<Select Firmware File>");
     row("lblCRC", "QLabel", "", "CRC-32 (built in)");
     row("lblStatus", "QLabel", "");
+    row("CrcSource", "QLabel", "CRC-32 (built in)", "CRC-32 (built in)");
     row("btProgram", "QPushButton", "Program");
     row("btCancel", "QPushButton", "Cancel");
     row("BlockProgress", "QProgressBar", "", "Progress of the firmware download");
@@ -129,6 +132,37 @@ void TestFWLoad::opening()
     QVERIFY(bench.name.isReadOnly());
     QVERIFY(!bench.bar.isVisible());
     QVERIFY(bench.main.Window.isEnabled()); // other windows stay in reach
+}
+
+void TestFWLoad::checkValueLibrary()
+{
+    // A path that is longer than the window is wide
+    QTemporaryDir root;
+    const QString folder = root.filePath(QString(200, QLatin1Char('d')) + QLatin1Char('/') +
+                                         QString(200, QLatin1Char('e')));
+    QVERIFY(QDir().mkpath(folder));
+    const QString library = folder + QStringLiteral("/libcrc.so");
+    QVERIFY(QFile::copy(QStringLiteral(CRC_LIBRARIES "/underscore/libcrc.so"), library));
+
+    FwLoadBench bench;
+    FirmwareLoader loader(bench.session, bench.console.link(), bench.console.commands(),
+                          bench.dialogs, bench.console.errors(), folder);
+    auto *const form = new FWLoad(loader, &bench.window);
+    form->present();
+    waitUntilActive(*form);
+    const auto &label = child<QLabel>(*form, "CrcSource");
+    QVERIFY(label.isVisible()); // before an image is chosen
+    QCOMPARE(label.text(), QStringLiteral("CRC by ") + library);
+    QCOMPARE(label.toolTip(), QStringLiteral("CRC by ") + library);
+    QVERIFY(label.textInteractionFlags().testFlag(Qt::TextSelectableByMouse));
+    QVERIFY(label.width() > 100);
+    QCOMPARE(form->width(), bench.form.width());
+    QCOMPARE(form->minimumSizeHint().width(), bench.form.minimumSizeHint().width());
+
+    QTest::mouseDClick(const_cast<QLabel *>(&label), Qt::LeftButton, {}, QPoint(5, 5));
+    QCOMPARE(label.selectedText(), QStringLiteral("CRC"));
+    bench.window.close(); // and the form, before the loader
+    delete form;
 }
 
 void TestFWLoad::titles()
