@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/DialogBoxes.h"
 
+#include "link/FilePath.h"
 #include "link/OneShot.h"
 #include "windows/FileDialog.h"
 
@@ -99,7 +100,7 @@ QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
     QObject::connect(dialog, &QObject::destroyed, [answer] { answer.resolve({}); });
     openActive(*dialog);
     const QString path = co_await answer;
-    if (!path.isEmpty())
+    if (!path.isEmpty() && isDecoded(path))
         m_lastDirectory = QFileInfo(path).path();
     co_return path;
 }
