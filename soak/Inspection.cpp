@@ -18,6 +18,7 @@
 #include <QWidget>
 
 #include <chrono>
+#include <limits>
 
 namespace vantrel::soak {
 
@@ -234,7 +235,7 @@ void Inspection::checkLog()
 {
     if (!hands::choose(mainWindow(), text("FileClose")))
         throw SoakFailure(text("the log cannot be closed"));
-    const QByteArray file = readWholeFile(logPath());
+    const QByteArray file = readWholeFile(logPath(), std::numeric_limits<qint32>::max());
     const LogContents contents = readLog(file, m_subject.console.session().LogBytes);
     compareWithSent(contents.numbers, m_reports.takeConversations());
     QFile::remove(logPath());

@@ -183,6 +183,9 @@ private slots:
     void fifo();
     void fifoBehindTheDialog_data();
     void fifoBehindTheDialog();
+    void tooLarge_data();
+    void tooLarge();
+    void requestOfAnyLength();
     void oddNames_data();
     void oddNames();
 
@@ -256,6 +259,62 @@ void TestChosenFiles::fifoBehindTheDialog()
     QVERIFY(!bench.session.Logging);
 }
 
+void TestChosenFiles::tooLarge_data()
+{
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<QString>("text"); // the path follows
+    const auto reason = [](qint64 limit) {
+        return QStringLiteral("The file has %1 bytes, at most %2 are read: ")
+            .arg(limit + 1)
+            .arg(limit);
+    };
+    constexpr qint64 ScriptLimit = 2'147'483'647;
+    constexpr qint64 HexLimit = 33'554'432;
+    QTest::newRow("script") << Kinds[0] << ScriptLimit + 1 << reason(ScriptLimit);
+    QTest::newRow("flash script") << Kinds[1] << ScriptLimit + 1 << reason(ScriptLimit);
+    QTest::newRow("EZ-USB firmware") << Kinds[2] << HexLimit + 1 << reason(HexLimit);
+    QTest::newRow("tester firmware") << Kinds[3] << qint64{0x40001} << QString();
+}
+
+/// The files are sparse. Nothing of them is read or sent.
+void TestChosenFiles::tooLarge()
+{
+    QFETCH(const Kind, kind);
+    QFETCH(const qint64, size);
+    QFETCH(const QString, text);
+    ProgramBench bench;
+    const QByteArray name = QByteArray("large") + kind.suffix;
+    bench.create(name, kind.contents);
+    QVERIFY(QFile::resize(QString::fromUtf8(bench.path(name)), size));
+    QWidget &tool = bench.open(kind);
+    FileDialog &dialog = bench.choose(kind, tool);
+    bench.tester->clearCommandsSeen();
+    ProgramBench::enter(dialog, QString::fromLatin1(name));
+    QTRY_VERIFY(ProgramBench::box());
+    QCOMPARE(ProgramBench::box()->text(),
+             text.isEmpty() ? QStringLiteral("Selected File is Not a Firmware Image")
+                            : text + QString::fromUtf8(bench.path(name)));
+    QVERIFY(!bench.tester->commandsSeen().contains("0c"_hex)); // the start of a download
+    QVERIFY(!bench.session.ScriptBusy);
+    QVERIFY(!bench.session.leases.current());
+}
+
+/// Only its first bytes are used, and only these are read.
+void TestChosenFiles::requestOfAnyLength()
+{
+    const Kind &kind = Kinds[4];
+    ProgramBench bench;
+    bench.create("long.dr", kind.contents);
+    QVERIFY(QFile::resize(QString::fromUtf8(bench.path("long.dr")), Q_INT64_C(1'099'511'627'776)));
+    QWidget &tool = bench.open(kind);
+    ProgramBench::enter(bench.choose(kind, tool), QStringLiteral("long.dr"));
+    QTRY_COMPARE(tool.windowTitle(), QStringLiteral("Device Request Builder - long.dr"));
+    QCOMPARE(textOf(tool, "bReq"), QStringLiteral("0x06"));
+    QCOMPARE(child<QLabel>(tool, "dsize").text(), QStringLiteral("0x20"));
+    QVERIFY(!ProgramBench::box());
+}
+
 void TestChosenFiles::oddNames_data()
 {
     QTest::addColumn<Kind>("kind");
@@ -327,8 +386,10 @@ void TestChosenFiles::compareOpened(const Kind &kind, ProgramBench &bench, QWidg
         QCOMPARE(textOf(tool, "tbFWFile"), directory + name);
         QVERIFY(child<QPushButton>(tool, "btProgram").isEnabled());
     } else if (qstrcmp(kind.menuItem, "UtilDR") == 0) {
-        QCOMPARE(tool.windowTitle().replace(QStringLiteral("[*][*]"), QStringLiteral("[*]")),
-                 QStringLiteral("Device Request Builder - ") + name);
+        // In a title, "[*]" is doubled to be shown.
+        QString title = QStringLiteral("Device Request Builder - ") + name;
+        title.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
+        QCOMPARE(tool.windowTitle(), title);
     } else if (qstrcmp(kind.name, "log") == 0) {
         QCOMPARE(child<QLabel>(tool, "LogInfo").text(), QStringLiteral("Logging: ") + name);
         bench.console.fileCloseClicked();
