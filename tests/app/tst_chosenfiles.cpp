@@ -20,6 +20,8 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include <filesystem>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -81,7 +83,12 @@ public:
         if (!connected || !sees("Product ID: 0x0166")) // the last line of the set-up
             qFatal("the console does not connect");
     }
-    ~ProgramBench() { console.shutDown(); } // before the tools go
+    ~ProgramBench()
+    {
+        console.shutDown(); // before the tools go
+        std::error_code failure;
+        std::filesystem::remove_all(directory.path().toStdString(), failure); // also odd names
+    }
     ProgramBench(const ProgramBench &) = delete;
     ProgramBench &operator=(const ProgramBench &) = delete;
 
