@@ -20,6 +20,7 @@
 
 #include <array>
 #include <chrono>
+#include <limits>
 
 namespace vantrel::soak {
 
@@ -279,7 +280,7 @@ void Inspection::checkLog()
 {
     if (!hands::choose(mainWindow(), text("FileClose")))
         throw SoakFailure(text("the log cannot be closed"));
-    const QByteArray file = readWholeFile(logPath());
+    const QByteArray file = readWholeFile(logPath(), std::numeric_limits<qint32>::max());
     const LogContents contents = readLog(file, m_subject.console.session().LogBytes);
     compareWithSent(contents.numbers, m_reports.takeConversations());
     QFile::remove(logPath());

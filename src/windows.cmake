@@ -10,6 +10,8 @@ add_library(vantrel_windows STATIC
   windows/FindBar.ui
   windows/ProgramIcon.cpp
   windows/ToolWindow.cpp
+  windows/TypedPath.cpp
+  windows/UndecodedNames.cpp
   windows/LegiblePane.cpp
   windows/MessageBox.cpp
   windows/ReadOnlyFields.cpp

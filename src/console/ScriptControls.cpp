@@ -2,13 +2,12 @@
 #include "console/ScriptControls.h"
 
 #include "link/Dialogs.h"
+#include "link/FilePath.h"
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
 #include "protocol/VornCommands.h"
 #include "protocol/VornScript.h"
-
-#include <QFileInfo>
 
 #include <optional>
 #include <utility>
@@ -50,7 +49,7 @@ QCoro::Task<> ScriptControls::scriptLoadClicked()
 
 QCoro::Task<> ScriptControls::load(QString path, CancelToken token)
 {
-    m_session.Main.ScriptName.setText(QFileInfo(path).fileName());
+    m_session.Main.ScriptName.setText(shownName(path));
     if (path.isEmpty()) {
         m_session.ScriptError = true;
         co_return;
@@ -62,7 +61,7 @@ QCoro::Task<> ScriptControls::load(QString path, CancelToken token)
     }
     std::optional<LinkLease> lease = m_session.leases.acquire(LongExchange::ScriptDownload);
     if (lease) {
-        co_await m_script.LoadVornScript(path, std::move(*lease));
+        co_await m_script.LoadVornScript(path, std::move(*lease), token);
     } else {
         m_session.ScriptError = true;
         const Message refusal = refusalBox(*m_session.leases.current());

@@ -3,11 +3,10 @@
 
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
+#include "link/FilePath.h"
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 
@@ -83,7 +82,7 @@ void SessionLog::start(const QString &path)
 
     MainControls &main = m_session.Main;
     main.FileNew.setEnabled(false);
-    main.LogInfo.setText(QStringLiteral("Logging: ") + QFileInfo(path).fileName());
+    main.LogInfo.setText(QStringLiteral("Logging: ") + shownName(path));
     main.LogSizeInfo.setText(logSizeText(m_session.LogBytes));
     main.FileClose.setEnabled(true);
     main.LogFrame.setVisible(true);
@@ -134,8 +133,8 @@ void SessionLog::writeFailed(const QString &reason)
 
 void SessionLog::showDeleted()
 {
-    ShowStatusLine(m_session,
-                   QStringLiteral("The log file was deleted, the log is closed: ") + m_path);
+    ShowStatusLine(m_session, QStringLiteral("The log file was deleted, the log is closed: ") +
+                                  shownPath(m_path));
 }
 
 void SessionLog::showClosed()

@@ -58,11 +58,66 @@ QString escapedByte(char16_t byte)
         .replace(QLatin1Char('X'), QLatin1Char('x'));
 }
 
+/// Marks, embeddings, overrides and isolates: the text after them may be shown in another order.
+bool changesDirection(QChar character)
+{
+    const char16_t code = character.unicode();
+    return code == 0x061C || code == 0x200E || code == 0x200F ||
+           (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
 bool isControl(QChar character)
 {
     const QChar::Category category = character.category();
     return category == QChar::Other_Control || category == QChar::Separator_Line ||
-           category == QChar::Separator_Paragraph;
+           category == QChar::Separator_Paragraph || changesDirection(character);
+}
+
+/// What the escape sequence behind a backslash stands for.
+struct Unescaped
+{
+    QChar character;
+    qsizetype length; ///< of the sequence, without the backslash
+};
+
+std::optional<Unescaped> unescapedNumber(QStringView sequence, qsizetype digits)
+{
+    const QStringView number = sequence.sliced(1).first(std::min(digits, sequence.size() - 1));
+    const bool complete = number.size() == digits && std::ranges::all_of(number, [](QChar digit) {
+                              return (digit >= u'0' && digit <= u'9') ||
+                                     (digit >= u'a' && digit <= u'f') ||
+                                     (digit >= u'A' && digit <= u'F');
+                          });
+    bool isNumber = false;
+    const auto code = static_cast<char16_t>(number.toUInt(&isNumber, 16));
+    if (!complete || !isNumber || code == 0)
+        return std::nullopt;
+    const bool isByte = digits == 2 && code >= 0x80;
+    return Unescaped{QChar(static_cast<char16_t>(isByte ? UndecodedBase + code : code)),
+                     digits + 1};
+}
+
+std::optional<Unescaped> unescaped(QStringView sequence)
+{
+    if (sequence.isEmpty())
+        return std::nullopt;
+    switch (sequence.front().unicode()) {
+    case u'n':
+        return Unescaped{u'\n', 1};
+    case u'r':
+        return Unescaped{u'\r', 1};
+    case u't':
+        return Unescaped{u'\t', 1};
+    case u'"':
+    case u'\\':
+        return Unescaped{sequence.front(), 1};
+    case u'x':
+        return unescapedNumber(sequence, 2);
+    case u'u':
+        return unescapedNumber(sequence, 4);
+    default:
+        return std::nullopt;
+    }
 }
 
 } // namespace
@@ -116,6 +171,37 @@ QString shownPath(const QString &path)
             shown += visible;
     }
     return shown;
+}
+
+QString shownName(const QString &path)
+{
+    return shownPath(path.sliced(path.lastIndexOf(QLatin1Char('/')) + 1));
+}
+
+std::optional<QString> pathFromShown(const QString &shown)
+{
+    QString path;
+    for (qsizetype at = 0; at < shown.size(); ++at) {
+        if (shown[at] != QLatin1Char('\\')) {
+            path += shown[at];
+            continue;
+        }
+        const auto sequence = unescaped(QStringView(shown).sliced(at + 1));
+        if (!sequence)
+            return std::nullopt;
+        path += sequence->character;
+        at += sequence->length;
+    }
+    return pathFromBytes(pathBytes(path)); // the bytes of one character may be escaped one by one
+}
+
+bool isDecoded(const QString &path)
+{
+    for (qsizetype at = 0; at < path.size(); ++at) {
+        if (isUndecodedByte(path, at))
+            return false;
+    }
+    return true;
 }
 
 } // namespace vantrel

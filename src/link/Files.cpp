@@ -17,12 +17,20 @@ bool isInstalled(const QString &programDirectory)
     return QFileInfo(programDirectory + QStringLiteral("/../share/vantrel")).isDir();
 }
 
-QByteArray readWholeFile(const QString &path)
+QByteArray readWholeFile(const QString &path, qint64 limit)
+{
+    WholeFile file(path, limit);
+    while (!file.atEnd())
+        file.readSlice();
+    return file.take();
+}
+
+QByteArray readStartOfFile(const QString &path, qsizetype count)
 {
     QFile file;
     if (const auto failure = openRegularFile(file, path, QIODevice::ReadOnly))
         throw RuntimeError::file(*failure, path);
-    QByteArray bytes = file.readAll();
+    QByteArray bytes = file.read(count);
     if (file.error() != QFileDevice::NoError)
         throw RuntimeError::file(file.errorString(), path);
     return bytes;

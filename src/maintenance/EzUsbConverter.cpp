@@ -3,18 +3,17 @@
 
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
-#include "link/Files.h"
+#include "link/FilePath.h"
 #include "link/NumberEntry.h"
 #include "link/RuntimeError.h"
 #include "link/Utils.h"
 #include "link/VornComm.h"
+#include "link/WholeFile.h"
 #include "link/Words.h"
 #include "maintenance/IntelHex.h"
 #include "protocol/SetupPacket.h"
 #include "protocol/VornCommands.h"
 #include "protocol/VornScript.h"
-
-#include <QFileInfo>
 
 #include <optional>
 #include <utility>
@@ -40,7 +39,8 @@ constexpr quint16 Fx2 = 0xE600;
 /// "my.fw.hex" gives "my.vn".
 QString scriptName(const QString &path)
 {
-    return QFileInfo(path).fileName().section(QLatin1Char('.'), 0, 0) + QStringLiteral(".vn");
+    const QString name = path.section(QLatin1Char('/'), -1);
+    return shownPath(name.section(QLatin1Char('.'), 0, 0)) + QStringLiteral(".vn");
 }
 
 } // namespace
@@ -129,9 +129,18 @@ QCoro::Task<> EzUsbConverter::load()
 
 QCoro::Task<> EzUsbConverter::convert(QString path, LinkLease lease)
 {
-    TextLines lines(readWholeFile(path));
-    showFile(path);
     const CancelToken token(m_session, m_opening);
+    WholeFile file(path, FileLimits::IntelHex);
+    const auto onlyRead = [](QByteArrayView /*slice*/) {};
+    const bool read = co_await readInTurns(m_session.waits, file, onlyRead);
+    if (!read || !token.isWindowOpen())
+        co_return;
+    if (!token.isLinkKept()) {
+        ShowStatusLine(m_session, QStringLiteral("The connection has ended: no firmware was sent"));
+        co_return;
+    }
+    TextLines lines(file.take());
+    showFile(path);
     const bool complete = co_await download(lines, lease, token);
     if (!complete)
         co_return;
@@ -177,7 +186,7 @@ QCoro::Task<bool> EzUsbConverter::download(TextLines &lines, LinkLease &lease,
 
 void EzUsbConverter::showFile(const QString &path)
 {
-    m_controls.filename.setText(path);
+    m_controls.filename.setText(shownPath(path));
     m_line = 0;
     m_controls.Loaded.setText(QStringLiteral("0"));
     for (Control *control :

@@ -3,6 +3,8 @@
 
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
+#include "link/FilePath.h"
+#include "link/FileStatus.h"
 #include "link/Files.h"
 #include "link/Utils.h"
 #include "link/VornComm.h"
@@ -13,7 +15,6 @@
 #include "protocol/VornScript.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
 
 #include <utility>
 
@@ -96,13 +97,14 @@ QCoro::Task<> FirmwareLoader::chooseImage()
     if (path.isEmpty() || !token.isWindowOpen())
         co_return;
 
-    if (QFileInfo(path).size() > longestFirmwareImage(m_session.TesterModel)) {
+    const qint64 longest = longestFirmwareImage(m_session.TesterModel);
+    if (fileStatus(path).size > longest) {
         co_await refuseImage();
         co_return;
     }
-    m_image = readWholeFile(path);
+    m_image = readWholeFile(path, longest);
     m_imageTester = currentTester(m_session);
-    m_controls.tbFWFile.setText(path);
+    m_controls.tbFWFile.setText(shownPath(path));
     m_controls.lblStatus.setText(QStringLiteral("Reading Image File"));
     if (hasFirmwareMarker(m_image, m_session.TesterModel)) {
         acceptImage();

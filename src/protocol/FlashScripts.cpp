@@ -3,10 +3,9 @@
 
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
+#include "link/FilePath.h"
 #include "protocol/VornCommands.h"
 #include "protocol/VornScript.h"
-
-#include <QFileInfo>
 
 #include <utility>
 
@@ -159,7 +158,7 @@ QCoro::Task<> FlashScripts::burn()
     if (path.isEmpty() || !token.isWindowOpen())
         co_return; // cancelled: all stays as it is until the next refresh
 
-    m_controls.filename.setText(QFileInfo(path).fileName());
+    m_controls.filename.setText(shownName(path));
     std::optional<LinkLease> lease = m_session.leases.acquire(LongExchange::FlashDownload);
     if (!lease) {
         const Message refusal = refusalBox(*m_session.leases.current());
@@ -167,7 +166,7 @@ QCoro::Task<> FlashScripts::burn()
         co_return;
     }
     if (token.isLinkKept())
-        co_await download(path, std::move(*lease));
+        co_await download(path, std::move(*lease), token);
     else
         m_session.ScriptError = true; // what was chosen for one tester is not sent to another
     if (!token.isWindowOpen())
@@ -182,11 +181,11 @@ QCoro::Task<> FlashScripts::burn()
 
 /// Nothing may come between the packets of a script: neither another script nor an order to
 /// program.
-QCoro::Task<> FlashScripts::download(QString path, LinkLease lease)
+QCoro::Task<> FlashScripts::download(QString path, LinkLease lease, CancelToken token)
 {
     const Disabled burn(m_controls.Burn);
     const Disabled program(m_controls.BtnProgram);
-    co_await m_script.LoadVornScript(path, std::move(lease));
+    co_await m_script.LoadVornScript(path, std::move(lease), token);
 }
 
 void FlashScripts::offerNaming()

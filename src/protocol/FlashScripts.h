@@ -65,7 +65,7 @@ private:
     QCoro::Task<> program();
     QCoro::Task<bool> sendState();
     QCoro::Task<bool> sendProgram();
-    QCoro::Task<> download(QString path, LinkLease lease);
+    QCoro::Task<> download(QString path, LinkLease lease, CancelToken token);
     /// Waits for the reply to a flash command; true when it reported success. Every control that
     /// sends another command is disabled meanwhile.
     QCoro::Task<bool> awaitReply();

@@ -7,80 +7,123 @@ namespace vantrel {
 
 namespace {
 
-/// Walks over the packets of a script and stops at the first thing that is odd.
-class ScriptReader
+std::optional<QString> oddityAt(const char *what, qint64 offset)
 {
-public:
-    explicit ScriptReader(QByteArrayView script) : m_script(script) {}
-
-    std::optional<QString> oddity()
-    {
-        if (m_script.isEmpty())
-            return oddityAt(QStringLiteral("the script is empty"), 0);
-        while (m_at < m_script.size()) {
-            if (auto found = packet())
-                return found;
-        }
-        const QByteArray end(1, static_cast<char>(wire::Command::ScriptDownloadEnd));
-        if (m_body != end)
-            return oddityAt(QStringLiteral("the last packet is not the end of the script"),
-                            m_packetStart);
-        return std::nullopt;
-    }
-
-private:
-    static QString oddityAt(const QString &what, qsizetype offset)
-    {
-        return QStringLiteral("%1, at byte %2").arg(what).arg(offset);
-    }
-
-    std::optional<quint8> next()
-    {
-        if (m_at >= m_script.size())
-            return std::nullopt;
-        return static_cast<quint8>(m_script[m_at++]);
-    }
-
-    std::optional<QString> emptyPacket() const
-    {
-        if (!m_body.isEmpty())
-            return std::nullopt;
-        return oddityAt(QStringLiteral("an empty packet"), m_packetStart);
-    }
-
-    std::optional<QString> packet()
-    {
-        m_packetStart = m_at;
-        m_body.clear();
-        if (next() != wire::Esc || next() != wire::Start)
-            return oddityAt(QStringLiteral("no packet starts here"), m_packetStart);
-        while (const auto byte = next()) {
-            if (byte != wire::Esc) {
-                m_body.append(static_cast<char>(*byte));
-                continue;
-            }
-            const auto escaped = next();
-            if (escaped == wire::End)
-                return emptyPacket();
-            if (escaped != wire::Esc)
-                return oddityAt(QStringLiteral("a stray ESC in a packet"),
-                                m_at - (escaped ? 2 : 1));
-            m_body.append(static_cast<char>(wire::Esc));
-        }
-        return oddityAt(QStringLiteral("the packet does not end"), m_packetStart);
-    }
-
-    QByteArrayView m_script;
-    qsizetype m_at = 0;
-    qsizetype m_packetStart = 0;
-    QByteArray m_body;
-};
+    return QStringLiteral("%1, at byte %2").arg(QLatin1String(what)).arg(offset);
+}
 
 } // namespace
 
+void ScriptCheck::examine(QByteArrayView piece)
+{
+    while (!piece.isEmpty() && m_state != State::Odd) {
+        if (m_state != State::InBody) {
+            examineByte(static_cast<quint8>(piece.front()));
+            piece = piece.sliced(1);
+            continue;
+        }
+        const qsizetype esc = piece.indexOf(static_cast<char>(wire::Esc));
+        const QByteArrayView plain = esc < 0 ? piece : piece.first(esc);
+        addToBody(plain);
+        m_at += plain.size();
+        piece = piece.sliced(plain.size());
+        if (esc >= 0) {
+            m_state = State::InBodyAfterEsc;
+            ++m_at;
+            piece = piece.sliced(1);
+        }
+    }
+}
+
+/// Outside a body, or behind an ESC in one.
+void ScriptCheck::examineByte(quint8 byte)
+{
+    const qint64 at = m_at++;
+    switch (m_state) {
+    case State::BetweenPackets:
+        m_packetStart = at;
+        if (byte == wire::Esc)
+            m_state = State::Starting;
+        else
+            setOdd("no packet starts here", m_packetStart);
+        break;
+    case State::Starting:
+        m_bodySize = 0;
+        if (byte == wire::Start)
+            m_state = State::InBody;
+        else
+            setOdd("no packet starts here", m_packetStart);
+        break;
+    case State::InBodyAfterEsc:
+        afterEscInBody(byte);
+        break;
+    case State::InBody:
+    case State::Odd:
+        break;
+    }
+}
+
+void ScriptCheck::afterEscInBody(quint8 byte)
+{
+    constexpr char Esc = static_cast<char>(wire::Esc);
+    if (byte == wire::End) {
+        endPacket();
+    } else if (byte == wire::Esc) {
+        addToBody(QByteArrayView(&Esc, 1));
+        m_state = State::InBody;
+    } else {
+        setOdd("a stray ESC in a packet", m_at - 2);
+    }
+}
+
+void ScriptCheck::addToBody(QByteArrayView bytes)
+{
+    if (m_bodySize == 0 && !bytes.isEmpty())
+        m_firstOfBody = static_cast<quint8>(bytes.front());
+    m_bodySize += bytes.size();
+}
+
+void ScriptCheck::endPacket()
+{
+    m_state = State::BetweenPackets;
+    if (m_bodySize == 0)
+        setOdd("an empty packet", m_packetStart);
+}
+
+void ScriptCheck::setOdd(const char *what, qint64 offset)
+{
+    m_state = State::Odd;
+    m_oddity = what;
+    m_oddityOffset = offset;
+}
+
+std::optional<QString> ScriptCheck::oddity() const
+{
+    switch (m_state) {
+    case State::BetweenPackets:
+        break;
+    case State::Starting:
+        return oddityAt("no packet starts here", m_packetStart);
+    case State::InBody:
+        return oddityAt("the packet does not end", m_packetStart);
+    case State::InBodyAfterEsc:
+        return oddityAt("a stray ESC in a packet", m_at - 1);
+    case State::Odd:
+        return oddityAt(m_oddity, m_oddityOffset);
+    }
+    if (m_at == 0)
+        return oddityAt("the script is empty", 0);
+    const auto end = static_cast<quint8>(wire::Command::ScriptDownloadEnd);
+    if (m_bodySize != 1 || m_firstOfBody != end)
+        return oddityAt("the last packet is not the end of the script", m_packetStart);
+    return std::nullopt;
+}
+
 std::optional<QString> oddityOfScript(QByteArrayView script)
 {
-    return ScriptReader(script).oddity();
+    ScriptCheck check;
+    check.examine(script);
+    return check.oddity();
 }
 
 } // namespace vantrel

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/VornScript.h"
 
-#include "link/Files.h"
 #include "link/MainWindowLock.h"
 #include "link/PendingWrites.h"
 #include "link/Utils.h"
 #include "link/VornComm.h"
+#include "link/WholeFile.h"
+#include "link/Words.h"
 #include "protocol/ScriptFile.h"
 #include "protocol/VornCommands.h"
 
@@ -22,9 +23,9 @@ constexpr qint32 EndTicks = 50;
 class ProgressShown
 {
 public:
-    ProgressShown(Session &session, qsizetype size) : m_session(session)
+    ProgressShown(Session &session, qint64 size) : m_session(session)
     {
-        session.DownloadSize = static_cast<qint32>(size);
+        session.DownloadSize = checked<qint32>(size);
         session.DownloadSent = 0;
         session.ScriptSteps = 0;
         session.Main.DownloadProgress.setVisible(true);
@@ -79,15 +80,21 @@ void beginStoredSteps(Session &session)
         session.Main.ScriptIdx.setText({});
 }
 
-QCoro::Task<> VornScript::LoadVornScript(QString path, LinkLease lease)
+QCoro::Task<> VornScript::LoadVornScript(QString path, LinkLease lease, CancelToken caller)
 {
     const MainWindowLock lock(m_session);
-    const QByteArray script = readWholeFile(path);
-    if (const auto oddity = oddityOfScript(script))
-        ShowStatusLine(m_session, QStringLiteral("Warning: ") + *oddity);
+    WholeFile file(path, FileLimits::Script);
+    const ProgressShown progress(m_session, file.size());
+    const bool wanted = co_await examine(file, caller);
+    if (!wanted) {
+        m_session.ScriptError = true;
+        co_return;
+    }
+    const QByteArray script = file.take();
 
     beginStoredSteps(m_session);
-    const ProgressShown progress(m_session, script.size());
+    m_session.ScriptSteps = 0; // a script that ran may have reported steps while the file was read
+    m_session.DownloadSize = checked<qint32>(script.size());
     lease.setBusy();
     m_session.ScriptDone = false;
     co_await download(script);
@@ -97,6 +104,23 @@ QCoro::Task<> VornScript::LoadVornScript(QString path, LinkLease lease)
         m_session.Main.ScriptIdx.setText(QStringLiteral("Load Error"));
     if (m_session.Main.Automode.isChecked())
         m_commands.SendAutoMode(true);
+}
+
+/// Reads the file. False when the caller has been cancelled.
+QCoro::Task<bool> VornScript::examine(WholeFile &file, const CancelToken &caller)
+{
+    ScriptCheck check;
+    const auto examineSlice = [&check](QByteArrayView slice) { check.examine(slice); };
+    const bool complete = co_await readInTurns(m_session.waits, file, examineSlice);
+    if (!complete)
+        co_return false;
+    if (!caller.isLinkKept())
+        ShowStatusLine(m_session, QStringLiteral("The connection has ended: no script was sent"));
+    else if (!caller.isWindowOpen())
+        ShowStatusLine(m_session, QStringLiteral("The window was closed: no script was sent"));
+    else if (const auto oddity = check.oddity())
+        ShowStatusLine(m_session, QStringLiteral("Warning: ") + *oddity);
+    co_return caller.isActive();
 }
 
 /// What others send waits until the tester has reported the end, or can no longer do so.
@@ -132,7 +156,7 @@ QCoro::Task<bool> VornScript::sendScript(QByteArray script, PacketHold &others, 
         const auto send = [this, &chunk] { return m_link.SendPacket(chunk); };
         if (!others.own(send))
             co_return m_link.isConnected();
-        m_session.DownloadSent += static_cast<qint32>(chunk.size());
+        m_session.DownloadSent += checked<qint32>(chunk.size());
         write.setDone(m_session.DownloadSent);
         showDownloadProgress(m_session);
         if (chunk.size() < ChunkSize)

@@ -16,6 +16,7 @@ class PacketHold;
 class PendingWrite;
 class VornCommands;
 class VornComm;
+class WholeFile;
 
 /// Downloads a script file into the tester's working memory.
 class VornScript
@@ -31,10 +32,14 @@ public:
     /// before and reads it afterwards: set when the tester refused the script, did not report its
     /// end, or the link was lost. The main window is disabled meanwhile, and `lease` is held.
     ///
-    /// Throws RuntimeError when the file cannot be read; nothing has been sent then.
-    QCoro::Task<> LoadVornScript(QString path, LinkLease lease);
+    /// The file is read and examined whole before anything is sent, with turns of the event loop in
+    /// between. Nothing is sent, and ScriptError is set, when `caller` is cancelled meanwhile.
+    /// Throws RuntimeError when the file cannot be read, is changed while it is read, or is larger
+    /// than FileLimits::Script; nothing has been sent then.
+    QCoro::Task<> LoadVornScript(QString path, LinkLease lease, CancelToken caller);
 
 private:
+    QCoro::Task<bool> examine(WholeFile &file, const CancelToken &caller);
     QCoro::Task<> download(QByteArray script);
     QCoro::Task<bool> sendScript(QByteArray script, PacketHold &others, PendingWrite &write,
                                  CancelToken token);

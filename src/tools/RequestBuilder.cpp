@@ -3,6 +3,7 @@
 
 #include "link/Dialogs.h"
 #include "link/ErrorBoundary.h"
+#include "link/FilePath.h"
 #include "link/Files.h"
 #include "link/NumberEntry.h"
 #include "link/Utils.h"
@@ -10,8 +11,6 @@
 #include "protocol/DeviceRequests.h"
 #include "tools/RequestFile.h"
 #include "tools/RequestReading.h"
-
-#include <QFileInfo>
 
 #include <array>
 
@@ -196,8 +195,7 @@ void RequestBuilder::showReading()
 
 void RequestBuilder::showFileName(const QString &path)
 {
-    m_controls.Window.setText(QStringLiteral("Device Request Builder - ") +
-                              QFileInfo(path).fileName());
+    m_controls.Window.setText(QStringLiteral("Device Request Builder - ") + shownName(path));
 }
 
 void RequestBuilder::maxPacketClicked(qint16 code)
@@ -311,7 +309,7 @@ QCoro::Task<> RequestBuilder::open()
 /// Fields that were set before an error stay set.
 void RequestBuilder::load(const QString &path)
 {
-    const RequestFileReader file(m_session, readWholeFile(path));
+    const RequestFileReader file(m_session, readStartOfFile(path, RequestFileReader::MostBytes));
     m_controls.Address.setText(prefixedByteText(file.address()));
     m_controls.bmReqType.setText(prefixedByteText(file.bmRequestType()));
     m_controls.bReq.setText(prefixedByteText(file.bRequest()));

@@ -5,12 +5,6 @@
 
 namespace vantrel {
 
-namespace {
-
-constexpr qsizetype DataOffset = 9;
-
-} // namespace
-
 QByteArray RequestFile::toBytes() const
 {
     return deviceRequest(address, setup, data).append('\0');

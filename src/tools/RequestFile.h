@@ -25,7 +25,10 @@ struct RequestFile
 class RequestFileReader
 {
 public:
-    static constexpr qsizetype MostData = 32; ///< bytes; a longer file is read no further
+    static constexpr qsizetype DataOffset = 9;
+    static constexpr qsizetype MostData = 32; ///< bytes
+    static constexpr qsizetype MostBytes =
+        DataOffset + MostData; ///< a longer file is read no further
 
     RequestFileReader(const Session &session, QByteArray bytes)
         : m_session(session), m_bytes(std::move(bytes))

@@ -63,7 +63,11 @@ void setText(QObject &face, const QString &text)
         bar->setFormat(text);
         return;
     }
-    set(face, textProperty(face), text);
+    const char *const property = textProperty(face);
+    QString shown = text;
+    if (qstrcmp(property, "windowTitle") == 0) // "[*]" is a place holder there unless it is doubled
+        shown.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
+    set(face, property, shown);
     auto *field = qobject_cast<QLineEdit *>(&face);
     if (field && field->isReadOnly())
         field->home(false); // a long name shows its beginning

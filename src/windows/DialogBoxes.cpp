@@ -2,6 +2,7 @@
 #include "windows/DialogBoxes.h"
 
 #include "link/DurableFile.h"
+#include "link/FilePath.h"
 #include "link/OneShot.h"
 #include "windows/FileDialog.h"
 #include "windows/MessageBox.h"
@@ -88,7 +89,7 @@ QCoro::Task<QString> DialogBoxes::fileDialog(FileChoice choice)
     dialog->open();
     activate(*dialog);
     const QString path = co_await answer;
-    if (!path.isEmpty())
+    if (!path.isEmpty() && isDecoded(path))
         m_lastDirectory = QFileInfo(path).path();
     co_return path;
 }

@@ -1,24 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windows/FileDialog.h"
 
+#include "link/FilePath.h"
+#include "link/FileStatus.h"
+#include "link/RegularFile.h"
+#include "windows/TypedPath.h"
+#include "windows/UndecodedNames.h"
+
+#include <QAbstractItemView>
+#include <QBoxLayout>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QFileSystemModel>
+#include <QItemSelectionModel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
+#include <QStackedWidget>
+#include <QStyledItemDelegate>
 
 namespace vantrel {
 
 namespace {
-
-bool isReadOnly(const QFileInfo &file)
-{
-    // A superuser may write anything; a file without a write bit is marked read-only all the same.
-    constexpr QFile::Permissions anyWrite =
-        QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther;
-    return !file.isWritable() || !(file.permissions() & anyWrite);
-}
 
 QMessageBox *openBox(QMessageBox::Icon icon, QMessageBox::StandardButtons buttons,
                      const QString &text, QWidget *parent)
@@ -46,6 +50,47 @@ bool hasWildcard(const QString &name)
     return name.contains(QLatin1Char('*')) || name.contains(QLatin1Char('?'));
 }
 
+/// Whether Qt's own checks read the name in another way than typedPath().
+bool hasQuoteOrEscape(const QString &name)
+{
+    return name.contains(QLatin1Char('"')) || name.contains(QLatin1Char('\\'));
+}
+
+/// Of "Log Files (*.log)" or "*.log".
+QStringList patternsOf(const QString &nameFilter)
+{
+    QString patterns = nameFilter;
+    if (const qsizetype from = nameFilter.lastIndexOf(QLatin1Char('(')); from >= 0)
+        patterns = nameFilter.sliced(from + 1).chopped(1);
+    return patterns.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QString nameOf(const QString &path)
+{
+    return path.sliced(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+QString directoryOf(const QString &path)
+{
+    const qsizetype end = path.lastIndexOf(QLatin1Char('/'));
+    return end <= 0 ? QStringLiteral("/") : path.first(end);
+}
+
+/// Shows names as shownPath() does, in the views of a file dialog.
+class ShownNames : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        if (index.column() == 0)
+            option->text = shownPath(index.data().toString()); // of the name itself
+    }
+};
+
 } // namespace
 
 FileDialog::FileDialog(const FileChoice &choice, const QString &directory, QWidget *parent)
@@ -59,22 +104,65 @@ FileDialog::FileDialog(const FileChoice &choice, const QString &directory, QWidg
     setAcceptMode(saving ? AcceptSave : AcceptOpen);
     setFileMode(saving ? AnyFile : ExistingFile);
     setNameFilter(nameFilter(choice.filter));
-    if (saving) // for opening, see acceptForOpening()
-        setDefaultSuffix(choice.defaultSuffix);
+    setItemDelegate(new ShownNames(this));
     if (!directory.isEmpty())
         setDirectory(directory);
 
-    // Qt disables the button while there is no file of the name.
-    auto *const button = findChild<QDialogButtonBox *>(QStringLiteral("buttonBox"))
-                             ->button(saving ? QDialogButtonBox::Save : QDialogButtonBox::Open);
-    connect(&nameField(), &QLineEdit::textChanged, button, [this, button](const QString &name) {
-        if (isPattern(name))
-            button->setEnabled(true);
-    });
+    m_button = findChild<QDialogButtonBox *>(QStringLiteral("buttonBox"))
+                   ->button(saving ? QDialogButtonBox::Save : QDialogButtonBox::Open);
+    m_button->installEventFilter(this);
+    connect(&nameField(), &QLineEdit::textChanged, this, &FileDialog::enableButton);
+    connect(&nameField(), &QLineEdit::textEdited, this, [this] { m_picked.reset(); });
+    m_view = findChild<QAbstractItemView *>(QStringLiteral("listView"));
+    auto *const details = findChild<QAbstractItemView *>(QStringLiteral("treeView"));
+    // Both views have the same selection model. A click may be on what is selected already.
+    connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this](const QItemSelection &selected) {
+                if (!selected.isEmpty())
+                    pickFromView(selected.indexes().first());
+            });
+    for (QAbstractItemView *view : {m_view, details})
+        connect(view, &QAbstractItemView::clicked, this, &FileDialog::pickFromView);
+    addUndecodedNames();
+
     if (hasWildcard(choice.fileName))
         showPattern(choice.fileName);
     else
         selectFile(choice.fileName);
+}
+
+/// Below the views.
+void FileDialog::addUndecodedNames()
+{
+    QWidget *const frame =
+        findChild<QStackedWidget *>(QStringLiteral("stackedWidget"))->parentWidget();
+    m_undecoded = new UndecodedNames(frame);
+    frame->layout()->addWidget(m_undecoded);
+    setTabOrder(findChild<QWidget *>(QStringLiteral("treeView")), &m_undecoded->view());
+
+    connect(m_undecoded, &UndecodedNames::picked, this, [this](const QString &path) {
+        m_view->selectionModel()->clear();
+        pick(path);
+    });
+    connect(m_undecoded, &UndecodedNames::accepted, this, &FileDialog::accept);
+    connect(findChild<QFileSystemModel *>(), &QFileSystemModel::rootPathChanged, this,
+            &FileDialog::listUndecodedNames);
+    connect(this, &QFileDialog::filterSelected, this, &FileDialog::listUndecodedNames);
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this,
+            &FileDialog::listUndecodedNames);
+    listUndecodedNames();
+}
+
+void FileDialog::listUndecodedNames()
+{
+    const QString shown = directory().absolutePath();
+    const QStringList watched = m_watcher.directories();
+    if (!watched.contains(shown)) {
+        if (!watched.isEmpty())
+            m_watcher.removePaths(watched);
+        m_watcher.addPath(shown);
+    }
+    m_undecoded->list(shown, patternsOf(selectedNameFilter()));
 }
 
 QString FileDialog::nameFilter(const QString &labelAndPattern)
@@ -89,9 +177,73 @@ QLineEdit &FileDialog::nameField() const
     return *findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
 }
 
+/// While the field has the focus, Qt selects the file of the name that is being typed. When it has
+/// not, Qt writes the selected name into it and selects what that names as a list of quoted names.
+void FileDialog::pickFromView(const QModelIndex &index)
+{
+    if (nameField().hasFocus())
+        return;
+    const QSignalBlocker quiet(nameField());
+    m_view->selectionModel()->select(index, QItemSelectionModel::ClearAndSelect |
+                                                QItemSelectionModel::Rows);
+    m_undecoded->clearSelection();
+    pick(index.data(QFileSystemModel::FilePathRole).toString());
+}
+
+/// The field shows the name of a file; that of a directory does not replace what is in the field.
+void FileDialog::pick(const QString &path)
+{
+    const QString shown = directory().absolutePath();
+    const QString prefix = shown == QLatin1String("/") ? shown : shown + QLatin1Char('/');
+    const QSignalBlocker quiet(nameField());
+    if (!fileStatus(path).isDirectory())
+        nameField().setText(shownPath(path.startsWith(prefix) ? path.sliced(prefix.size()) : path));
+    m_picked = Picked{nameField().text(), path};
+    enableButton();
+}
+
+/// The path that was picked, if the field has not been changed since; else empty.
+QString FileDialog::pickedPath() const
+{
+    return m_picked && m_picked->text == nameField().text() ? m_picked->path : QString();
+}
+
+QString FileDialog::pathOf(const QString &name) const
+{
+    // Qt resolves "~" and "~user".
+    if (name.startsWith(QLatin1Char('~')) && !hasQuoteOrEscape(name)) {
+        const QStringList paths = selectedFiles();
+        return paths.isEmpty() ? QString() : paths.first();
+    }
+    const QString shown = directory().absolutePath();
+    const QString path = typedPath(name, shown);
+    const FileStatus status = fileStatus(path);
+    const bool found = acceptMode() == AcceptOpen ? status.exists() : status.isDirectory();
+    const bool complete = found || nameOf(path).contains(QLatin1Char('.'));
+    const QString &suffix = m_choice.defaultSuffix;
+    return complete || suffix.isEmpty() ? path : typedPath(name + QLatin1Char('.') + suffix, shown);
+}
+
 bool FileDialog::isPattern(const QString &name) const
 {
-    return hasWildcard(name) && !directory().exists(name);
+    return hasWildcard(name) && !fileStatus(typedPath(name, directory().absolutePath())).exists();
+}
+
+/// Qt disables the button while it finds no file of the name.
+void FileDialog::enableButton()
+{
+    const QString name = nameField().text();
+    const bool saved = acceptMode() == AcceptSave && hasQuoteOrEscape(name);
+    if (!pickedPath().isEmpty() || saved || isPattern(name) ||
+        (hasQuoteOrEscape(name) && fileStatus(pathOf(name)).exists()))
+        m_button->setEnabled(true);
+}
+
+bool FileDialog::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_button && event->type() == QEvent::EnabledChange && !m_button->isEnabled())
+        enableButton();
+    return QFileDialog::eventFilter(watched, event);
 }
 
 void FileDialog::showPattern(const QString &pattern)
@@ -104,7 +256,7 @@ void FileDialog::filterBy(const QString &pattern)
 {
     const QFileInfo matching(directory(), pattern);
     if (!matching.dir().exists()) {
-        refuse(tr("This directory does not exist."), QFileInfo(matching.path()));
+        refuse(tr("This directory does not exist."), matching.path());
         return;
     }
     setDirectory(matching.path());
@@ -119,101 +271,120 @@ void FileDialog::filterBy(const QString &pattern)
         setNameFilters({given, added});
         selectNameFilter(added);
     }
+    listUndecodedNames();
     showPattern(name);
 }
 
-void FileDialog::choose(const QFileInfo &file)
+void FileDialog::choose(const QString &path)
 {
-    m_chosenFile = file.filePath();
+    m_chosenFile = path;
     done(Accepted);
 }
 
 void FileDialog::accept()
 {
-    if (const QString name = nameField().text(); isPattern(name)) {
+    const QString name = nameField().text();
+    const QString picked = pickedPath();
+    const bool isFilePicked = !picked.isEmpty() && !fileStatus(picked).isDirectory();
+    if (!isFilePicked && isPattern(name)) {
         filterBy(name);
         return;
     }
-    const QStringList chosen = selectedFiles();
-    if (chosen.isEmpty())
+    if (picked.isEmpty() && name.isEmpty())
         return;
-    const QFileInfo file(chosen.first());
-    if (file.isDir())
-        QFileDialog::accept(); // shows that directory
+    const QString path = picked.isEmpty() ? pathOf(name) : picked;
+    if (fileStatus(path).isDirectory())
+        enterDirectory(path);
     else if (acceptMode() == AcceptSave)
-        acceptForSaving(file);
+        acceptForSaving(path);
     else
-        acceptForOpening(file);
+        acceptForOpening(path);
 }
 
-void FileDialog::acceptForOpening(const QFileInfo &file)
+void FileDialog::enterDirectory(const QString &path)
 {
-    const QString &suffix = m_choice.defaultSuffix;
-    const bool hasSuffix = suffix.isEmpty() || file.fileName().contains(QLatin1Char('.'));
-    const QFileInfo completed(hasSuffix ? file.filePath()
-                                        : file.filePath() + QLatin1Char('.') + suffix);
-    if (file.exists())
-        choose(file);
-    else if (completed.isFile())
-        choose(completed);
+    const bool isParent = nameField().text() == QLatin1String("..");
+    m_picked.reset();
+    const QString plain = QDir::cleanPath(path);
+    if (!isDecoded(path) || plain == directory().absolutePath())
+        m_undecoded->enter(plain);
     else
-        refuse(tr("This file does not exist."), completed);
+        setDirectory(plain);
+    if (isParent)
+        nameField().selectAll();
+    else if (acceptMode() == AcceptOpen)
+        nameField().clear();
 }
 
-void FileDialog::acceptForSaving(const QFileInfo &file)
+void FileDialog::acceptForOpening(const QString &path)
+{
+    const FileStatus file = fileStatus(path);
+    if (file.isRegular())
+        choose(path);
+    else if (file.exists())
+        refuse(tr("This is not a regular file."), path);
+    else
+        refuse(tr("This file does not exist."), path);
+}
+
+void FileDialog::acceptForSaving(const QString &path)
 {
     const bool intoExisting = m_choice.kind == FileChoice::Kind::SaveExisting;
-    if (!file.dir().exists())
-        refuse(tr("This directory does not exist."), QFileInfo(file.path()));
-    else if (file.exists() && isReadOnly(file))
-        refuse(tr("This file is read-only. Choose another name."), file);
+    const FileStatus file = fileStatus(path);
+    if (!fileStatus(directoryOf(path)).isDirectory())
+        refuse(tr("This directory does not exist."), directoryOf(path));
+    else if (file.exists() && !file.isRegular())
+        refuse(tr("This is not a regular file. Choose another name."), path);
+    else if (file.exists() && !file.writable)
+        refuse(tr("This file is read-only. Choose another name."), path);
     else if (file.exists() == intoExisting)
-        choose(file);
+        choose(path);
     else if (intoExisting)
-        askToCreate(file);
+        askToCreate(path);
     else
-        askToReplace(file);
+        askToReplace(path);
 }
 
-void FileDialog::refuse(const QString &reason, const QFileInfo &file)
+void FileDialog::refuse(const QString &reason, const QString &path)
 {
     openBox(QMessageBox::Warning, QMessageBox::Ok,
-            QDir::toNativeSeparators(file.filePath()) + QLatin1Char('\n') + reason, this);
+            QDir::toNativeSeparators(shownPath(path)) + QLatin1Char('\n') + reason, this);
 }
 
-void FileDialog::askToReplace(const QFileInfo &file)
+void FileDialog::askToReplace(const QString &path)
 {
     const QString question =
         m_choice.keepsRest ? tr("%1 exists already.\nReplace it? If it is longer than the new "
                                 "contents, the rest of it stays.")
                            : tr("%1 exists already.\nReplace it?");
     QMessageBox *box = openBox(QMessageBox::Question, QMessageBox::Yes | QMessageBox::No,
-                               question.arg(file.fileName()), this);
+                               question.arg(shownName(path)), this);
     box->setDefaultButton(QMessageBox::No);
-    connect(box, &QMessageBox::finished, this, [this, file](int button) {
+    connect(box, &QMessageBox::finished, this, [this, path](int button) {
         if (button == QMessageBox::Yes)
-            choose(file);
+            choose(path);
     });
 }
 
-void FileDialog::askToCreate(const QFileInfo &file)
+void FileDialog::askToCreate(const QString &path)
 {
     QMessageBox *box = openBox(QMessageBox::Question, QMessageBox::Yes | QMessageBox::No,
-                               tr("%1 does not exist.\nCreate it?").arg(file.fileName()), this);
+                               tr("%1 does not exist.\nCreate it?").arg(shownName(path)), this);
     box->setDefaultButton(QMessageBox::Yes);
-    connect(box, &QMessageBox::finished, this, [this, file](int button) {
+    connect(box, &QMessageBox::finished, this, [this, path](int button) {
         if (button == QMessageBox::Yes)
-            create(file);
+            create(path);
     });
 }
 
-void FileDialog::create(const QFileInfo &file)
+void FileDialog::create(const QString &path)
 {
-    QFile created(file.filePath());
-    if (created.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        choose(file);
+    QFile created;
+    const auto mode = QIODevice::WriteOnly | QIODevice::NewOnly;
+    if (const auto failure = openRegularFile(created, path, mode))
+        refuse(tr("This file cannot be created: %1.").arg(*failure), path);
     else
-        refuse(tr("This file cannot be created: %1.").arg(created.errorString()), file);
+        choose(path);
 }
 
 } // namespace vantrel

@@ -11,6 +11,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace vantrel;
@@ -111,6 +112,9 @@ private slots:
     void unreadableNames_data();
     void unreadableNames();
     void tenThousandNames();
+
+private:
+    QTemporaryDir m_directory;
 };
 
 void tst_limitsoffiles::diskFullInMidSession()
@@ -222,7 +226,12 @@ void tst_limitsoffiles::unreadableNames_data()
     QTest::addColumn<QString>("target");
     QTest::addColumn<QString>("reason");
 
-    QTest::newRow("a directory") << QStringLiteral("/") << QStringLiteral("Not a regular file");
+    const QString notRegular = QStringLiteral("Not a regular file");
+    const QString fifo = m_directory.filePath(QStringLiteral("fifo"));
+    QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    QTest::newRow("a directory") << QStringLiteral("/") << notRegular;
+    QTest::newRow("a FIFO") << fifo << notRegular;
+    QTest::newRow("a device") << QStringLiteral("/dev/zero") << notRegular;
     QTest::newRow("it opens, but cannot be read")
         << QStringLiteral("/proc/self/mem") << QStringLiteral("Input/output error");
     if (::geteuid() != 0) // root reads everything

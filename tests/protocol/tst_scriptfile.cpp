@@ -15,6 +15,8 @@ class tst_scriptfile : public QObject
 private slots:
     void oddities_data();
     void oddities();
+    void inPieces_data() { oddities_data(); }
+    void inPieces();
 };
 
 void tst_scriptfile::oddities_data()
@@ -62,6 +64,19 @@ void tst_scriptfile::oddities()
     QFETCH(QByteArray, script);
     QFETCH(QString, oddity);
     QCOMPARE(oddityOfScript(script).value_or(QString()), oddity);
+}
+
+/// The same, wherever the pieces end.
+void tst_scriptfile::inPieces()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QString, oddity);
+    for (qsizetype size = 1; size <= script.size(); ++size) {
+        ScriptCheck check;
+        for (qsizetype at = 0; at < script.size(); at += size)
+            check.examine(script.mid(at, size));
+        QCOMPARE(check.oddity().value_or(QString()), oddity);
+    }
 }
 
 VANTREL_TEST(tst_scriptfile)
