@@ -13,6 +13,9 @@ namespace vantrel {
 
 namespace {
 
+// More than a line delivers in a second; bounds the memory when the device sends faster.
+constexpr qint64 ReadBufferSize = 65'536; // bytes
+
 QSerialPort::Parity parityOf(const QByteArray &letter)
 {
     if (letter == "e")
@@ -38,6 +41,7 @@ bool meansDeviceLost(QSerialPort::SerialPortError error)
 
 SerialTransport::SerialTransport()
 {
+    m_port.setReadBufferSize(ReadBufferSize);
     // An error that a command met closes the port as well: not every driver hangs up first.
     connect(&m_port, &QSerialPort::readyRead, this, &Transport::bytesArrived);
     connect(&m_port, &QSerialPort::bytesWritten, this, &Transport::bytesLeft, Qt::QueuedConnection);
@@ -119,6 +123,28 @@ qint64 SerialTransport::queuedInSystem() const
 qint64 SerialTransport::read(char *buffer, qint64 capacity)
 {
     return m_port.isOpen() ? std::max<qint64>(0, m_port.read(buffer, capacity)) : 0;
+}
+
+/// In the queue of the system.
+qint64 SerialTransport::systemWaiting() const
+{
+#ifdef Q_OS_UNIX
+    int bytes = 0;
+    if (m_port.isOpen() && ::ioctl(m_port.handle(), FIONREAD, &bytes) == 0)
+        return bytes;
+#endif
+    return 0;
+}
+
+qint64 SerialTransport::waiting() const
+{
+    return m_port.isOpen() ? m_port.bytesAvailable() + systemWaiting() : 0;
+}
+
+void SerialTransport::reportArrived()
+{
+    if (systemWaiting() > 0)
+        m_port.waitForReadyRead(0); // does not wait: fills the port's buffer, emits readyRead()
 }
 
 void SerialTransport::onError(QSerialPort::SerialPortError error)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/Reception.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QObject>
@@ -116,6 +118,7 @@ private:
         Client client;
         qint32 sentAt;  // tick
         bool abandoned; // the reply is for nobody
+        Expiry expiry = {};
     };
 
     DeviceRequestClient *handler(Client client) const;
@@ -127,6 +130,7 @@ private:
     void sendWaiting();
     void discardOldConnection();
     void expire();
+    void countWalkDown();
     Route deliver(const Outstanding &request, QByteArrayView payload);
     Route deliverUnrequested(QByteArrayView payload);
 
@@ -136,6 +140,7 @@ private:
     std::array<DeviceRequestClient *, ClientCount> m_handlers{};
     std::deque<Waiting> m_waiting;
     std::deque<Outstanding> m_outstanding;
+    Expiry m_walkExpiry;
     quint32 m_connection = 0; // count of the session's, when the requests above were made
     bool m_sending = false;
 };
