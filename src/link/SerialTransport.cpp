@@ -7,6 +7,7 @@
 
 #ifdef Q_OS_UNIX
 #include <sys/ioctl.h>
+#include <unistd.h>
 #endif
 
 namespace vantrel {
@@ -122,7 +123,17 @@ qint64 SerialTransport::queuedInSystem() const
 
 qint64 SerialTransport::read(char *buffer, qint64 capacity)
 {
-    return m_port.isOpen() ? std::max<qint64>(0, m_port.read(buffer, capacity)) : 0;
+    if (!m_port.isOpen())
+        return 0;
+    const qint64 count = m_port.read(buffer, capacity);
+#ifdef Q_OS_UNIX
+    // QSerialPort reads when its notifier is activated only. Its buffer is empty, so the order is
+    // kept; a hang-up is left to the notifiers.
+    if (count == 0)
+        return std::max<qint64>(
+            0, ::read(m_port.handle(), buffer, static_cast<std::size_t>(capacity)));
+#endif
+    return std::max<qint64>(0, count);
 }
 
 /// In the queue of the system.
@@ -144,7 +155,7 @@ qint64 SerialTransport::waiting() const
 void SerialTransport::reportArrived()
 {
     if (systemWaiting() > 0)
-        m_port.waitForReadyRead(0); // does not wait: fills the port's buffer, emits readyRead()
+        emit bytesArrived();
 }
 
 void SerialTransport::onError(QSerialPort::SerialPortError error)

@@ -8,9 +8,7 @@
 #include <utility>
 
 #ifdef Q_OS_UNIX
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 #endif
 
 namespace vantrel {
@@ -112,23 +110,6 @@ void TcpTransport::reportArrived()
 {
     if (waiting() > 0)
         onReadyRead();
-}
-
-/// QTcpSocket has a local port only once it is connected.
-quint16 TcpTransport::localPort() const
-{
-#ifdef Q_OS_UNIX
-    sockaddr_storage local{};
-    socklen_t size = sizeof local;
-    auto *const address = reinterpret_cast<sockaddr *>(&local);
-    if (::getsockname(static_cast<int>(m_socket.socketDescriptor()), address, &size) != 0)
-        return 0;
-    if (local.ss_family == AF_INET6)
-        return ntohs(reinterpret_cast<const sockaddr_in6 *>(address)->sin6_port);
-    return ntohs(reinterpret_cast<const sockaddr_in *>(address)->sin_port);
-#else
-    return m_socket.localPort();
-#endif
 }
 
 qint64 TcpTransport::read(char *buffer, qint64 capacity)

@@ -25,7 +25,7 @@ public:
     qint64 read(char *buffer, qint64 capacity) override;
     qint64 waiting() const override;
     void reportArrived() override;
-    quint16 localPort() const override;
+    quint16 localPort() const override { return m_socket.localPort(); }
 
 private:
     void fail();

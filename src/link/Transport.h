@@ -59,7 +59,7 @@ public:
     /// bytesArrived() within the call if there are any.
     virtual void reportArrived() = 0;
 
-    /// The local port of a socket, also while the connect is under way; 0 for none.
+    /// The local port of a connected socket; 0 for none.
     virtual quint16 localPort() const { return 0; }
 
 signals:

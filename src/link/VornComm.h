@@ -116,7 +116,7 @@ public:
     /// How far the received bytes have come.
     Reception reception() const;
 
-    /// The local port of the socket; 0 unless it is connected or connecting.
+    /// The local port of the socket; 0 unless it is connected.
     quint16 localPort() const { return tcpClient->localPort(); }
 
     /// "( blank )rate,n,8,1" of the current BaudIndex.
