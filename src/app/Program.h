@@ -30,6 +30,7 @@ public:
 private:
     void stop();
     std::optional<QString> startSimulator();
+    std::optional<quint16> consolePort();
     QString dataFolder() const;
     StartDirectories startDirectories() const;
     void loadConsole();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "simulator/FileDescriptor.h"
+#include "simulator/SendLimit.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -16,7 +17,8 @@ class Tester;
 
 /// The tester's serial port: a pseudo-terminal whose other side a console opens like a serial
 /// device. Bytes pass only while the line speed set there is the tester's; at any other they are
-/// lost, as on a real line. The tester's clock follows real time from here on.
+/// lost, as on a real line. What the console does not read is bounded by SendLimit. The tester's
+/// clock follows real time from here on.
 class PtyEnd : public QObject
 {
     Q_OBJECT
@@ -48,6 +50,10 @@ public:
     /// default: nothing.
     void setNoise(const QByteArray &noise) { m_noise = noise; }
 
+signals:
+    /// A packet was dropped for the first time since the console opened the device.
+    void packetsDropped();
+
 private:
     bool failed(const char *what);
     bool openMaster();
@@ -57,7 +63,7 @@ private:
     void readWaiting();
     void take(QByteArrayView bytes);
     void write(const QByteArray &bytes);
-    void writeRaw(const QByteArray &bytes);
+    void writeRaw(const QByteArray &bytes, bool startsPacket);
     void writeWaiting();
     void lookForConsole();
     void consoleLeft();
@@ -71,6 +77,7 @@ private:
     QString m_error;
     QByteArray m_noise;
     QByteArray m_unsent;
+    SendLimit m_limit; // of m_unsent
     // Both live for as long as m_master is open.
     QSocketNotifier *m_readable = nullptr;
     QSocketNotifier *m_writable = nullptr;
