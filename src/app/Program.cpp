@@ -99,9 +99,20 @@ std::optional<QString> Program::startSimulator()
     attachBuiltInDevices(*m_tester, m_options.devices.value_or(simulator::devicesAtStart()));
     m_tester->setRecording(false); // it may run for days
     m_testerEnd = std::make_unique<simulator::TcpEnd>(*m_tester);
+    m_testerEnd->acceptOnly([this] { return consolePort(); });
     if (!m_testerEnd->listen())
         return QStringLiteral("the simulated tester found no free port");
     return std::nullopt;
+}
+
+/// The local port of the console's socket; 0 while it has none, nothing while it is connecting.
+std::optional<quint16> Program::consolePort()
+{
+    const VornComm &link = m_console.link();
+    const Session &session = m_console.session();
+    if (session.NetworkMode && session.LinkState != LinkStates::Closed && !link.isConnected())
+        return std::nullopt;
+    return link.localPort();
 }
 
 /// Where the program keeps files of its own accord. A tour leaves the user's files alone.

@@ -44,6 +44,7 @@ private:
     void finishLog();
     void finishAtExit();
     std::optional<QString> startSimulator();
+    std::optional<quint16> consolePort();
     QString dataFolder() const;
     StartDirectories startDirectories() const;
     void loadConsole();

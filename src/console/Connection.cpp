@@ -139,9 +139,26 @@ void Connection::pollTick()
 {
     if (m_session.ScriptBusy)
         return;
+    if (PollCount + 1 == TicksPerStep && isSilent() && !m_silence.isInEffect(m_link.reception()))
+        return; // decided at a later tick
     if (++PollCount == TicksPerStep) {
         oneSecondStep();
         PollCount = 0;
+        m_silence = {};
+    }
+}
+
+/// The step would take the tester for one that does not answer.
+bool Connection::isSilent() const
+{
+    switch (m_session.LinkState) {
+    case LinkStates::Probing:
+        return true;
+    case LinkStates::Running:
+    case LinkStates::Bootstrap:
+        return !m_session.StatusSeen;
+    default:
+        return false;
     }
 }
 

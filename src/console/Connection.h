@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/Reception.h"
+
 #include <QCoroTask>
 #include <QString>
 
@@ -37,6 +39,7 @@ public:
 
 private:
     void oneSecondStep();
+    bool isSilent() const;
     bool probe();
     void poll(bool withCurrent);
     void setSelectionEnabled(bool enabled);
@@ -48,6 +51,7 @@ private:
     DeviceRequests &m_requests;
     Dialogs &m_dialogs;
     qint32 PollCount = 0; // ticks towards the one-second step
+    Expiry m_silence;     // of a second without an answer
 };
 
 } // namespace vantrel

@@ -97,6 +97,8 @@ QCoro::Task<> Console::loadNames(QString namesFile, QStringList sharedNames)
 void Console::Timer1()
 {
     act([this] {
+        // The thread may have been suspended: what has arrived since then is no silence.
+        m_link.receiveArrived();
         m_session.TickCount = TickWrap(qint64{m_session.TickCount} + 1);
         m_connection.pollTick();
         showStaleStatus();

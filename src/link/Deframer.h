@@ -8,6 +8,7 @@
 #include <QByteArrayView>
 
 #include <cstring>
+#include <type_traits>
 
 namespace vantrel {
 
@@ -22,15 +23,24 @@ constexpr qint16 Complete = 4;   ///< a packet is complete and being handed over
 
 /// Cuts a byte stream into packets. `state` and `body` carry what is unfinished from call to call;
 /// onPacket() is called with each complete body in `body`, which stays there until the next packet
-/// starts.
+/// starts. Returns how many bytes were processed: all, unless onPacket() has a result and returned
+/// false, which ends the call after that packet.
 ///
 /// - An ESC after an ESC outside a packet starts nothing: ESC ESC "S" is discarded.
 /// - ESC "S" inside a body starts the packet anew.
 /// - ESC and any byte but ESC, "S" and "E" inside a body yields that byte alone.
 /// - Bytes between packets are discarded; an empty body is a packet.
 template <typename OnPacket>
-void deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&onPacket)
+qsizetype deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&onPacket)
 {
+    const auto continues = [&onPacket] {
+        if constexpr (std::is_void_v<std::invoke_result_t<OnPacket>>) {
+            onPacket();
+            return true;
+        } else {
+            return onPacket();
+        }
+    };
     const char *at = bytes.data();
     const char *const end = at + bytes.size();
     const auto untilEsc = [end](const char *from) {
@@ -72,8 +82,10 @@ void deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&o
                 body.resize(0);
             } else if (byte == wire::End) {
                 state = RxStates::Complete;
-                onPacket();
+                const bool ended = !continues();
                 state = RxStates::Hunting;
+                if (ended)
+                    return at - bytes.data();
             } else {
                 body.append(byte);
             }
@@ -84,6 +96,7 @@ void deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&o
             state = RxStates::Hunting;
         }
     }
+    return bytes.size();
 }
 
 } // namespace vantrel

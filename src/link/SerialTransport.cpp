@@ -7,11 +7,15 @@
 
 #ifdef Q_OS_UNIX
 #include <sys/ioctl.h>
+#include <unistd.h>
 #endif
 
 namespace vantrel {
 
 namespace {
+
+// More than a line delivers in a second; bounds the memory when the device sends faster.
+constexpr qint64 ReadBufferSize = 65'536; // bytes
 
 QSerialPort::Parity parityOf(const QByteArray &letter)
 {
@@ -38,6 +42,7 @@ bool meansDeviceLost(QSerialPort::SerialPortError error)
 
 SerialTransport::SerialTransport()
 {
+    m_port.setReadBufferSize(ReadBufferSize);
     // An error that a command met closes the port as well: not every driver hangs up first.
     connect(&m_port, &QSerialPort::readyRead, this, &Transport::bytesArrived);
     connect(&m_port, &QSerialPort::bytesWritten, this, &Transport::bytesLeft, Qt::QueuedConnection);
@@ -118,7 +123,39 @@ qint64 SerialTransport::queuedInSystem() const
 
 qint64 SerialTransport::read(char *buffer, qint64 capacity)
 {
-    return m_port.isOpen() ? std::max<qint64>(0, m_port.read(buffer, capacity)) : 0;
+    if (!m_port.isOpen())
+        return 0;
+    const qint64 count = m_port.read(buffer, capacity);
+#ifdef Q_OS_UNIX
+    // QSerialPort reads when its notifier is activated only. Its buffer is empty, so the order is
+    // kept; a hang-up is left to the notifiers.
+    if (count == 0)
+        return std::max<qint64>(
+            0, ::read(m_port.handle(), buffer, static_cast<std::size_t>(capacity)));
+#endif
+    return std::max<qint64>(0, count);
+}
+
+/// In the queue of the system.
+qint64 SerialTransport::systemWaiting() const
+{
+#ifdef Q_OS_UNIX
+    int bytes = 0;
+    if (m_port.isOpen() && ::ioctl(m_port.handle(), FIONREAD, &bytes) == 0)
+        return bytes;
+#endif
+    return 0;
+}
+
+qint64 SerialTransport::waiting() const
+{
+    return m_port.isOpen() ? m_port.bytesAvailable() + systemWaiting() : 0;
+}
+
+void SerialTransport::reportArrived()
+{
+    if (systemWaiting() > 0)
+        emit bytesArrived();
 }
 
 void SerialTransport::onError(QSerialPort::SerialPortError error)

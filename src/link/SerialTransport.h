@@ -29,12 +29,15 @@ public:
     qint64 unsent() const override { return m_port.bytesToWrite(); }
     qint64 queuedInSystem() const override;
     qint64 read(char *buffer, qint64 capacity) override;
+    qint64 waiting() const override;
+    void reportArrived() override;
 
 signals:
     /// Connected to this object: closes the port after the port's own notification has returned.
     void deviceLost();
 
 private:
+    qint64 systemWaiting() const;
     void onError(QSerialPort::SerialPortError error);
     void closeLost();
     void closeForgetting();

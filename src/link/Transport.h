@@ -52,8 +52,19 @@ public:
     /// Takes up to `capacity` of the bytes that are waiting; returns how many were taken.
     virtual qint64 read(char *buffer, qint64 capacity) = 0;
 
+    /// How many bytes have arrived and can be read, including those that are still in the system.
+    virtual qint64 waiting() const = 0;
+
+    /// Looks for bytes that have arrived and that the event loop has not reported yet: emits
+    /// bytesArrived() within the call if there are any.
+    virtual void reportArrived() = 0;
+
+    /// The local port of a connected socket; 0 for none.
+    virtual quint16 localPort() const { return 0; }
+
 signals:
-    /// Whoever listens takes all that waits: calls read() until it returns 0.
+    /// Whoever listens calls read() until it returns 0, now or in later turns of the event loop.
+    /// More may be reported meanwhile.
     void bytesArrived();
 
     /// unsent() has decreased. Emitted by the event loop, never inside a call. Nothing is emitted
@@ -64,9 +75,10 @@ signals:
     /// not after close(). A socket emits failed() instead.
     void vanished();
 
-    /// The connection failed or was closed by the other side; all that it had sent has been told by
-    /// bytesArrived() before, unless a write came upon a reset connection first. Told by the event
-    /// loop, never inside a call, and not after close(). A serial port never tells.
+    /// The connection failed or was closed by the other side. What had arrived before has been
+    /// read; it is lost only if bytes that waited to leave met a connection that was reset. Emitted
+    /// by the event loop, never inside a call, and not after close(). A serial port does not emit
+    /// it.
     void failed(const QString &description);
 };
 

@@ -26,6 +26,7 @@ QByteArray StuffEscapes(QByteArray &body)
 VornComm::VornComm(Session &session, std::unique_ptr<Transport> serial,
                    std::unique_ptr<Transport> tcp)
     : m_session(session), MSComm1(std::move(serial)), tcpClient(std::move(tcp)),
+      m_clock([] { return std::chrono::steady_clock::now().time_since_epoch(); }),
       m_readBuffer(ReadSize, Qt::Uninitialized)
 {
     connect(MSComm1.get(), &Transport::bytesArrived, this, &VornComm::ReceiveBytes);
@@ -33,10 +34,16 @@ VornComm::VornComm(Session &session, std::unique_ptr<Transport> serial,
     for (const Transport *transport : {MSComm1.get(), tcpClient.get()})
         connect(transport, &Transport::bytesLeft, this, [this] { m_session.waits.check(); });
     connect(MSComm1.get(), &Transport::vanished, this, &VornComm::serialVanished);
-    connect(tcpClient.get(), &Transport::failed, this, &VornComm::socketError);
+    connect(tcpClient.get(), &Transport::failed, this, &VornComm::onSocketFailure);
+    m_nextTurn.setSingleShot(true); // without delay: fires after what is waiting already
+    m_nextTurn.callOnTimeout(this, &VornComm::continueReceiving);
+    m_session.waits.setReception([this] { return reception(); });
 }
 
-VornComm::~VornComm() = default;
+VornComm::~VornComm()
+{
+    m_session.waits.setReception({});
+}
 
 void VornComm::setSerialDevice(int number, const QString &device)
 {
@@ -50,6 +57,7 @@ Transport &VornComm::current() const
 
 std::optional<QString> VornComm::OpenLink()
 {
+    discardReceived();
     m_held.clear();
     m_holds = 0;
     ++m_openings;
@@ -64,6 +72,7 @@ std::optional<QString> VornComm::OpenLink()
 
 void VornComm::CloseLink()
 {
+    discardReceived();
     current().close();
 }
 
@@ -213,14 +222,79 @@ void VornComm::giveUpEndlessBody()
     }
 }
 
+Reception VornComm::reception() const
+{
+    const qint64 left = m_unprocessed.size() + current().waiting();
+    return {m_processed, m_processed + static_cast<quint64>(left)};
+}
+
 void VornComm::ReceiveBytes()
 {
-    while (const qint64 count = current().read(m_readBuffer.data(), m_readBuffer.size())) {
-        deframe(m_session.RxState, m_session.RxPacket,
-                QByteArrayView(m_readBuffer.constData(), count), [this] { m_dispatch(); });
+    if (!m_nextTurn.isActive())
+        receiveInTurn();
+}
+
+void VornComm::receiveArrived()
+{
+    if (!m_nextTurn.isActive())
+        current().reportArrived();
+}
+
+bool VornComm::readMore()
+{
+    const qint64 count = current().read(m_readBuffer.data(), m_readBuffer.size());
+    m_unprocessed = QByteArrayView(m_readBuffer.constData(), count);
+    return count > 0;
+}
+
+void VornComm::receiveInTurn()
+{
+    // What the tester answers within a dispatch is read by the call that is under way.
+    if (std::exchange(m_receiving, true))
+        return;
+    const auto end = m_clock() + TurnLimit;
+    bool inTime = true;
+    while (inTime && (!m_unprocessed.isEmpty() || readMore())) {
+        const quint32 discards = m_discards;
+        const qsizetype count = deframe(m_session.RxState, m_session.RxPacket, m_unprocessed, [&] {
+            m_dispatch();
+            return m_clock() < end && discards == m_discards;
+        });
+        if (discards == m_discards) {
+            m_processed += static_cast<quint64>(count);
+            m_unprocessed = m_unprocessed.sliced(count);
+        }
         giveUpEndlessBody();
+        inTime = m_clock() < end;
     }
+    m_receiving = false;
+    if (!inTime)
+        m_nextTurn.start();
     m_session.waits.check();
+}
+
+void VornComm::continueReceiving()
+{
+    receiveInTurn();
+    if (!m_nextTurn.isActive() && m_failure)
+        emit socketError(*std::exchange(m_failure, std::nullopt));
+}
+
+void VornComm::onSocketFailure(const QString &description)
+{
+    if (m_nextTurn.isActive())
+        m_failure = description;
+    else
+        emit socketError(description);
+}
+
+/// What arrived over one link is not for the next.
+void VornComm::discardReceived()
+{
+    ++m_discards;
+    m_unprocessed = {};
+    m_nextTurn.stop();
+    m_failure.reset();
 }
 
 } // namespace vantrel

@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/Reception.h"
 #include "link/Transport.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QCoroTask>
 #include <QObject>
 #include <QScopeGuard>
+#include <QTimer>
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -90,10 +94,30 @@ public:
     /// The longest body that is waited for, in bytes: a hundred times what any tester sends.
     static constexpr qsizetype BodyLimit = 1 << 24;
 
-    /// Takes all waiting bytes, dispatches each packet they complete, then lets the waits look. A
-    /// packet that has grown beyond BodyLimit without an end is given up like noise between
-    /// packets.
+    /// The work on received bytes ends after this time in a turn of the event loop, after the
+    /// packet that is being processed.
+    static constexpr std::chrono::milliseconds TurnLimit{20};
+
+    /// What measures TurnLimit: the time since any fixed point. The steady clock unless set.
+    void setReceiveClock(std::function<std::chrono::nanoseconds()> clock)
+    {
+        m_clock = std::move(clock);
+    }
+
+    /// Takes all waiting bytes, dispatches each packet they complete, then lets the waits look.
+    /// What TurnLimit leaves is kept in order and continued in the next turns of the event loop; it
+    /// is discarded when the link is closed or opened. A packet that has grown beyond BodyLimit
+    /// without an end is given up like noise between packets.
     void ReceiveBytes();
+
+    /// Receives what has arrived and was not reported by the event loop yet.
+    void receiveArrived();
+
+    /// How far the received bytes have come.
+    Reception reception() const;
+
+    /// The local port of the socket; 0 unless it is connected.
+    quint16 localPort() const { return tcpClient->localPort(); }
 
     /// "( blank )rate,n,8,1" of the current BaudIndex.
     QByteArray lineSettings() const;
@@ -102,13 +126,18 @@ signals:
     /// The last PacketHold has ended, and what it kept back has been written.
     void holdEnded();
 
-    /// The socket failed, or the other side closed it.
+    /// The socket failed, or the other side closed it. Everything that had arrived was processed.
     void socketError(const QString &description);
 
 private:
     friend class PacketHold;
 
     Transport &current() const;
+    bool readMore();
+    void receiveInTurn();
+    void continueReceiving();
+    void discardReceived();
+    void onSocketFailure(const QString &description);
     void giveUpEndlessBody();
     void releaseHeld();
     void write(const QByteArray &bytes);
@@ -127,8 +156,15 @@ private:
     QString m_remoteHost;
     quint16 m_remotePort = TesterPort;
     std::function<void()> m_dispatch;
+    std::function<std::chrono::nanoseconds()> m_clock;
     QByteArray m_readBuffer;
-    QByteArray m_held; // packets that leave once nothing holds them
+    QByteArrayView m_unprocessed;     // what is left of m_readBuffer
+    QTimer m_nextTurn;                // runs while something may be left to process
+    std::optional<QString> m_failure; // of the socket, reported when nothing is left
+    bool m_receiving = false;
+    quint32 m_discards = 0;
+    quint64 m_processed = 0; // bytes
+    QByteArray m_held;       // packets that leave once nothing holds them
     int m_holds = 0;
     quint32 m_openings = 0; // of the link
     // Bytes that the serial line has not transmitted at this tick, calculated from its rate

@@ -57,11 +57,18 @@ bool Waits::hasEnded(Pending &pending) const
         pending.end = WaitEnd::Closed;
     else if (pending.flag())
         pending.end = WaitEnd::Answered;
-    else if (pending.deadline == m_tickCount)
+    else if (hasExpired(pending))
         pending.end = WaitEnd::TimedOut;
     else
         return false;
     return true;
+}
+
+bool Waits::hasExpired(Pending &pending) const
+{
+    if (!pending.expiry && pending.deadline == m_tickCount)
+        pending.expiry.emplace();
+    return pending.expiry && pending.expiry->isInEffect(m_reception ? m_reception() : Reception());
 }
 
 void Waits::check()

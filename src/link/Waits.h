@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/Reception.h"
+
 #include <QCoroTask>
 #include <QTimer>
 
 #include <functional>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace vantrel {
@@ -20,7 +24,8 @@ enum class WaitEnd {
 ///
 /// A deadline is a value of the tick counter (100 ms a tick, see TickWrap()) and is met by
 /// equality. check() runs after every tick and after every read of received bytes, so no tick is
-/// missed and a wait whose answer has come goes on at once, whatever other waits are pending.
+/// missed and a wait whose answer has come goes on at once, whatever other waits are pending. A
+/// wait whose deadline is met goes on until what had arrived by then was processed: see Expiry.
 class Waits
 {
     struct Pending
@@ -28,6 +33,7 @@ class Waits
         std::function<bool()> flag;
         qint32 deadline = 0;
         WaitEnd end = WaitEnd::Closed;
+        std::optional<Expiry> expiry; // of the deadline, once it is met
         std::coroutine_handle<> waiter;
     };
 
@@ -61,6 +67,9 @@ public:
     /// coroutine goes on. Answered, or Closed when the program is closing.
     Wait oneTurn();
 
+    /// Where the state of the reception comes from; unless set, everything counts as processed.
+    void setReception(std::function<Reception()> reception) { m_reception = std::move(reception); }
+
     /// Resumes every wait that has come to its end.
     void check();
 
@@ -71,7 +80,9 @@ public:
 
 private:
     bool hasEnded(Pending &pending) const;
+    bool hasExpired(Pending &pending) const;
 
+    std::function<Reception()> m_reception;
     QTimer m_turnTimer;
     quint64 m_turns = 0; // of the event loop, of those that were asked for
     const qint32 &m_tickCount;

@@ -206,8 +206,9 @@ DeviceRequests::Route DeviceRequests::deliverUnrequested(QByteArrayView payload)
 
 void DeviceRequests::expire()
 {
-    const auto isExpired = [this](const Outstanding &request) {
-        return ticksBetween(request.sentAt, m_session.TickCount) >= ReplyTicks;
+    const auto isExpired = [this](Outstanding &request) {
+        return ticksBetween(request.sentAt, m_session.TickCount) >= ReplyTicks &&
+               request.expiry.isInEffect(m_link.reception());
     };
     while (!m_outstanding.empty() && isExpired(m_outstanding.front()))
         m_outstanding.pop_front();
@@ -236,11 +237,21 @@ void DeviceRequests::tick()
 {
     discardOldConnection();
     expire();
-    if (m_session.DescTimeout > 0 && --m_session.DescTimeout == 0) {
+    countWalkDown();
+    sendWaiting();
+}
+
+void DeviceRequests::countWalkDown()
+{
+    if (m_session.DescTimeout != 1) {
+        m_walkExpiry = {};
+        if (m_session.DescTimeout > 0)
+            --m_session.DescTimeout;
+    } else if (m_walkExpiry.isInEffect(m_link.reception())) {
+        m_session.DescTimeout = 0;
         if (DeviceRequestClient *viewer = handler(Client::Viewer))
             viewer->onTimeout();
     }
-    sendWaiting();
 }
 
 } // namespace vantrel

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "link/Reception.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QObject>
@@ -118,6 +120,7 @@ private:
         qint32 sentAt;    // tick
         qsizetype length; // bytes of data asked for
         bool abandoned;   // the reply is for nobody
+        Expiry expiry = {};
     };
 
     DeviceRequestClient *handler(Client client) const;
@@ -129,6 +132,7 @@ private:
     void sendWaiting();
     void discardOldConnection();
     void expire();
+    void countWalkDown();
     Route deliver(const Outstanding &request, QByteArrayView payload);
     Route deliverUnrequested(QByteArrayView payload);
 
@@ -139,7 +143,8 @@ private:
     std::deque<Waiting> m_waiting;
     std::deque<Outstanding> m_outstanding;
     qsizetype m_walkLength = 0; // bytes of data asked for last by the viewer
-    quint32 m_connection = 0;   // count of the session's, when the requests above were made
+    Expiry m_walkExpiry;
+    quint32 m_connection = 0; // count of the session's, when the requests above were made
     bool m_sending = false;
 };
 

@@ -18,9 +18,16 @@ qint64 Clock::now() const
     return m_now + (m_sinceSync.isValid() ? m_sinceSync.elapsed() : 0);
 }
 
-void Clock::after(qint64 milliseconds, std::function<void()> action)
+Clock::Entry Clock::after(qint64 milliseconds, std::function<void()> action)
 {
-    m_due.emplace(now() + milliseconds, std::move(action));
+    const Entry entry = m_due.emplace(now() + milliseconds, std::move(action));
+    arm();
+    return entry;
+}
+
+void Clock::cancel(Entry entry)
+{
+    m_due.erase(entry);
     arm();
 }
 

@@ -19,10 +19,15 @@ class Clock : public QObject
 public:
     Clock();
 
+    using Actions = std::multimap<qint64, std::function<void()>>; // by the time when they are due
+    using Entry = Actions::iterator;
+
     qint64 now() const;
 
-    /// Runs the action once, when the time has come: never from inside this call.
-    void after(qint64 milliseconds, std::function<void()> action);
+    /// Runs the action once, when the time has come: never from inside this call. The entry is
+    /// valid until then.
+    Entry after(qint64 milliseconds, std::function<void()> action);
+    void cancel(Entry entry);
 
     /// Moves time on and runs what falls due on the way: earlier times first, equal times in the
     /// order they were asked for.
@@ -34,7 +39,7 @@ public:
 private:
     void arm();
 
-    std::multimap<qint64, std::function<void()>> m_due;
+    Actions m_due;
     qint64 m_now = 0;
     QElapsedTimer m_sinceSync; // valid once real time is followed
     QTimer m_timer;

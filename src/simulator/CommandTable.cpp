@@ -175,9 +175,9 @@ Reply flashScript(TesterState &state, const ByteReader &command)
         break;
     case wire::FlashOperation::Program: {
         const QByteArray name = command.from(4).toByteArray();
-        if (name.size() != wire::FlashNameLength)
+        if (name.size() != wire::FlashNameLength ||
+            !state.flash.program(slot, name, state.script.steps()))
             return CommandError;
-        state.flash.program(slot, name, state.script.steps());
         break;
     }
     case wire::FlashOperation::InfoQuery: {

@@ -25,7 +25,7 @@ void LineInput::readWaiting()
         emitLines();
     } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
         m_notifier.setEnabled(false);
-        if (!m_pending.isEmpty())
+        if (!m_pending.isEmpty() && !m_dropping)
             emit lineRead(QString::fromUtf8(std::exchange(m_pending, {})));
         emit ended();
     }
@@ -37,9 +37,16 @@ void LineInput::emitLines()
     while ((end = m_pending.indexOf('\n')) >= 0) {
         QByteArray line = m_pending.left(end);
         m_pending.remove(0, end + 1);
+        if (std::exchange(m_dropping, false))
+            continue;
         if (line.endsWith('\r'))
             line.chop(1);
         emit lineRead(QString::fromUtf8(line));
+    }
+    if (m_dropping || m_pending.size() > LineLimit) {
+        m_pending = QByteArray();
+        if (!std::exchange(m_dropping, true))
+            emit lineDropped();
     }
 }
 

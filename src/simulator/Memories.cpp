@@ -10,6 +10,16 @@ namespace {
 
 constexpr qsizetype ConfigMemorySize = 0x10000;
 
+/// Memory that a script needs, with what a step needs besides its bytes.
+qsizetype memoryOf(const QList<QByteArray> &steps)
+{
+    constexpr qsizetype StepOverhead = 64;
+    qsizetype memory = 0;
+    for (const QByteArray &step : steps)
+        memory += step.size() + StepOverhead;
+    return memory;
+}
+
 // Documentation addresses and a locally administered MAC address: they mean nobody's network.
 QByteArray defaultNetworkRecord()
 {
@@ -29,9 +39,15 @@ void FlashMemory::setEnabled(quint8 index, bool enabled)
         slot.state = enabled ? Enabled : Disabled;
 }
 
-void FlashMemory::program(quint8 index, const QByteArray &name, const QList<QByteArray> &steps)
+bool FlashMemory::program(quint8 index, const QByteArray &name, const QList<QByteArray> &steps)
 {
+    qsizetype memory = memoryOf(steps);
+    for (auto slot = m_slots.cbegin(); slot != m_slots.cend(); ++slot)
+        memory += slot.key() == index ? 0 : memoryOf(slot->steps);
+    if (memory > Capacity)
+        return false;
     m_slots[index] = {Disabled, name, steps};
+    return true;
 }
 
 ConfigMemory::ConfigMemory() : m_bytes(ConfigMemorySize, '\xFF')

@@ -18,6 +18,9 @@ public:
     static constexpr quint8 Enabled = 1;
     static constexpr quint8 Empty = 255;
 
+    /// Memory of all slots together, in bytes: several times the largest script.
+    static constexpr qsizetype Capacity = 1 << 26;
+
     struct Slot
     {
         quint8 state = Empty;
@@ -29,8 +32,8 @@ public:
     void erase(quint8 index) { m_slots.remove(index); }
     /// Has no effect on an empty slot.
     void setEnabled(quint8 index, bool enabled);
-    /// The slot is disabled afterwards.
-    void program(quint8 index, const QByteArray &name, const QList<QByteArray> &steps);
+    /// The slot is disabled afterwards. False, and nothing has changed, when there is no room.
+    bool program(quint8 index, const QByteArray &name, const QList<QByteArray> &steps);
 
 private:
     QMap<quint8, Slot> m_slots;

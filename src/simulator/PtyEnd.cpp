@@ -23,6 +23,7 @@ namespace vantrel::simulator {
 namespace {
 
 constexpr int HangUpPollInterval = 50; // ms
+constexpr int ReadsPerTurn = 16;       // so that no console keeps the event loop from its turn
 
 struct Rate
 {
@@ -189,6 +190,7 @@ void PtyEnd::lookForConsole()
     if ((state.revents & POLLHUP) != 0 && (state.revents & POLLIN) == 0)
         return;
     m_hangUpPoll.stop();
+    m_limit.reset();
     m_readable->setEnabled(true);
     emit consoleConnected();
 }
@@ -196,7 +198,7 @@ void PtyEnd::lookForConsole()
 void PtyEnd::readWaiting()
 {
     std::array<char, 4096> buffer{};
-    while (isPlugged()) {
+    for (int reads = 0; isPlugged() && reads < ReadsPerTurn; ++reads) {
         const ssize_t count = ::read(m_master.get(), buffer.data(), buffer.size());
         if (count > 0) {
             take(QByteArrayView(buffer.data(), count));
@@ -214,7 +216,7 @@ void PtyEnd::take(QByteArrayView bytes)
     if (consoleRateMatches())
         m_tester.receive(bytes);
     else
-        writeRaw(m_noise);
+        writeRaw(m_noise, true);
 }
 
 void PtyEnd::consoleLeft()
@@ -244,11 +246,16 @@ void PtyEnd::write(const QByteArray &bytes)
     if (!received)
         ++m_lostWrites;
     if (isConsoleConnected())
-        writeRaw(received ? bytes : m_noise);
+        writeRaw(received ? bytes : m_noise, m_tester.isAtPacketStart());
 }
 
-void PtyEnd::writeRaw(const QByteArray &bytes)
+void PtyEnd::writeRaw(const QByteArray &bytes, bool startsPacket)
 {
+    if (!m_limit.accepts(startsPacket, m_unsent.size(), bytes.size())) {
+        if (m_limit.isFirstDrop())
+            emit packetsDropped();
+        return;
+    }
     const bool blocked = !m_unsent.isEmpty();
     m_unsent += bytes;
     if (!blocked)

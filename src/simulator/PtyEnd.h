@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link/FileDescriptor.h"
+#include "simulator/SendLimit.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -16,7 +17,8 @@ class Tester;
 
 /// The tester's serial port: a pseudo-terminal whose other side a console opens like a serial
 /// device. Bytes pass only while the line speed set there is the tester's; at any other they are
-/// lost, as on a real line. The tester's clock follows real time from here on.
+/// lost, as on a real line. What the console does not read is bounded by SendLimit. The tester's
+/// clock follows real time from here on.
 class PtyEnd : public QObject
 {
     Q_OBJECT
@@ -56,6 +58,8 @@ public:
 signals:
     /// A console has opened the device.
     void consoleConnected();
+    /// A packet was dropped for the first time since the console opened the device.
+    void packetsDropped();
 
 private:
     bool failed(const char *what);
@@ -66,7 +70,7 @@ private:
     void readWaiting();
     void take(QByteArrayView bytes);
     void write(const QByteArray &bytes);
-    void writeRaw(const QByteArray &bytes);
+    void writeRaw(const QByteArray &bytes, bool startsPacket);
     void writeWaiting();
     void lookForConsole();
     void consoleLeft();
@@ -80,6 +84,7 @@ private:
     QByteArray m_noise;
     QByteArray m_unsent;
     quint64 m_lostWrites = 0;
+    SendLimit m_limit; // of m_unsent
     // Both live for as long as m_master is open.
     QSocketNotifier *m_readable = nullptr;
     QSocketNotifier *m_writable = nullptr;

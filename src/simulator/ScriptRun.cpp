@@ -3,13 +3,13 @@
 
 #include "link/Bytes.h"
 #include "link/Wire.h"
-#include "simulator/Clock.h"
 #include "simulator/Memories.h"
 
 namespace vantrel::simulator {
 
 ScriptRun::ScriptRun(Clock &clock, const ScriptMemory &script, CarryOut carryOut, Report report)
-    : m_clock(clock), m_script(script), m_carryOut(std::move(carryOut)), m_report(std::move(report))
+    : m_clock(clock), m_script(script), m_carryOut(std::move(carryOut)),
+      m_report(std::move(report)), m_stepDue(clock, [this] { step(); })
 {
 }
 
@@ -17,26 +17,23 @@ void ScriptRun::start()
 {
     m_running = true;
     m_next = 0;
-    ++m_turn;
-    takeTime();
+    m_stepDue.set(StepTime);
 }
 
 void ScriptRun::stop()
 {
     if (!m_running)
         return;
-    m_running = false;
+    abandon();
     const auto index = static_cast<quint16>(m_next);
     ByteWriter report{wire::Report::Script};
     m_report(report.word(index).byte(wire::Report::ScriptStopped).word(index).take());
 }
 
-void ScriptRun::takeTime()
+void ScriptRun::abandon()
 {
-    m_clock.after(StepTime, [this, turn = m_turn] {
-        if (m_running && turn == m_turn)
-            step();
-    });
+    m_running = false;
+    m_stepDue.stop();
 }
 
 void ScriptRun::step()
@@ -52,7 +49,7 @@ void ScriptRun::step()
         return; // the device never ends the request: only a stop ends the run
     // The console may answer from inside the report, and so end this run or begin another.
     const auto index = static_cast<quint16>(m_next++);
-    takeTime();
+    m_stepDue.set(StepTime);
     if (inner.isEmpty())
         return; // a command without a reply
     ByteWriter report{wire::Report::Script};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "simulator/Alarm.h"
+
 #include <QByteArray>
 #include <QtGlobal>
 
@@ -9,7 +11,6 @@
 
 namespace vantrel::simulator {
 
-class Clock;
 class ScriptMemory;
 
 /// Runs the working script: one step after the other, a step's time apart. Each step is carried out
@@ -37,10 +38,9 @@ public:
     /// Ends the run and reports where. Nothing when none is under way.
     void stop();
     /// Ends the run without a word.
-    void abandon() { m_running = false; }
+    void abandon();
 
 private:
-    void takeTime();
     void step();
     QByteArray innerResponse(const QByteArray &command) const;
 
@@ -48,9 +48,9 @@ private:
     const ScriptMemory &m_script;
     CarryOut m_carryOut;
     Report m_report;
+    Alarm m_stepDue;
     bool m_running = false;
     qsizetype m_next = 0; // index of the step to come
-    int m_turn = 0;       // tells the steps of this run from those an earlier one had still to take
 };
 
 } // namespace vantrel::simulator

@@ -36,13 +36,19 @@ Tester::Tester(const Settings &settings)
               followBus();
               followFirmware();
           }),
-      m_update(m_clock, m_state, m_faults, [this] {
-          startConversation();
-          emit restarted();
+      m_update(m_clock, m_state, m_faults,
+               [this] {
+                   startConversation();
+                   emit restarted();
+               }),
+      m_recovery(m_clock, [this] {
+          m_state.port.recover();
+          followBus();
       })
 {
     connect(&m_outlet, &Outlet::bytesReady, this, &Tester::bytesReady);
     connect(&m_outlet, &Outlet::connectionDropped, this, &Tester::connectionDropped);
+    connect(&m_outlet, &Outlet::packetsDropped, this, &Tester::packetsDropped);
 }
 
 void Tester::receive(QByteArrayView bytes)
@@ -56,7 +62,16 @@ void Tester::receive(QByteArrayView bytes)
     while (!m_input.isEmpty()) {
         const QByteArray chunk = std::exchange(m_input, {});
         deframe(m_rxState, m_rxBody, chunk, [this] { handle(m_rxBody); });
+        dropEndlessCommand();
     }
+}
+
+void Tester::dropEndlessCommand()
+{
+    if (m_rxBody.size() <= CommandLimit)
+        return;
+    m_rxBody = QByteArray();
+    m_rxState = RxStates::Hunting;
 }
 
 void Tester::startConversation()
@@ -230,10 +245,7 @@ void Tester::overloadVbus()
 {
     m_state.port.overload();
     followBus();
-    m_clock.after(RecoveryTime, [this] {
-        m_state.port.recover();
-        followBus();
-    });
+    m_recovery.set(RecoveryTime);
 }
 
 void Tester::dropConnection()

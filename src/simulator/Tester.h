@@ -38,8 +38,11 @@ public:
 
     explicit Tester(const Settings &settings);
 
+    /// The longest command, in bytes: twice what any console sends.
+    static constexpr qsizetype CommandLimit = 0x20000;
+
     /// Takes bytes from the console and carries out each command they complete. May be called from
-    /// a slot of bytesReady().
+    /// a slot of bytesReady(). A command that has grown beyond CommandLimit is dropped.
     void receive(QByteArrayView bytes);
 
     /// A console has connected: half a packet of the one before, replies that it still waited for,
@@ -81,6 +84,9 @@ public:
     /// What was written before still arrives; what is delayed is lost.
     void dropConnection();
 
+    /// During bytesReady(): the bytes are the first of a packet, not a later fragment.
+    bool isAtPacketStart() const { return m_outlet.isAtPacketStart(); }
+
     Faults &faults() { return m_faults; }
     Clock &clock() { return m_clock; }
     TesterState &state() { return m_state; }
@@ -92,7 +98,7 @@ public:
     void setRecording(bool on) { m_recording = on; }
 
 signals:
-    /// One emission is one write.
+    /// One emission is one write; isAtPacketStart() holds for the first of a packet.
     void bytesReady(const QByteArray &bytes);
     /// The connection to the console is to be cut.
     void connectionDropped();
@@ -100,8 +106,11 @@ signals:
     void restarted();
     void commandReceived(const QByteArray &body);
     void packetSent(const QByteArray &body);
+    /// More is delayed than is kept; emitted once a conversation.
+    void packetsDropped();
 
 private:
+    void dropEndlessCommand();
     void handle(const QByteArray &command);
     bool answer(const QByteArray &command);
     void sendAnswer(const QByteArray &body);
@@ -120,6 +129,7 @@ private:
     Outlet m_outlet{m_clock, m_faults};
     ScriptRun m_run;
     FirmwareUpdate m_update;
+    Alarm m_recovery;         // of Vbus after an overload
     qint64 m_lastCommand = 0; // time of the clock
     QByteArray m_input;       // not yet de-framed
     bool m_receiving = false;

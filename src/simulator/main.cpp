@@ -41,6 +41,11 @@ void say(const QString &line, FILE *to = stdout)
         endWithoutOutput(errno);
 }
 
+void warn(const QString &line)
+{
+    say(QStringLiteral("vantrel-simulator: ") + line, stderr);
+}
+
 std::unique_ptr<Tester> makeTester(const ProgramOptions &options)
 {
     auto tester = std::make_unique<Tester>(options.settings);
@@ -64,8 +69,7 @@ void printPackets(const Tester &tester)
 bool listenOnTcp(TcpEnd &tcp, quint16 port)
 {
     if (!tcp.listen(port)) {
-        say(QStringLiteral("vantrel-simulator: port %1: %2").arg(port).arg(tcp.errorString()),
-            stderr);
+        warn(QStringLiteral("port %1: %2").arg(port).arg(tcp.errorString()));
         return false;
     }
     say(QStringLiteral("Listening on 127.0.0.1 port %1").arg(tcp.port()));
@@ -81,7 +85,7 @@ bool openSerial(PtyEnd &pty, const ProgramOptions &options)
 {
     pty.setNoise(options.noise);
     if (!pty.open(options.ptyLink)) {
-        say(QStringLiteral("vantrel-simulator: serial device: ") + pty.errorString(), stderr);
+        warn(QStringLiteral("serial device: ") + pty.errorString());
         return false;
     }
     say(serialText(pty, options.baud));
@@ -99,6 +103,26 @@ void addSerialCommands(OperatorCommands &commands, PtyEnd &pty, int baud)
                  [&pty, baud](const QStringList &) {
                      return pty.plug() ? serialText(pty, baud) : pty.errorString();
                  });
+}
+
+/// What is refused or dropped, so that neither peers nor operators can make the program grow.
+void reportLimits(const Tester &tester, const TcpEnd &tcp, const PtyEnd &pty,
+                  const LineInput &input)
+{
+    QObject::connect(&tcp, &TcpEnd::clientRefused, &tcp, [](quint16 port) {
+        warn(QStringLiteral("127.0.0.1 port %1 refused: a console is connected").arg(port));
+    });
+    QObject::connect(&tcp, &TcpEnd::packetsDropped, &tcp, [] {
+        warn(QStringLiteral("the console on TCP does not read, packets are dropped"));
+    });
+    QObject::connect(&pty, &PtyEnd::packetsDropped, &pty, [] {
+        warn(QStringLiteral("the console on the serial device does not read, packets are dropped"));
+    });
+    QObject::connect(&tester, &Tester::packetsDropped, &tester, [] {
+        warn(QStringLiteral("more packets are delayed than are kept, packets are dropped"));
+    });
+    QObject::connect(&input, &LineInput::lineDropped, &input,
+                     [] { warn(QStringLiteral("a command is too long and was ignored")); });
 }
 
 /// Returns the exit status. `signal` is set when the process is to end by it.
@@ -136,6 +160,7 @@ int run(int argc, char **argv, std::optional<int> &signal)
         if (!answer.isEmpty())
             say(answer);
     });
+    reportLimits(*tester, tcp, pty, input);
     const vantrel::StopSignals stop;
     QObject::connect(&stop, &vantrel::StopSignals::stopRequested, &application,
                      [&signal](int number) {

@@ -7,12 +7,18 @@
 #include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
+#include <QHostAddress>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSignalSpy>
+#include <QTcpSocket>
 #include <QTest>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 using namespace vantrel;
 
@@ -28,6 +34,24 @@ Widget *control(const char *name)
     qFatal("no %s", name);
 }
 
+/// The TCP port that this process listens on; 0 when there is none.
+quint16 listeningPort()
+{
+    constexpr int Descriptors = 1024;
+    for (int descriptor = 0; descriptor < Descriptors; ++descriptor) {
+        int listens = 0;
+        socklen_t size = sizeof listens;
+        sockaddr_in address{};
+        socklen_t addressSize = sizeof address;
+        if (::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 &&
+            listens != 0 &&
+            ::getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &addressSize) == 0 &&
+            address.sin_family == AF_INET)
+            return ntohs(address.sin_port);
+    }
+    return 0;
+}
+
 } // namespace
 
 /// The program as its options start it, in its own windows and at its own pace.
@@ -40,6 +64,7 @@ private slots:
     void withoutOptions();
     void simulatorConnects_data();
     void simulatorConnects();
+    void simulatorServesItsOwnConsole();
     void hostIsSelected();
     void unsignedWords_data();
     void unsignedWords();
@@ -85,6 +110,38 @@ void tst_start::simulatorConnects()
     QCOMPARE(control<QPushButton>("Connect")->text(), QStringLiteral("Disconnect"));
     QTRY_VERIFY(control<QPlainTextEdit>("CmdWin")->toPlainText().contains(line));
     QVERIFY(control<QPushButton>("USBReset")->isEnabled());
+}
+
+/// The simulated tester of the program refuses every client but the console of the program.
+void tst_start::simulatorServesItsOwnConsole()
+{
+    Options options;
+    options.simulatedModel = 2;
+    Program program(options);
+    QVERIFY(!program.start());
+    const quint16 port = listeningPort();
+    QVERIFY(port != 0);
+    QTcpSocket before;
+    connect(&before, &QTcpSocket::connected, &before,
+            [&before] { before.write("\x1bS\x0f\x1b\x45"); });
+    QSignalSpy ends(&before, &QTcpSocket::disconnected);
+    before.connectToHost(QHostAddress::LocalHost, port);
+    QTRY_COMPARE(ends.size(), 1);
+    QCOMPARE(before.readAll(), QByteArray());
+
+    QTest::mouseClick(control<QPushButton>("Connect"), Qt::LeftButton);
+    const auto *const pane = control<QPlainTextEdit>("CmdWin");
+    QTRY_VERIFY(pane->toPlainText().contains(QLatin1String("Firmware Revision  3 . 12")));
+    QTcpSocket meanwhile;
+    QSignalSpy meanwhileEnds(&meanwhile, &QTcpSocket::disconnected);
+    meanwhile.connectToHost(QHostAddress::LocalHost, port);
+    QTRY_COMPARE(meanwhileEnds.size(), 1);
+    QCOMPARE(control<QPushButton>("Connect")->text(), QStringLiteral("Disconnect"));
+
+    QTest::mouseClick(control<QPushButton>("Connect"), Qt::LeftButton); // and at once again
+    QTest::mouseClick(control<QPushButton>("Connect"), Qt::LeftButton);
+    QTRY_COMPARE(pane->toPlainText().count(QLatin1String("Firmware Revision  3 . 12")), 2);
+    QVERIFY(!QApplication::activeModalWidget());
 }
 
 void tst_start::hostIsSelected()

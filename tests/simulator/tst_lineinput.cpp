@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/FileDescriptor.h"
 #include "simulator/LineInput.h"
+#include "support/Resources.h"
 #include "support/TestProgram.h"
 
 #include <QSignalSpy>
@@ -20,6 +21,7 @@ private slots:
     void lines();
     void lineInPieces();
     void end();
+    void lineWithoutEnd();
 
 private:
     void send(const QByteArray &bytes)
@@ -75,6 +77,25 @@ void tst_lineinput::end()
     QCOMPARE(lines, (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
     QCoreApplication::processEvents(); // and does not go on telling
     QCOMPARE(ended.size(), 1);
+}
+
+/// Neither kept nor taken for a command; the next line is read.
+void tst_lineinput::lineWithoutEnd()
+{
+    const LineInput input(m_read.get());
+    QSignalSpy dropped(&input, &LineInput::lineDropped);
+    QStringList lines;
+    connect(&input, &LineInput::lineRead, this, [&](const QString &line) { lines.append(line); });
+    const QByteArray piece(4096, 'x');
+    const qint64 before = vantrel::test::allocatedBytes();
+    for (int i = 0; i < 8000; ++i) { // 32 MB
+        send(piece);
+        QCoreApplication::processEvents();
+    }
+    QVERIFY(vantrel::test::allocatedBytes() - before < 3 * LineInput::LineLimit);
+    QCOMPARE(dropped.size(), 1);
+    send("trigger 1\ntrigger 2\n");
+    QTRY_COMPARE(lines, QStringList{QStringLiteral("trigger 2")});
 }
 
 VANTREL_TEST(tst_lineinput)

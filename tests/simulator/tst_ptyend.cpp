@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/PtyEnd.h"
 #include "simulator/Talk.h"
+#include "support/Resources.h"
 #include "support/TestProgram.h"
 
 #include <QFileInfo>
 #include <QSerialPort>
+#include <QSignalSpy>
 #include <QSocketNotifier>
 #include <QTemporaryDir>
 #include <QTest>
@@ -74,6 +76,7 @@ private slots:
     void unknownRate();
     void slowReader();
     void unsentBytesGoWithTheDevice();
+    void consoleThatDoesNotRead();
 
 private:
     std::unique_ptr<Tester> m_tester;
@@ -370,6 +373,26 @@ void tst_ptyend::unsentBytesGoWithTheDevice()
     again.send(packet("0b"_hex));
     QTRY_VERIFY(!again.received.isEmpty());
     QCOMPARE(again.received, packet("8b 44"_hex));
+}
+
+void tst_ptyend::consoleThatDoesNotRead()
+{
+    QSignalSpy dropped(m_end.get(), &PtyEnd::packetsDropped);
+    m_tester->setRecording(false);
+    Port port(m_end->path(), 57600);
+    QTRY_VERIFY(m_end->isConsoleConnected());
+    const QByteArray data(60'000, 'd');
+    const QByteArray report = packet("92 02 81"_hex + data);
+    const qint64 before = allocatedBytes();
+    for (int i = 0; i < 1000; ++i) // 60 MB in one turn of the event loop
+        m_tester->reportData(0x02, 0x81, data);
+    QVERIFY(allocatedBytes() - before < 2 * SendLimit::Most);
+    QCOMPARE(dropped.size(), 1);
+    port.send(packet("0b"_hex));
+    QTRY_VERIFY_WITH_TIMEOUT(port.received.endsWith(packet("8b 44"_hex)), 60'000);
+    port.received.chop(6);
+    QVERIFY(port.received == report.repeated(port.received.size() / report.size()));
+    QVERIFY(port.received.size() > SendLimit::Most - report.size());
 }
 
 VANTREL_TEST(tst_ptyend)

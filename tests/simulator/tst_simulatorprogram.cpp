@@ -146,6 +146,9 @@ private slots:
     void outputCannotBeWritten_data();
     void outputCannotBeWritten();
     void takenPort();
+    void secondConsole();
+    void consoleThatDoesNotRead();
+    void endlessCommandLine();
 };
 
 void tst_simulatorprogram::options_data()
@@ -321,6 +324,48 @@ void tst_simulatorprogram::takenPort()
     Program second({QStringLiteral("--port"), QString::number(first.socket.peerPort())});
     QVERIFY(second.says(QStringLiteral("vantrel-simulator: port ")));
     QCOMPARE(second.exitCode(), 1);
+}
+
+void tst_simulatorprogram::secondConsole()
+{
+    Program program({});
+    QVERIFY(program.connectSocket());
+    QVERIFY(program.answers(packet("0b"_hex), packet("8b 44"_hex)));
+    QTcpSocket second;
+    quint16 port = 0; // the connection may have ended before it is looked at
+    connect(&second, &QTcpSocket::connected, this, [&] { port = second.localPort(); });
+    second.connectToHost(QHostAddress::LocalHost, program.socket.peerPort());
+    QVERIFY(QTest::qWaitFor([&] { return port != 0; }));
+    QVERIFY(QTest::qWaitFor([&] { return second.state() == QTcpSocket::UnconnectedState; }));
+    QVERIFY(program.says(
+        QStringLiteral("vantrel-simulator: 127.0.0.1 port %1 refused: a console is connected\n")
+            .arg(port)));
+    QCOMPARE(second.readAll(), QByteArray());
+    QVERIFY(program.answers(packet("0b"_hex), packet("8b 44"_hex)));
+}
+
+void tst_simulatorprogram::consoleThatDoesNotRead()
+{
+    Program program({});
+    QVERIFY(program.connectSocket());
+    program.socket.setReadBufferSize(1); // what it does not take stays with the system
+    program.socket.blockSignals(true);
+    // 10,000 answers of 4 KiB each: 40 MB
+    program.socket.write(packet("36 0000 1000"_hex).repeated(10'000));
+    QVERIFY(program.says(
+        QStringLiteral("vantrel-simulator: the console on TCP does not read, packets are "
+                       "dropped\n")));
+    QVERIFY(program.isRunning());
+}
+
+void tst_simulatorprogram::endlessCommandLine()
+{
+    Program program({});
+    program.type(QByteArray(2'000'000, 'x').constData());
+    QVERIFY(
+        program.says(QStringLiteral("vantrel-simulator: a command is too long and was ignored\n")));
+    program.type("\nquit\n");
+    QCOMPARE(program.exitCode(), 0);
 }
 
 VANTREL_TEST(tst_simulatorprogram)

@@ -23,6 +23,7 @@ public:
 
     explicit ConsoleBench(Start start = Start::Loaded)
     {
+        console.link().setReceiveClock([this] { return receiveTime; });
         for (int port = 1; port <= VornComm::SerialPortCount; ++port)
             console.link().setSerialDevice(port, QStringLiteral("/dev/serial%1").arg(port));
         if (start == Start::Bare)
@@ -69,6 +70,8 @@ public:
 
     MemoryTransport &transport() { return session.NetworkMode ? *tcp : *serial; }
 
+    /// What the limit of a turn is measured by; stands still unless the test moves it.
+    std::chrono::nanoseconds receiveTime{0};
     QTemporaryDir directory;
     QString namesFile = directory.filePath(QStringLiteral("VLnetNames.dat"));
     FakeDialogs dialogs;

@@ -13,7 +13,11 @@ namespace vantrel::test {
 /// A session and its link. Both transports end in the test; nothing is open yet.
 struct LinkBench
 {
-    LinkBench() { InitLink(session); }
+    LinkBench()
+    {
+        InitLink(session);
+        link.setReceiveClock([this] { return receiveTime; });
+    }
 
     /// Opens COM1, or the socket.
     void open(bool network = false)
@@ -31,6 +35,8 @@ struct LinkBench
         }
     }
 
+    /// What the limit of a turn is measured by; stands still unless the test moves it.
+    std::chrono::nanoseconds receiveTime{0};
     Session session;
     MemoryTransport *const serial = new MemoryTransport;
     MemoryTransport *const tcp = new MemoryTransport;
