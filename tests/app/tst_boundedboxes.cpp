@@ -56,8 +56,8 @@ void tst_boundedboxes::failingReplies()
                 .toPlainText()
                 .endsWith(QLatin1String("\n*** Get Descriptors Terminated\n"
                                         "      --- Subscript out of range\n")));
-    QCOMPARE(bench.session.RespText.text().count("Device Request Response: Status = 00"),
-             bench.session.RespText.text().count("\r\n 12 \r\n"));
+    QVERIFY(bench.session.RespText.text().endsWith(
+        "-- Device Request Response: Status = 00\r\n 12 \r\n"));
 }
 
 /// A script asks a device that does not answer GET_DESCRIPTOR for its status, 74 times a second.

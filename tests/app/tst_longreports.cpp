@@ -39,8 +39,13 @@ struct ReportBench : OwnerBench
             serial->receive(std::exchange(m_replies, {}));
     }
 
-    bool paneIsComplete() const { return pane.toPlainText() == lines(report()); }
-    QString report() const { return tools.viewer.controls().DescInfo.text(); }
+    bool paneIsComplete()
+    {
+        const qsizetype size = report().size() - report().count(QLatin1String("\r\n"));
+        return pane.document()->characterCount() - 1 == size &&
+               pane.toPlainText() == lines(report());
+    }
+    QString report() { return tools.viewer.controls().DescInfo.text(); }
 
     QWidget &viewer = open("UtilDV");
     QPushButton &get = child<QPushButton>(viewer, "GetDesc");
