@@ -321,8 +321,6 @@ void WholeConsole::requireSound()
             "the button Connect states what it does");
     require(state.Logging == state.Main.FileClose.isEnabled(),
             "a log can be closed if one is open");
-    require(state.LinkState != LinkStates::Closed || !state.leases.current(),
-            "a closed connection has no exchange");
     require(state.mainWindowLocks >= 0, "no lock is released twice");
     require(serial->unsent() + tcp->unsent() < 2 * VornComm::UnsentLimit, "what waits is bounded");
     require(dialogs.messages.size() <= BoxesPerCause * causes, "the number of boxes is bounded");

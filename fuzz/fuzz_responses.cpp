@@ -46,8 +46,6 @@ public:
             open(Window::Flash);
         if (has(Choice::NetworkWindow))
             open(Window::Network);
-        open(Window::Builder);
-        m_subject.tools.builder.sendClicked();
         if (has(Choice::FtdiUtility)) {
             open(Window::Ftdi);
             m_subject.tools.ftdi.readClicked();
@@ -55,6 +53,10 @@ public:
         if (has(Choice::DescriptorViewer)) {
             open(Window::Viewer);
             m_subject.tools.viewer.getDescClicked();
+        }
+        if (!has(Choice::FtdiUtility) && !has(Choice::DescriptorViewer)) {
+            open(Window::Builder);
+            m_subject.tools.builder.sendClicked();
         }
         if (has(Choice::ScriptRuns))
             m_subject.console.scriptRunClicked();
