@@ -32,6 +32,15 @@ public:
     }
 
     QByteArrayView rest() const { return m_bytes; }
+    bool atEnd() const { return m_bytes.isEmpty(); }
+
+    /// The next bytes, fewer at the end.
+    QByteArrayView take(qsizetype count)
+    {
+        const QByteArrayView taken = m_bytes.first(std::min(count, m_bytes.size()));
+        m_bytes = m_bytes.sliced(taken.size());
+        return taken;
+    }
 
 private:
     QByteArrayView m_bytes;

@@ -35,6 +35,7 @@ private slots:
     void stateReadAgain_data();
     void stateReadAgain();
     void duringTheDialog();
+    void anotherExchangeDuringTheDialog();
     void outOfReachDuringADownload();
     void refused();
     void pollingGoesOn();
@@ -365,6 +366,28 @@ void tst_flashscripts::duringTheDialog()
     };
     bench.flash.burnClicked();
     QVERIFY(looked);
+}
+
+/// A read of an EEPROM begins while the user chooses a file.
+void tst_flashscripts::anotherExchangeDuringTheDialog()
+{
+    FlashBench bench;
+    bench.open("b1 00 41"_hex);
+    std::optional<LinkLease> other;
+    bench.dialogs.onChoice = [&] { other = bench.session.leases.acquire(LongExchange::FtdiRead); };
+    bench.download();
+    QVERIFY(other.has_value());
+    QCOMPARE(bench.dialogs.messages.size(), 1);
+    QCOMPARE(bench.dialogs.messages[0].text, refusalBox(LongExchange::FtdiRead).text);
+    QCOMPARE(bench.serial->takeWritten(), QByteArray());
+    QVERIFY(!bench.controls.BtnProgram.isVisible());
+
+    // Once it has ended, a script can be loaded.
+    other.reset();
+    bench.dialogs.onChoice = nullptr;
+    bench.download();
+    QVERIFY(bench.serial->takeWritten().contains("\x1bS!\x1b"));
+    QCOMPARE(bench.dialogs.messages.size(), 1);
 }
 
 void tst_flashscripts::outOfReachDuringADownload()

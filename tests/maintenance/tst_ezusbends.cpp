@@ -44,6 +44,7 @@ private slots:
     void addressIsNoByte();
     void addressBecomesNoByte();
     void closedDuringTheDialog();
+    void disconnectedDuringTheDialog();
     void closedWhileSending();
     void closedWhileWaiting();
     void openedAgainMeanwhile();
@@ -274,6 +275,20 @@ void tst_ezusbends::closedDuringTheDialog()
     bench.convert(LastRecord);
     QCOMPARE(bench.serial->takeWritten(), AutoModeOn);
     QCOMPARE(bench.closings, 0);
+    requireFreed(bench);
+}
+
+/// The file was chosen for the tester of a connection that has ended.
+void tst_ezusbends::disconnectedDuringTheDialog()
+{
+    EzUsbBench bench;
+    bench.dialogs.onChoice = [&] { bench.console.connectClicked(); };
+    bench.convert(LastRecord);
+    QCOMPARE(bench.serial->takeWritten(), QByteArray());
+    QVERIFY(bench.main.CmdWin.text().endsWith(
+        QLatin1String("\r\nThe connection has ended: no firmware was sent")));
+    QVERIFY(bench.dialogs.messages.isEmpty());
+    QCOMPARE(bench.closings, 1);
     requireFreed(bench);
 }
 

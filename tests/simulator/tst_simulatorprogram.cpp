@@ -38,8 +38,9 @@ public:
     }
     ~Program()
     {
-        m_process.kill();
-        m_process.waitForFinished();
+        m_process.terminate();
+        if (!m_process.waitForFinished())
+            m_process.kill();
     }
 
     bool says(const QString &text)

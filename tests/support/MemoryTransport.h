@@ -20,6 +20,7 @@ public:
 
     qint64 heldUp = 0;         ///< bytes that have not left, for all that the console is told
     qint64 heldUpInSystem = 0; ///< the same of bytes in the queue of the system
+    bool holdsWrites = false;  ///< what is written is held up until leave() or close()
 
     // What the console did
     QList<Endpoint> opened;
@@ -41,12 +42,16 @@ public:
     {
         ++closes;
         m_connected = false;
+        if (holdsWrites)
+            heldUp = heldUpInSystem = 0;
     }
     bool isConnected() const override { return m_connected; }
     void setLineSettings(const QByteArray &line) override { settings.append(line); }
     void write(const QByteArray &bytes) override
     {
         written.append(bytes);
+        if (holdsWrites)
+            heldUp += bytes.size();
         if (onWrite)
             onWrite(bytes);
     }
@@ -83,6 +88,28 @@ public:
         m_connected = false;
         emit failed(description);
     }
+    /// The device of a serial port is gone, and the console is notified.
+    void reportVanished()
+    {
+        m_connected = false;
+        emit vanished();
+    }
+    /// Some of the bytes that are held up leave the program: for the tester or, if `intoSystem`,
+    /// for the queue of the system.
+    void leave(qint64 count, bool intoSystem = false)
+    {
+        const qint64 leaving = std::min(count, heldUp);
+        heldUp -= leaving;
+        if (intoSystem)
+            heldUpInSystem += leaving;
+        if (leaving > 0)
+            emit bytesLeft();
+    }
+    /// The same for the queue of the system, without a notification.
+    void leaveSystem(qint64 count) { heldUpInSystem -= std::min(count, heldUpInSystem); }
+    /// Received bytes that the console has not read.
+    qint64 waiting() const { return m_waiting.size(); }
+    void notifyWaiting() { emit bytesArrived(); }
     /// Everything has left.
     void drain()
     {

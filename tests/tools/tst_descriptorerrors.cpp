@@ -62,6 +62,7 @@ private slots:
     void withoutConnection();
     void linkLost();
     void otherRepliesInBetween();
+    void disconnectedWhileWaiting();
 };
 
 void tst_descriptorerrors::failureStatus_data()
@@ -454,6 +455,26 @@ void tst_descriptorerrors::otherRepliesInBetween()
         "-- Device Transfer Response: Status = 00\r\n 01 02 \r\n"));
     bench.reply(probeAnswer(9));
     QCOMPARE(bench.sent(), request("80 06 00 02 00 00 09 00"_hex));
+}
+
+/// A retrieval that waits for the reply to another request ends with the connection.
+void tst_descriptorerrors::disconnectedWhileWaiting()
+{
+    ViewerBench bench;
+    bench.console.requests().send(DeviceRequests::Client::Builder,
+                                  "02 80 06 00 01 00 00 12 00"_hex);
+    bench.sent();
+    bench.start();
+    QCOMPARE(bench.sent(), QByteArray());
+    QVERIFY(!bench.controls.GetDesc.isEnabled());
+    bench.console.connectClicked();
+    QVERIFY(bench.endedWith("Timeout"));
+    QCOMPARE(bench.sent(), QByteArray());
+
+    // The next retrieval does not wait.
+    bench.run();
+    bench.start();
+    QCOMPARE(bench.sent(), request("80 06 00 01 00 00 12 00"_hex));
 }
 
 VANTREL_TEST(tst_descriptorerrors)
