@@ -107,8 +107,6 @@ public:
     }
     /// The same for the queue of the system, without a notification.
     void leaveSystem(qint64 count) { heldUpInSystem -= std::min(count, heldUpInSystem); }
-    /// Received bytes that the console has not read.
-    qint64 waiting() const { return m_waiting.size(); }
     void notifyWaiting() { emit bytesArrived(); }
     /// Everything has left.
     void drain()
