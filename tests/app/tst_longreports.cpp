@@ -39,11 +39,14 @@ struct ReportBench : OwnerBench
             serial->receive(std::exchange(m_replies, {}));
     }
 
-    bool paneIsComplete()
+    bool paneIsComplete() { return pane.toPlainText() == lines(report()); }
+    /// Lets turns of the event loop pass until the pane is complete.
+    bool showAll()
     {
-        const qsizetype size = report().size() - report().count(QLatin1String("\r\n"));
-        return pane.document()->characterCount() - 1 == size &&
-               pane.toPlainText() == lines(report());
+        const qsizetype size = lines(report()).size();
+        for (int i = 0; i < 100'000 && pane.document()->characterCount() - 1 != size; ++i)
+            QCoreApplication::processEvents();
+        return paneIsComplete();
     }
     QString report() { return tools.viewer.controls().DescInfo.text(); }
 
@@ -91,7 +94,7 @@ void tst_longreports::largestReport()
     QVERIFY(bench.report().endsWith(QLatin1String("--- The report is limited to 8 MB\r\n")));
     QVERIFY(!bench.paneIsComplete());
     QVERIFY(!openWindow<QMessageBox>("MessageBox"));
-    QTRY_VERIFY_WITH_TIMEOUT(bench.paneIsComplete(), 120'000);
+    QVERIFY(bench.showAll());
     QVERIFY(bench.pane.textCursor().atEnd());
 }
 
@@ -122,8 +125,6 @@ void tst_longreports::copiedWhileItIsShown()
     QVERIFY(!bench.paneIsComplete());
     QTest::keyClick(&bench.pane, Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(QGuiApplication::clipboard()->text(), lines(bench.report()));
-    QTRY_VERIFY_WITH_TIMEOUT(bench.paneIsComplete(), 120'000);
-    QCOMPARE(QGuiApplication::clipboard()->text(), bench.pane.toPlainText());
 }
 
 void tst_longreports::nextReportWhileItIsShown()
@@ -134,7 +135,7 @@ void tst_longreports::nextReportWhileItIsShown()
     QCoreApplication::processEvents();
     bench.walk();
     QCOMPARE(bench.report(), first);
-    QTRY_VERIFY_WITH_TIMEOUT(bench.paneIsComplete(), 120'000);
+    QVERIFY(bench.showAll());
     QCOMPARE(bench.pane.toPlainText().count(QLatin1String("===== Device Descriptor =====")), 1);
 }
 
