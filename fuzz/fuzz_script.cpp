@@ -66,9 +66,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const qsizetype length = std::min<qsizetype>(16 * input.choice(), LongestScript);
     const int copies = 1 + input.choice() % 16; // a few bytes of input give many chunks
     Download download(subject, input.take(length).toByteArray().repeated(copies));
+    // The one window that can send by itself during the download.
+    subject.open(Window::Network);
+    subject.receivePacket(QByteArray::fromHex("b6c0a8010ac0a80101ffffff00001122334455"));
     if (subject.session().Main.ScriptLoad.isEnabled())
         download.begin();
-    fuzz::Scenario scenario(subject, {});
+    fuzz::Scenario scenario(subject, {Window::Network});
     scenario.check([&download] { download.requirePrefix(); });
     scenario.run(input);
     subject.requireLog();
