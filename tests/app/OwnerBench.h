@@ -6,6 +6,8 @@
 
 #include <QMessageBox>
 
+#include <chrono>
+
 namespace vantrel::test {
 
 /// The console with all its windows and real dialogs, joined as in the program, connected to a
@@ -16,6 +18,8 @@ struct OwnerBench
     {
         QFile(namesFile).open(QIODevice::WriteOnly);
         stopTicks(window);
+        // What is received is processed in one turn of the event loop.
+        console.link().setReceiveClock([] { return std::chrono::nanoseconds(0); });
         addToolWindows(tools, console, window);
         window.show();
         waitUntilActive(window);

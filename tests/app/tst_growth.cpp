@@ -84,7 +84,7 @@ void compareThousands(GrowthBench &bench, Thousand &&thousand)
     qInfo("in use after the first: %lld bytes, %+lld after the second",
           static_cast<long long>(first), static_cast<long long>(growth));
     QVERIFY2(growth <= GrowthAllowed, qPrintable(QString::number(growth)));
-    QCOMPARE(openDescriptors(), descriptors);
+    QVERIFY(openDescriptors() <= descriptors); // a thread of a file dialog may still end
 }
 
 } // namespace
