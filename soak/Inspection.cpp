@@ -15,7 +15,6 @@
 #include <QCoroTimer>
 #include <QDir>
 #include <QFile>
-#include <QPixmapCache>
 #include <QWidget>
 
 #include <array>
@@ -206,7 +205,6 @@ QCoro::Task<> Inspection::end()
     requireNothingUnderWay();
     checkLog();
     m_subject.target->restore();
-    QPixmapCache::clear(); // every file dialog leaves icons of its own there, up to 10 MB
     m_vitals.sampleAtRest(vitalsNow(m_journal));
 }
 

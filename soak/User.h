@@ -57,7 +57,8 @@ public:
     /// One action, or a moment of rest.
     void act();
 
-    /// Refuses whatever waits for an answer. False when nothing does.
+    /// Refuses whatever waits for an answer, but closes a window in which something is being
+    /// written. False when nothing waits.
     bool refuse();
 
 private:

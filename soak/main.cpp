@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
+#include <QPixmapCache>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -85,6 +86,8 @@ int main(int argc, char **argv)
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setQuitOnLastWindowClosed(false);
+    // Every file dialog adds icons of its own, up to 10 MB. clear() would leave the keys behind.
+    QPixmapCache::setCacheLimit(0);
     const Request request = readCommandLine(application);
     std::printf("Soak of %g minutes, seed %u\n", request.minutes, request.seed);
     std::fflush(stdout);
