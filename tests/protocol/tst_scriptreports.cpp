@@ -5,7 +5,6 @@
 #include "support/SessionState.h"
 #include "support/TestProgram.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 using namespace vantrel;
@@ -329,12 +328,8 @@ void TestScriptReports::deepNesting()
 {
     constexpr int Depth = RecvDecode::MostNested - 1;
     ScriptBench bench("Running");
-    QElapsedTimer timer;
-    timer.start();
-
     bench.dispatch("a0 00 07"_hex.repeated(Depth) + "83"_hex);
 
-    QVERIFY2(timer.elapsed() < 10'000, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(bench.commandPane(), QLatin1String("\r\nSuspending"));
     QVERIFY(bench.responses().endsWith("*** Script Response -- Index:  7\r\n"));
     QCOMPARE(bench.session.RxPacket, "83"_hex);
