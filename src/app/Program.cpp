@@ -13,7 +13,6 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <QTextStream>
-#include <QTimer>
 
 namespace vantrel {
 
@@ -86,8 +85,10 @@ std::optional<QString> Program::start()
     m_main.show();
     loadConsole();
     applyOptions();
-    if (tour) // by the event loop, which a tour that fails at once is to end
-        QTimer::singleShot(0, &m_main, [this] { takeTour(); });
+    // By the event loop, which a tour that fails at once is to end.
+    if (tour)
+        QMetaObject::invokeMethod(
+            &m_main, [this] { takeTour(); }, Qt::QueuedConnection);
     return std::nullopt;
 }
 

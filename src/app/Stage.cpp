@@ -302,10 +302,11 @@ QCoro::Task<> Stage::expectBox(QString title, QString text, QString picture)
 {
     co_await expectDialog(QStringLiteral("MessageBox"));
     auto *const box = qobject_cast<QMessageBox *>(dialog(QStringLiteral("MessageBox")));
-    if (box == nullptr || box->windowTitle() != title || box->text() != text)
+    if (box == nullptr || box->windowTitle() != title || box->text() != text) {
         throw TourFailure(QStringLiteral("expected the box \"%1\": \"%2\"; open is \"%3\": \"%4\"")
                               .arg(title, text, box ? box->windowTitle() : QString(),
                                    box ? box->text() : QString()));
+    }
     print(QStringLiteral("    box      | %1: %2").arg(title, text));
     if (!picture.isEmpty())
         this->picture(picture, box);

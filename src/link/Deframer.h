@@ -21,6 +21,25 @@ constexpr qint16 EscInBody = 3;  ///< ESC seen inside a body
 constexpr qint16 Complete = 4;   ///< a packet is complete and being handed over
 } // namespace RxStates
 
+/// Calls the handler of a packet. False when it has a result and returned false.
+template <typename OnPacket>
+bool handlePacket(OnPacket &onPacket)
+{
+    if constexpr (std::is_void_v<std::invoke_result_t<OnPacket>>) {
+        onPacket();
+        return true;
+    } else {
+        return onPacket();
+    }
+}
+
+/// The first ESC from `from` on, or `end`.
+inline const char *findEsc(const char *from, const char *end)
+{
+    const void *found = std::memchr(from, wire::Esc, static_cast<size_t>(end - from));
+    return found ? static_cast<const char *>(found) : end;
+}
+
 /// Cuts a byte stream into packets. `state` and `body` carry what is unfinished from call to call;
 /// onPacket() is called with each complete body in `body`, which stays there until the next packet
 /// starts. Returns how many bytes were processed: all, unless onPacket() has a result and returned
@@ -33,26 +52,14 @@ constexpr qint16 Complete = 4;   ///< a packet is complete and being handed over
 template <typename OnPacket>
 qsizetype deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacket &&onPacket)
 {
-    const auto continues = [&onPacket] {
-        if constexpr (std::is_void_v<std::invoke_result_t<OnPacket>>) {
-            onPacket();
-            return true;
-        } else {
-            return onPacket();
-        }
-    };
     const char *at = bytes.data();
     const char *const end = at + bytes.size();
-    const auto untilEsc = [end](const char *from) {
-        const void *found = std::memchr(from, wire::Esc, static_cast<size_t>(end - from));
-        return found ? static_cast<const char *>(found) : end;
-    };
 
     while (at != end) {
         switch (state) {
         case RxStates::Hunting:
             if (*at != wire::Esc) // it is, where one packet follows the other
-                at = untilEsc(at);
+                at = findEsc(at, end);
             if (at != end) {
                 ++at;
                 state = RxStates::EscOutside;
@@ -66,7 +73,7 @@ qsizetype deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacke
             }
             break;
         case RxStates::InBody: {
-            const char *const esc = untilEsc(at);
+            const char *const esc = findEsc(at, end);
             appendRun(body, at, esc - at);
             at = esc;
             if (at != end) {
@@ -82,7 +89,7 @@ qsizetype deframe(qint16 &state, QByteArray &body, QByteArrayView bytes, OnPacke
                 body.resize(0);
             } else if (byte == wire::End) {
                 state = RxStates::Complete;
-                const bool ended = !continues();
+                const bool ended = !handlePacket(onPacket);
                 state = RxStates::Hunting;
                 if (ended)
                     return at - bytes.data();

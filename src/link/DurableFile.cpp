@@ -194,7 +194,7 @@ std::optional<QString> makePrivateDirectory(const QString &path)
 
     const QString parent = QFileInfo(QDir::cleanPath(path)).path();
     if (parent != path) {
-        if (const auto failure = makePrivateDirectory(parent))
+        if (auto failure = makePrivateDirectory(parent))
             return failure;
     }
     int error = ::mkdir(bytes.constData(), 0700) == 0 ? 0 : errno;

@@ -46,7 +46,7 @@ QString escaped(QChar character)
     case u'\\':
         return QLatin1Char('\\') + QString(character);
     default:
-        return QString(character);
+        return {character};
     }
 }
 
@@ -160,15 +160,17 @@ QString shownPath(const QString &path)
     for (qsizetype at = 0; at < path.size(); ++at) {
         const QChar character = path[at];
         const QString visible = escaped(character);
-        if (isUndecodedByte(path, at))
+        const bool isControlCharacter = visible == character && isControl(character);
+        if (isUndecodedByte(path, at)) {
             shown += escapedByte(character.unicode() - UndecodedBase);
-        else if (visible == character && isControl(character) && character.unicode() < 0x80)
+        } else if (isControlCharacter && character.unicode() < 0x80) {
             shown += escapedByte(character.unicode());
-        else if (visible == character && isControl(character))
-            shown +=
-                QStringLiteral("\\u%1").arg(uint{character.unicode()}, 4, 16, QLatin1Char('0'));
-        else
+        } else if (isControlCharacter) {
+            const uint code = character.unicode();
+            shown += QStringLiteral("\\u%1").arg(code, 4, 16, QLatin1Char('0'));
+        } else {
             shown += visible;
+        }
     }
     return shown;
 }

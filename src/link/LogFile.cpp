@@ -36,7 +36,7 @@ std::optional<QString> LogFile::open(const QString &path)
     // Appending: after another program has truncated the file, a position kept here would lie
     // beyond its end, and the bytes between would read as NUL.
     const auto mode = QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
-    if (const auto failure = openRegularFile(m_file, path, mode))
+    if (auto failure = openRegularFile(m_file, path, mode))
         return failure;
     std::optional<QString> failure;
     if (!lockFile(m_file, FileLock::Exclusive))

@@ -457,8 +457,9 @@ QCoro::Task<bool> FtdiUtility::mayProgramWithoutBackup(QString failure)
     const Answer answer = co_await m_dialogs.messageBox(message);
     if (answer != Answer::Yes || m_running || !token.isWindowOpen())
         co_return false;
-    if (!token.isLinkKept())
+    if (!token.isLinkKept()) {
         co_await tell(QStringLiteral("The connection has ended. Nothing was sent."));
+    }
     co_return token.isActive();
 }
 

@@ -12,13 +12,13 @@ namespace {
 
 QString entryOf(const QString &directory, const QString &part)
 {
-    const QString literal = directory + QLatin1Char('/') + part;
+    QString literal = directory + QLatin1Char('/') + part;
     if (fileStatus(literal).exists())
         return literal;
     const auto unescaped = pathFromShown(part);
     if (!unescaped || unescaped->contains(QLatin1Char('/')))
         return literal;
-    const QString path = directory + QLatin1Char('/') + *unescaped;
+    QString path = directory + QLatin1Char('/') + *unescaped;
     return fileStatus(path).exists() ? path : literal;
 }
 
@@ -26,7 +26,7 @@ QString entryOf(const QString &directory, const QString &part)
 
 QString typedPath(const QString &typed, const QString &directory)
 {
-    const QString name = QDir::fromNativeSeparators(typed); // there are no escapes on Windows
+    QString name = QDir::fromNativeSeparators(typed); // there are no escapes on Windows
     const bool fromRoot = name.startsWith(QLatin1Char('/'));
     if (!fromRoot && QDir::isAbsolutePath(name))
         return name;
