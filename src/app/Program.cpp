@@ -36,6 +36,8 @@ Program::Program(Options options)
             number, m_options.serialDevices.at(static_cast<std::size_t>(number - 1)));
     }
     m_console.session().UnsignedWords = m_options.unsignedWords;
+    m_tourStart.setSingleShot(true);
+    m_tourStart.callOnTimeout([this] { takeTour(); });
     QObject::connect(&m_console.closeGuard(), &CloseGuard::interrupted, &printError);
     QObject::connect(&m_stopSignals, &StopSignals::stopRequested, &m_main,
                      [this](int signal) { stop(signal); });
@@ -87,8 +89,7 @@ std::optional<QString> Program::start()
     applyOptions();
     // By the event loop, which a tour that fails at once is to end.
     if (tour)
-        QMetaObject::invokeMethod(
-            &m_main, [this] { takeTour(); }, Qt::QueuedConnection);
+        m_tourStart.start();
     return std::nullopt;
 }
 

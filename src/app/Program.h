@@ -12,6 +12,7 @@
 #include "windows/DialogBoxes.h"
 
 #include <QCoroTask>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -58,6 +59,7 @@ private:
     Tools m_tools;
     Main m_main;
     StopSignals m_stopSignals;
+    QTimer m_tourStart;
     std::unique_ptr<simulator::Tester> m_tester;
     std::unique_ptr<simulator::TcpEnd> m_testerEnd;
     std::optional<int> m_signal;

@@ -60,11 +60,10 @@ std::optional<QString> openRegularFile(QFile &file, const QString &path, QIODevi
 
     struct stat status = {};
     std::optional<QString> failure;
-    if (::fstat(descriptor, &status) != 0)
-        failure = qt_error_string(errno);
-    else if (!S_ISREG(status.st_mode))
+    const bool isKnown = ::fstat(descriptor, &status) == 0;
+    if (isKnown && !S_ISREG(status.st_mode))
         failure = notRegular();
-    else if (mode.testFlag(QIODevice::Truncate) && ::ftruncate(descriptor, 0) != 0)
+    else if (!isKnown || (mode.testFlag(QIODevice::Truncate) && ::ftruncate(descriptor, 0) != 0))
         failure = qt_error_string(errno);
     if (!failure && !file.open(descriptor, mode, QFileDevice::AutoCloseHandle))
         failure = file.errorString();

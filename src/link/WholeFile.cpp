@@ -49,10 +49,11 @@ QByteArrayView WholeFile::readSlice()
 
 void WholeFile::checkSize(qint64 size) const
 {
-    if (size > m_limit)
+    if (size > m_limit) {
         throw RuntimeError::file(
             QStringLiteral("The file has %1 bytes, at most %2 are read").arg(size).arg(m_limit),
             m_path);
+    }
 }
 
 void WholeFile::checkUnchanged() const

@@ -20,7 +20,7 @@ qint64 Clock::now() const
 
 Clock::Entry Clock::after(qint64 milliseconds, std::function<void()> action)
 {
-    const Entry entry = m_due.emplace(now() + milliseconds, std::move(action));
+    const auto entry = m_due.emplace(now() + milliseconds, std::move(action));
     arm();
     return entry;
 }

@@ -58,7 +58,8 @@ QCoro::Task<Answer> DialogBoxes::messageBox(Message message)
 
 MessageBox *DialogBoxes::boxFor(const Message &message)
 {
-    m_boxes.removeIf([](const QPointer<MessageBox> &box) { return !box || !box->isVisible(); });
+    m_boxes.removeIf(
+        [](const QPointer<MessageBox> &box) { return box.isNull() || !box->isVisible(); });
     for (const QPointer<MessageBox> &box : std::as_const(m_boxes)) {
         if (box->isOpenFor(message))
             return box;
