@@ -67,7 +67,7 @@ public:
     /// When a window shows a text that core has set or appended.
     enum class Pace : quint8 {
         AtOnce,
-        OnceATurn, ///< of the event loop, the last one: for what changes with every packet
+        Coalesced, ///< once per turn of the event loop: for texts that change with every packet
     };
 
     /// Adds itself to `registry`, which the owner of the controls keeps. A `lineLimit` above 0

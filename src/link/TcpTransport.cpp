@@ -119,7 +119,7 @@ qint64 TcpTransport::read(char *buffer, qint64 capacity)
         return 0; // what is left is notified again
     const qint64 count = m_socket.read(buffer, most);
     if (count < 0) {
-        fail(); // the socket tells of the end of a stream by its result alone
+        fail(); // the result is the only report of the end of a stream
         return 0;
     }
     m_taken += count;

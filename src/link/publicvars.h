@@ -74,11 +74,11 @@ struct MainControls
     // Log
     Control LogFrame{all, "LogFrame"};
     Control LogInfo{all, "LogInfo"};
-    Control LogSizeInfo{all, "LogSizeInfo", Control::Pace::OnceATurn};
+    Control LogSizeInfo{all, "LogSizeInfo", Control::Pace::Coalesced};
 
     // Panes
     static constexpr int CommandLines = 5000; ///< the last ones are kept
-    Control CmdWin{all, "CmdWin", Control::Pace::OnceATurn, CommandLines};
+    Control CmdWin{all, "CmdWin", Control::Pace::Coalesced, CommandLines};
     Control RespWin{all, "RespWin"};
 
     // Status area

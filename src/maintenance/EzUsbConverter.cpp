@@ -208,7 +208,7 @@ void EzUsbConverter::beginDownload(PacketHold &others)
     m_controls.ConvertProgress.setVisible(true);
 }
 
-bool EzUsbConverter::goesOn(const CancelToken &token) const
+bool EzUsbConverter::isExchangeActive(const CancelToken &token) const
 {
     return token.isActive() && m_link.isConnected();
 }
@@ -270,7 +270,8 @@ QCoro::Task<EzUsbConverter::Ending> EzUsbConverter::sendRecords(TextLines &lines
 
         const WaitEnd turn = co_await m_session.waits.oneTurn();
         const bool accepted = co_await m_link.bytesAccepted();
-        if (!accepted || m_session.ScriptError || turn == WaitEnd::Closed || !goesOn(token))
+        if (!accepted || m_session.ScriptError || turn == WaitEnd::Closed ||
+            !isExchangeActive(token))
             co_return Ending::Stopped;
         m_controls.Loaded.setText(numberText(m_line));
         showProgress(lines, write);
@@ -288,13 +289,13 @@ void EzUsbConverter::showProgress(const TextLines &lines, PendingWrite &write)
 
 QCoro::Task<bool> EzUsbConverter::awaitEnd(const CancelToken &token)
 {
-    const auto ended = [this, &token] { return m_session.ScriptDone || !goesOn(token); };
+    const auto ended = [this, &token] { return m_session.ScriptDone || !isExchangeActive(token); };
     const bool sent = co_await m_link.bytesSent(ended);
     WaitEnd end = WaitEnd::TimedOut;
     if (sent) {
         end = co_await m_session.waits.until(ended, deadlineIn(m_session, EndTicks));
     }
-    const bool reported = end == WaitEnd::Answered && goesOn(token);
+    const bool reported = end == WaitEnd::Answered && isExchangeActive(token);
     m_session.ScriptDone = true;
     co_return reported;
 }

@@ -92,7 +92,7 @@ private:
     QCoro::Task<> showMessage(QString text, QString title);
     void showFile(const QString &path);
     void beginDownload(PacketHold &others);
-    bool goesOn(const CancelToken &token) const;
+    bool isExchangeActive(const CancelToken &token) const;
     QCoro::Task<> endDownload(PacketHold &others, const CancelToken &token);
     void send(PacketHold &others, quint16 address, QByteArrayView data);
     void holdCpu(PacketHold &others, bool hold);

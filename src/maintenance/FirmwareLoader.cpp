@@ -192,7 +192,7 @@ QCoro::Task<bool> FirmwareLoader::imageFitsTester()
 
 QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const CancelToken &token)
 {
-    const auto ended = [this, &token] { return m_session.FwBlockAck || !goesOn(token); };
+    const auto ended = [this, &token] { return m_session.FwBlockAck || !isExchangeActive(token); };
     PendingWrite write(m_session, WriteKind::FirmwareDownload, blocksOf(m_image.size()));
     for (qsizetype offset = 0; offset < m_image.size();) {
         const QByteArray block = m_image.mid(offset, wire::FirmwareBlockLimit);
@@ -205,14 +205,14 @@ QCoro::Task<FirmwareLoader::Ending> FirmwareLoader::sendBlocks(const CancelToken
         const WaitEnd end = co_await m_session.waits.until(ended, deadline);
         if (end == WaitEnd::TimedOut)
             co_return Ending::TimedOut;
-        if (end == WaitEnd::Closed || !goesOn(token))
+        if (end == WaitEnd::Closed || !isExchangeActive(token))
             co_return Ending::Interrupted;
         write.setDone(blocksOf(offset));
     }
     co_return Ending::Sent;
 }
 
-bool FirmwareLoader::goesOn(const CancelToken &token) const
+bool FirmwareLoader::isExchangeActive(const CancelToken &token) const
 {
     return token.isActive() && m_link.isConnected();
 }

@@ -89,7 +89,7 @@ private:
     QCoro::Task<bool> imageFitsTester();
     QCoro::Task<Ending> sendBlocks(const CancelToken &token);
     QCoro::Task<> restartTester(const CancelToken &token);
-    bool goesOn(const CancelToken &token) const;
+    bool isExchangeActive(const CancelToken &token) const;
     bool reconnect();
     void interrupted(const CancelToken &token);
     void showNoImage();

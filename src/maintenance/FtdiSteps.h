@@ -10,7 +10,7 @@ namespace vantrel {
 
 class FtdiEeprom;
 
-/// One vendor request to an FTDI device, and what the user is told when it fails.
+/// One vendor request to an FTDI device, and the message when it fails.
 struct FtdiStep
 {
     SetupPacket setup;

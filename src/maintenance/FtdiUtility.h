@@ -112,7 +112,7 @@ private:
     struct RunEnd
     {
         bool completed = false;
-        QString failure; ///< what the user is told, if anything
+        QString failure; ///< the message to the user, if there is one
     };
 
     QCoro::Task<> read();

@@ -16,8 +16,8 @@ QByteArray connectReport(const VirtualDevice &device);
 /// Body of the report that the device at the address has gone.
 QByteArray disconnectReport(quint8 address);
 
-/// The tester looks after the bus by itself: it configures the devices it finds and reports those
-/// that come and go, or that have gone and come back by themselves.
+/// The tester manages the bus without commands: it configures the devices it finds and reports
+/// those that come and go, or that have gone and come back by themselves.
 class AutomaticMode
 {
 public:

@@ -45,7 +45,7 @@ constexpr qsizetype ConfigurationCount = 18;
 /// Language of all strings: US English.
 constexpr quint16 LanguageId = 0x0409;
 
-/// What a device tells of itself, as raw descriptors. They may be as wrong as a test wants them.
+/// The raw descriptors of a device. They may be invalid.
 struct DeviceDescriptors
 {
     QByteArray device;                ///< 18 bytes
@@ -72,7 +72,7 @@ Speed fastestSpeed(const DeviceDescriptors &descriptors);
 /// The configuration as a high-speed device shows it at full speed: no packet above 64 bytes.
 QByteArray atFullSpeed(QByteArray configuration);
 
-/// What a high-speed device tells of itself at the other speed.
+/// The descriptors of a high-speed device at the other speed.
 QByteArray deviceQualifier(const DeviceDescriptors &descriptors);
 
 /// At most 126 UTF-16 units fit; the rest of the text is cut.

@@ -17,7 +17,7 @@ struct CommandSet
     bool contains(quint8 code) const { return all || codes.contains(code); }
 };
 
-/// What goes wrong. Every field may change at any time; the defaults are a tester in good health.
+/// What goes wrong. Every field may change at any time; by default the tester has no fault.
 /// Refusal and device status hold for the steps of a running script as well.
 struct Faults
 {

@@ -10,7 +10,7 @@
 
 namespace vantrel::simulator {
 
-/// A USB serial converter that keeps what it tells of itself in an EEPROM of 64 words.
+/// A USB serial converter that keeps its configuration in an EEPROM of 64 words.
 ///
 /// Vendor requests read a word (0xC0 0x90, wIndex the word; low byte first), erase the EEPROM
 /// (0x40 0x92), set the latency timer (0x40 0x09, wValue low byte) and write a word (0x40 0x91,

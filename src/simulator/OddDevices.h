@@ -12,7 +12,7 @@ class VirtualDevice;
 
 /// Names three strings, and stalls on every request for one.
 std::unique_ptr<VirtualDevice> makeStringStall();
-/// At most 11 bytes of a string come, which is in the middle of a character; bLength tells of more.
+/// At most 11 bytes of a string come, which is in the middle of a character; bLength is greater.
 std::unique_ptr<VirtualDevice> makeStringShort();
 /// The bLength of each string is 0.
 std::unique_ptr<VirtualDevice> makeStringEmpty();

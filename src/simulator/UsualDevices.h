@@ -7,7 +7,7 @@ namespace vantrel::simulator {
 
 class VirtualDevice;
 
-// Devices in good health.
+// Devices without faults.
 
 /// Low speed, two interfaces for human input, no strings, remote wakeup.
 std::unique_ptr<VirtualDevice> makeKeyboard();

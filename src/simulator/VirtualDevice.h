@@ -69,7 +69,7 @@ protected:
     /// The descriptor a GET_DESCRIPTOR asks for, uncut; nothing when the device has none.
     virtual std::optional<QByteArray> descriptor(const SetupPacket &setup) const;
 
-    /// What the device tells of itself from now on.
+    /// Replaces the descriptors of the device.
     void setDescriptors(DeviceDescriptors descriptors);
     /// Leaves the bus and comes back at once: at the same address, unconfigured, with these.
     void reconnect(DeviceDescriptors descriptors);

@@ -186,7 +186,7 @@ void RequestBuilder::showReading()
 {
     QString reading;
     try {
-        reading = plainReading(setupPacket(), m_dataCount);
+        reading = describeRequest(setupPacket(), m_dataCount);
     } catch (const RuntimeError &) {
         reading.clear();
     }

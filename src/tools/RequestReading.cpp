@@ -245,7 +245,7 @@ QString bytes(int count, const QString &kind)
 
 } // namespace
 
-QString plainReading(const SetupPacket &setup, int dataBytes)
+QString describeRequest(const SetupPacket &setup, int dataBytes)
 {
     const bool toHost = (setup.bmRequestType & DeviceToHost) != 0;
     QStringList parts{request(setup)};

@@ -14,6 +14,6 @@ constexpr quint8 DeviceToHost = 0x80;
 /// bytes". Names are those of USB 2.0, 9.4; what has no name there is shown as its number, so any
 /// packet has a reading. `dataBytes`, the bytes entered for the data stage, are mentioned when a
 /// request to the device announces another number.
-QString plainReading(const SetupPacket &setup, int dataBytes);
+QString describeRequest(const SetupPacket &setup, int dataBytes);
 
 } // namespace vantrel

@@ -15,7 +15,8 @@ namespace Ui {
 class FindBar;
 }
 
-/// Looks for a text in a pane, in any case of its letters, and goes round at the pane's ends.
+/// Looks for a text in a pane, in any case of its letters, and continues at the other end of the
+/// pane.
 ///
 /// Hidden until Ctrl+F opens it anywhere in the pane's window. Enter and F3 go to the next match,
 /// Shift+Enter and Shift+F3 to the one before; Escape closes the bar, and nothing else while it is

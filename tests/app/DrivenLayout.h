@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "support/FileContents.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -17,12 +19,6 @@ inline constexpr uid_t Nobody = 65534;
 inline QString text(const char *latin1)
 {
     return QString::fromLatin1(latin1);
-}
-
-inline QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
 }
 
 /// A copy of a program in a "bin" of its own, a user's home and the directories of a system.

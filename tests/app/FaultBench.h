@@ -48,7 +48,7 @@ public:
     /// The serial adapter is back, if it has been pulled.
     void plugIn();
 
-    // Tool windows, by name. Without real ones, only their cores are told.
+    // Tool windows, by name. Without real ones, only their behaviours are notified.
     void open(const char *window);
     void close(const char *window);
     bool isOpen(const char *window) const;

@@ -25,7 +25,7 @@ enum class Fault {
     Garbage,        ///< bytes between its packets
     Flood,          ///< thousands of reports, at once
     Dropped,        ///< it ends the connection
-    Pulled,         ///< the adapter of a serial line is pulled: nobody is told of that
+    Pulled,         ///< the adapter of a serial line is pulled: no failure is reported
     WindowClosed,   ///< the operation's window is closed
     OtherOperation, ///< the user starts a descriptor walk, unless the operation says otherwise
     Reconnected,    ///< the user presses Disconnect and Connect

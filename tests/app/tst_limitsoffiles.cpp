@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/NetworkBench.h"
 #include "console/Main.h"
+#include "support/FileContents.h"
 #include "support/FileSizeLimit.h"
 #include "support/TestProgram.h"
 #include "support/Turns.h"
@@ -18,12 +19,6 @@ using namespace vantrel;
 using namespace vantrel::test;
 
 namespace {
-
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
 
 /// The whole program, connected, with the tester's set-up behind it.
 struct SessionBench : NetworkBench
@@ -60,7 +55,7 @@ struct SessionBench : NetworkBench
         return line;
     }
 
-    /// The console is connected and polls; nobody was told more than `boxes` boxes.
+    /// The console is connected and polls; no more than `boxes` boxes were opened.
     void compareWorking(qsizetype boxes)
     {
         QVERIFY(turnsUntil([this] { return session().StatusSeen; }));

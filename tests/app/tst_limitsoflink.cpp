@@ -150,7 +150,7 @@ int sendUntilRefused(VornComm &link)
     return taken;
 }
 
-/// For a minute nobody tells or keeps anything, and an action of the user is told.
+/// For a minute nothing is reported or kept, except that an action of the user is reported.
 void compareQuietButTelling(Bench &bench)
 {
     bench.console.clearClicked();

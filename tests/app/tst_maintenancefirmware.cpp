@@ -238,7 +238,7 @@ void tst_maintenancefirmware::runningScript()
 }
 
 /// The console looks for the tester at once, and too early: the restart takes that connection too,
-/// which the user is told like any other loss.
+/// which is reported like any other loss.
 void tst_maintenancefirmware::closedInThePause()
 {
     OverTcp bench;

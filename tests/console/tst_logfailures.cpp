@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/Utils.h"
 #include "support/ConsoleBench.h"
+#include "support/FileContents.h"
 #include "support/FileSizeLimit.h"
 #include "support/ForkedProcess.h"
 #include "support/TestProgram.h"
@@ -13,12 +14,6 @@ using namespace vantrel;
 using namespace vantrel::test;
 
 namespace {
-
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
 
 /// A console with a log file chosen in its dialog.
 struct LoggingConsole : ConsoleBench

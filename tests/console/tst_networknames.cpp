@@ -223,7 +223,7 @@ void TestNetworkNames::illegal_data()
     row("comma", QStringLiteral("a,b"), QStringLiteral(","));
     row("quote", QStringLiteral("\"a\""), QStringLiteral("\""));
     row("apostrophe", QStringLiteral("it's"), QStringLiteral("'"));
-    row("the first is told", QStringLiteral("a_b c"), QStringLiteral("_"));
+    row("the first is reported", QStringLiteral("a_b c"), QStringLiteral("_"));
     row("colon of a port", QStringLiteral("10.0.0.7:7"), QStringLiteral(":"));
     row("<New>", QStringLiteral("<New>"), QStringLiteral("<"));
     row("umlaut", QStringLiteral("pr\u00FCfer"), QStringLiteral("\u00FC"));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "link/LogFile.h"
+#include "support/FileContents.h"
 #include "support/TestProgram.h"
 
 #include <QFile>
@@ -15,16 +16,6 @@
 
 using namespace vantrel;
 using namespace vantrel::test;
-
-namespace {
-
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
-
-} // namespace
 
 /// The session log on disk.
 class TestLogFile : public QObject

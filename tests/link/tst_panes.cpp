@@ -2,6 +2,7 @@
 #include "link/BoundedText.h"
 #include "link/Utils.h"
 #include "link/publicvars.h"
+#include "support/FileContents.h"
 #include "support/FileSizeLimit.h"
 #include "support/TestProgram.h"
 
@@ -22,12 +23,6 @@ const QByteArray CutMarker = "...\r\n...\r\n";
 QByteArray plainlyBounded(const QByteArray &text)
 {
     return text.size() > 20000 ? CutMarker + text.right(20000) : text;
-}
-
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
 }
 
 } // namespace

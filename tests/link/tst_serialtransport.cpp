@@ -124,7 +124,7 @@ void TestSerialTransport::opens()
     QVERIFY(near.transport.isConnected());
 
     const termios line = m_far->settings();
-    // A pseudo-terminal has 8 data bits and no parity whatever it is told.
+    // A pseudo-terminal has 8 data bits and no parity whatever is set.
     QCOMPARE(line.c_cflag & tcflag_t{CSTOPB | CRTSCTS}, tcflag_t{0});
     QCOMPARE(line.c_lflag & tcflag_t{ICANON | ECHO | ISIG}, tcflag_t{0});
     QCOMPARE(line.c_iflag & tcflag_t{IXON | IXOFF | ICRNL | INLCR | ISTRIP}, tcflag_t{0});

@@ -57,7 +57,7 @@ void TestTcpTraffic::writeLeavesAtOnce()
     QVERIFY(server.client()->waitForReadyRead(30'000)); // handles events of the server alone
 }
 
-/// Whoever writes goes on before the failure is told.
+/// The caller that writes continues before the failure is reported.
 void TestTcpTraffic::writeIntoAReset()
 {
     TestServer server;

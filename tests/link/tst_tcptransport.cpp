@@ -169,7 +169,7 @@ void TestTcpTransport::closedByThePeer()
 
     QTRY_COMPARE(client.failures,
                  QStringList{QStringLiteral("The remote host closed the connection")});
-    QVERIFY(!client.connectedAtFailure); // who is told does not write to what is gone
+    QVERIFY(!client.connectedAtFailure); // a handler does not write to a closed socket
     QVERIFY(!client.transport.isConnected());
 }
 

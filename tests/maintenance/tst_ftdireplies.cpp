@@ -69,7 +69,7 @@ void TestFtdiReplies::lateIsDropped()
     QVERIFY(bench.session.RespText.text().isEmpty());
     QCOMPARE(bench.ftdi.image(), FtdiEeprom());
 
-    // Nothing is owed any more: the next read takes its own answers at once.
+    // No reply is outstanding: the next read receives its own replies at once.
     bench.ftdi.readClicked();
     bench.replyWords(realEeprom(), 0, 64);
     QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
@@ -174,7 +174,7 @@ void TestFtdiReplies::lateOverANewLink()
     QCOMPARE(bench.ftdi.image().bytes(), realEeprom());
 }
 
-/// Without a link nothing is sent: the next connection owes no answer.
+/// Without a link nothing is sent: no reply is outstanding on the next connection.
 void TestFtdiReplies::neverAsked()
 {
     FtdiBench bench;
@@ -218,7 +218,7 @@ void TestFtdiReplies::withoutStatus()
     QVERIFY(bench.dialogs.messages.isEmpty());
     bench.tick();
     QCOMPARE(bench.onlyMessage(), QStringLiteral("Vorn Tester not Responding"));
-    bench.reply({}); // still owed
+    bench.reply({}); // still outstanding
     QVERIFY(bench.session.FtdiActive);
 }
 

@@ -8,7 +8,7 @@
 using namespace vantrel::test;
 using namespace vantrel::simulator;
 
-/// What a serial converter tells of itself.
+/// The descriptors of a serial converter.
 class tst_ftdidevice : public QObject
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 using namespace vantrel::test;
 using namespace vantrel::simulator;
 
-/// What the port tells of itself, whatever has been done to it.
+/// The status of the port after each operation.
 class tst_usbport : public QObject
 {
     Q_OBJECT

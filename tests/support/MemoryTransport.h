@@ -18,7 +18,7 @@ public:
     std::optional<QString> openError; ///< refuses to open with this reason
     bool connectsAtOnce = true;       ///< false: the connect stays pending until connectNow()
 
-    qint64 heldUp = 0;         ///< bytes that have not left, for all that the console is told
+    qint64 heldUp = 0;         ///< reported as bytes that have not left
     qint64 heldUpInSystem = 0; ///< the same of bytes in the queue of the system
     bool holdsWrites = false;  ///< what is written is held up until leave() or close()
 
@@ -73,7 +73,7 @@ public:
 
     // What the test does
     void connectNow() { m_connected = true; }
-    /// The device is gone: nothing can be sent, nobody is told.
+    /// The device is gone: nothing can be sent, nothing is reported.
     void vanish() { m_connected = false; }
     /// Delivers the bytes in one notification.
     void receive(const QByteArray &bytes)

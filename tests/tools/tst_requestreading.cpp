@@ -195,7 +195,8 @@ void TestRequestReading::reading()
     QFETCH(quint16, wIndex);
     QFETCH(quint16, wLength);
     QFETCH(int, dataBytes);
-    QTEST(plainReading({bmRequestType, bRequest, wValue, wIndex, wLength}, dataBytes), "reading");
+    QTEST(describeRequest({bmRequestType, bRequest, wValue, wIndex, wLength}, dataBytes),
+          "reading");
 }
 
 void TestRequestReading::everyPacketHasOne()
@@ -204,7 +205,7 @@ void TestRequestReading::everyPacketHasOne()
         for (int request = 0; request < 256; ++request) {
             const SetupPacket setup{static_cast<quint8>(type), static_cast<quint8>(request), 0x0203,
                                     0x0405, 0};
-            const QString reading = plainReading(setup, 0);
+            const QString reading = describeRequest(setup, 0);
             const QString direction =
                 type < 0x80 ? QStringLiteral("host to device") : QStringLiteral("device to host");
             if (!reading.endsWith(QStringLiteral(", %1, no data").arg(direction)) ||

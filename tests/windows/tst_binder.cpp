@@ -58,7 +58,7 @@ struct Bench
     Control Button{all, "Button"}, Box{all, "Box"}, One{all, "One"}, Two{all, "Two"};
     Control Label{all, "Label"}, Field{all, "Field"}, List{all, "List"}, Pane{all, "Pane"};
     Control Item{all, "Item"};
-    Control Meter{all, "Meter", Control::Pace::OnceATurn};
+    Control Meter{all, "Meter", Control::Pace::Coalesced};
 
     QWidget window;
     QPushButton *button = new QPushButton(QStringLiteral("Go"), &window);
@@ -99,7 +99,7 @@ private slots:
     void formLoadsWhatCoreHasNotSet();
     void ownedValuesShowAtOnce();
     void text();
-    void textOnceATurn();
+    void textCoalesced();
     void readOnlyFieldShowsItsBeginning();
     void labelsShowPlainText();
     void toolTip();
@@ -177,7 +177,7 @@ void TestBinder::text()
     QCOMPARE(bench.item->text(), QStringLiteral("new"));
 }
 
-void TestBinder::textOnceATurn()
+void TestBinder::textCoalesced()
 {
     Bench bench;
     bench.bind();

@@ -66,7 +66,7 @@ struct Bench
 
     QList<Control *> controls;
     Control All{controls, "All"};
-    Control Last{controls, "Last", Control::Pace::OnceATurn, 5000};
+    Control Last{controls, "Last", Control::Pace::Coalesced, 5000};
     QWidget window;
     QPlainTextEdit *all = new QPlainTextEdit(&window);
     QPlainTextEdit *last = new QPlainTextEdit(&window);
